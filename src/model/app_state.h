@@ -1,0 +1,36 @@
+// AppState: the root of all persistent engine data ("state.json"). Plain value;
+// the engine owns the one live copy.
+#pragma once
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "model/folder_grant.h"
+#include "model/json_codec.h"
+#include "model/learning_data.h"
+#include "model/project.h"
+#include "model/settings.h"
+
+namespace kelo {
+
+struct AppState {
+    static constexpr int kSchemaVersion = 1;
+
+    int schemaVersion = kSchemaVersion;
+    std::vector<Project> projects;
+    std::vector<FolderGrant> grants;
+    LearningData learning;
+    std::map<std::string, Assignment> assignments;  // keyed by file fingerprint
+    std::set<std::string> ignored;                  // fingerprints the user left alone
+    std::set<std::string> ignoredClusters;          // cluster keys the user ignored
+    Settings settings;
+
+    friend bool operator==(const AppState&, const AppState&) = default;
+};
+
+void to_json(Json& out, const AppState& value);
+void from_json(const Json& in, AppState& value);
+
+}  // namespace kelo
