@@ -1,0 +1,66 @@
+#include "access/path_safety.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+
+#include "model/kelo_error.h"
+
+namespace kelo::PathSafety {
+
+std::filesystem::path standardized(const std::filesystem::path& url) {
+    std::filesystem::path normal = url.lexically_normal();
+    std::string text = normal.native();
+    while (text.size() > 1 && text.back() == '/') text.pop_back();
+    return std::filesystem::path(text);
+}
+
+std::string key(const std::filesystem::path& url) { return standardized(url).native(); }
+
+bool contains(const std::filesystem::path& root, const std::filesystem::path& url) {
+    const auto rootPath = standardized(root);
+    const auto path = standardized(url);
+    auto r = rootPath.begin();
+    auto p = path.begin();
+    for (; r != rootPath.end(); ++r, ++p) {
+        if (p == path.end() || r->native() != p->native()) return false;
+    }
+    return true;
+}
+
+bool validName(std::string_view name) {
+    if (name.empty() || name == "." || name == "..") return false;
+    if (name.size() > 255) return false;
+    return std::none_of(name.begin(), name.end(), [](char c) { return c == '/' || c == ':' || c == '\0'; });
+}
+
+static std::string lowerAscii(std::string_view text) {
+    std::string out(text);
+    std::transform(out.begin(), out.end(), out.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return out;
+}
+
+bool isIgnoredSystemFile(std::string_view name) {
+    if (name == ".DS_Store") return true;
+    if (name.substr(0, 5) == "Icon\r") return true;
+    const std::string lower = lowerAscii(name);
+    if (name.find('\r') != std::string_view::npos && lower.substr(0, 4) == "icon") return true;
+    return lower == "thumbs.db" || lower == "desktop.ini";
+}
+
+void noSymbolicComponents(const std::filesystem::path& url) {
+    const auto path = standardized(url);
+    std::filesystem::path prefix;
+    std::size_t components = 0;
+    for (const auto& component : path) {
+        prefix /= component;
+        if (++components == 1) continue;  // the root itself
+        struct stat info {};
+        if (::lstat(prefix.c_str(), &info) != 0) continue;  // not there yet
+        if (S_ISLNK(info.st_mode))
+            throw KeloError::unsafe("Symbolic links are outside Kelo's safe operation scope: " + prefix.native());
+    }
+}
+
+}  // namespace kelo::PathSafety
