@@ -1,0 +1,194 @@
+// Round trips and strict reading of the persisted records.
+#include <gtest/gtest.h>
+
+#include "model/app_state.h"
+#include "model/category.h"
+#include "model/file_record.h"
+#include "model/settings.h"
+
+namespace kelo {
+namespace {
+
+Json roundTrip(const Json& value) { return parseDocument(formatDocument(value)); }
+
+template <class T>
+T reread(const T& value) {
+    return decodeValue<T>(roundTrip(encodeValue(value)));
+}
+
+AppState richState() {
+    AppState state;
+    Project project = Project::make("Hydro Café", "/home/d/Dự án/Hydro Café #1 100%\nnew", {"HY", "hydrocafe"},
+                                    ProjectStatus::dormant, Date{700000000.125});
+    project.lastActivity = Date{700000100.5};
+    project.folderColor = "blue";
+    project.folderArtwork = Json{{"kind", "emoji"}, {"value", "☕"}, {"scale", 1.5}};
+    project.folderArtworkFull = true;
+    project.folderStickers = Json::array({Json{{"x", 1}, {"symbol", "star"}}});
+    project.folderSkin = "paper";
+    project.customSkinData = Bytes{0, 1, 2, 254, 255, 10};
+    state.projects.push_back(project);
+    state.projects.push_back(Project::make("Plain", "/p/Plain"));
+
+    FolderGrant grant{Uuid::random(), Bytes{9, 8, 7}, "~/Downloads", FolderGrant::Role::projectHome};
+    state.grants.push_back(grant);
+
+    state.learning.associations.push_back({"hydro", project.id, 2, 1});
+    state.learning.feedback.push_back({Uuid::random(), Date{1.5}, "HY post.psd", {"hy", "post"}, project.id, std::nullopt});
+    state.assignments["/a/x.pdf|1|2|3|1700000000.0"] = {"/a/x.pdf|1|2|3|1700000000.0", project.id, Category::export_};
+    state.ignored = {"f1", "f2"};
+    state.ignoredClusters = {"hydro"};
+    state.settings.zipCleanupRule = ZipCleanupRule{Uuid::random(), grant.id, Date{5}};
+    state.settings.displayName = "Lan";
+    state.settings.usagePreset = UsagePreset::design;
+    state.settings.namingDetail = "Slide";
+    state.settings.onboardingCompleted = true;
+    state.settings.groupBySubjob = false;
+    state.settings.dryRun = false;
+    return state;
+}
+
+TEST(RecordsTest, EveryRecordReadsBackEqual) {
+    const AppState state = richState();
+    EXPECT_EQ(reread(state), state);
+    EXPECT_EQ(reread(AppState{}), AppState{});
+
+    FileRecord record{"/in/Bài đăng #2 50%.psd", "/in", {16777230, 4231, 5120, Date{1.25}}, Date{0.5}, "image/vnd.adobe.photoshop"};
+    EXPECT_EQ(reread(record), record);
+    record.contentType.reset();
+    EXPECT_EQ(reread(record), record);
+}
+
+TEST(RecordsTest, AbsentOptionalsAreLeftOutAndReadAsAbsent) {
+    const Project project = Project::make("P", "/p");
+    const Json json = encodeValue(project);
+    for (const char* key : {"lastActivity", "folderColor", "folderSymbol", "folderArtwork", "folderStickers",
+                            "folderSkin", "customSkinData"})
+        EXPECT_FALSE(json.contains(key)) << key;
+    Json withoutFull = json;
+    withoutFull.erase("folderArtworkFull");
+    EXPECT_FALSE(decodeValue<Project>(withoutFull).folderArtworkFull);
+
+    Json settings = encodeValue(Settings{});
+    EXPECT_EQ(settings["groupBySubjob"], true);  // a new state groups by sub-job
+    settings.erase("groupBySubjob");
+    const auto read = decodeValue<Settings>(settings);
+    EXPECT_FALSE(read.groupBySubjob.has_value());
+    EXPECT_TRUE(read.autoGroupBySubjob());
+}
+
+TEST(RecordsTest, MissingRequiredKeysOrWrongTypesFailTheWholeRead) {
+    const Json good = encodeValue(richState());
+    EXPECT_NO_THROW(decodeValue<AppState>(good));
+
+    for (const char* key : {"schemaVersion", "projects", "grants", "learning", "assignments", "ignored",
+                            "ignoredClusters", "settings"}) {
+        Json broken = good;
+        broken.erase(key);
+        EXPECT_THROW(decodeValue<AppState>(broken), DecodingError) << key;
+    }
+    for (const char* key : {"id", "name", "destinationFolder", "aliases", "status", "createdAt"}) {
+        Json broken = good;
+        broken["projects"][0].erase(key);
+        EXPECT_THROW(decodeValue<AppState>(broken), DecodingError) << key;
+    }
+    for (const char* key : {"thresholds", "dryRun", "debug"}) {
+        Json broken = good;
+        broken["settings"].erase(key);
+        EXPECT_THROW(decodeValue<AppState>(broken), DecodingError) << key;
+    }
+
+    auto mutated = [&](auto change) {
+        Json broken = good;
+        change(broken);
+        return broken;
+    };
+    EXPECT_THROW(decodeValue<AppState>(mutated([](Json& j) { j["schemaVersion"] = "1"; })), DecodingError);
+    EXPECT_THROW(decodeValue<AppState>(mutated([](Json& j) { j["schemaVersion"] = 1.5; })), DecodingError);
+    EXPECT_THROW(decodeValue<AppState>(mutated([](Json& j) { j["settings"]["dryRun"] = 1; })), DecodingError);
+    EXPECT_THROW(decodeValue<AppState>(mutated([](Json& j) { j["projects"][0]["status"] = "paused"; })),
+                 DecodingError);
+    EXPECT_THROW(decodeValue<AppState>(mutated([](Json& j) { j["projects"][0]["id"] = "not-a-uuid"; })),
+                 DecodingError);
+    EXPECT_THROW(decodeValue<AppState>(mutated([](Json& j) { j["projects"][0]["destinationFolder"] = "/no/scheme"; })),
+                 DecodingError);
+    EXPECT_THROW(decodeValue<AppState>(mutated([](Json& j) { j["grants"][0]["bookmark"] = "*not base64*"; })),
+                 DecodingError);
+    EXPECT_THROW(decodeValue<AppState>(mutated([](Json& j) { j["projects"][0]["lastActivity"] = "yesterday"; })),
+                 DecodingError);
+
+    try {
+        decodeValue<AppState>(mutated([](Json& j) { j["settings"]["thresholds"].erase("ready"); }));
+        FAIL() << "expected a decoding error";
+    } catch (const DecodingError& e) {
+        EXPECT_EQ(e.path(), "settings.thresholds.ready");
+    }
+}
+
+TEST(RecordsTest, CategoryInference) {
+    EXPECT_EQ(Category::infer("PSD"), Category::working);
+    EXPECT_EQ(Category::infer("indd"), Category::working);
+    EXPECT_EQ(Category::infer("Mov"), Category::export_);
+    EXPECT_EQ(Category::infer("tiff"), Category::export_);
+    EXPECT_EQ(Category::infer("woff2"), Category::assets);
+    EXPECT_EQ(Category::infer("7z"), Category::assets);
+    EXPECT_EQ(Category::infer("PDF"), Category::reference);
+    EXPECT_EQ(Category::infer(""), Category::reference);
+}
+
+TEST(RecordsTest, ThresholdValidity) {
+    EXPECT_TRUE((Thresholds{90, 70}.valid()));
+    EXPECT_TRUE((Thresholds{100, 99}.valid()));
+    EXPECT_TRUE((Thresholds{2, 1}.valid()));
+    EXPECT_FALSE((Thresholds{101, 50}.valid()));
+    EXPECT_FALSE((Thresholds{80, 80}.valid()));
+    EXPECT_FALSE((Thresholds{80, 0}.valid()));
+    EXPECT_FALSE((Thresholds{50, 60}.valid()));
+}
+
+TEST(RecordsTest, NormalizeName) {
+    EXPECT_EQ(Settings::normalizeName("  Lan \n  Anh  "), "Lan Anh");
+    EXPECT_EQ(Settings::normalizeName("Lan\t\u3000Anh"), "Lan Anh");
+    EXPECT_EQ(Settings::normalizeName(" \n\t "), std::nullopt);
+    EXPECT_EQ(Settings::normalizeName(std::string(60, 'x')), std::string(40, 'x'));
+    // 41 user-perceived characters, each "e" + combining circumflex + combining acute.
+    std::string stacked;
+    for (int i = 0; i < 41; ++i) stacked += "e\u0302\u0301";
+    const auto cut = Settings::normalizeName(stacked);
+    ASSERT_TRUE(cut);
+    EXPECT_EQ(cut->size(), stacked.size() / 41 * 40);
+}
+
+TEST(RecordsTest, NamingDetailFallsBackToPresetThenTep) {
+    Settings settings;
+    EXPECT_EQ(settings.suggestedNamingDetail(), "Tep");
+    settings.usagePreset = UsagePreset::study;
+    EXPECT_EQ(settings.suggestedNamingDetail(), "Bai");
+    settings.usagePreset = UsagePreset::design;
+    EXPECT_EQ(settings.suggestedNamingDetail(), "Post");
+    settings.namingDetail = "Slide";
+    EXPECT_EQ(settings.suggestedNamingDetail(), "Slide");
+    EXPECT_EQ(presetValues(UsagePreset::personal).folders[1], "Ảnh");
+}
+
+TEST(RecordsTest, FingerprintNamesPathIdentityAndModificationTime) {
+    FileRecord record{"/Users/a/Downloads/x.pdf", "/Users/a/Downloads",
+                      {16777230, 4231, 5120, Date::fromUnix(1700000000.25)}, Date{}, std::nullopt};
+    EXPECT_EQ(record.fingerprint(), "/Users/a/Downloads/x.pdf|16777230|4231|5120|1700000000.25");
+    record.identity.modified = Date::fromUnix(1700000000);
+    EXPECT_EQ(record.fingerprint(), "/Users/a/Downloads/x.pdf|16777230|4231|5120|1700000000.0");
+    record.identity.modified = Date::fromTimespec(1700000000, 500000000);
+    EXPECT_EQ(record.fingerprint(), "/Users/a/Downloads/x.pdf|16777230|4231|5120|1700000000.5");
+    const std::string before = record.fingerprint();
+    record.identity.modified = Date::fromTimespec(1700000001, 500000000);  // touched
+    EXPECT_NE(record.fingerprint(), before);
+
+    EXPECT_EQ(record.filename(), "x.pdf");
+    EXPECT_EQ((FileRecord{"/a/Photo.JPG", "/a", {}, {}, {}}.fileExtension()), "jpg");
+    EXPECT_EQ((FileRecord{"/a/archive.tar.gz", "/a", {}, {}, {}}.fileExtension()), "gz");
+    EXPECT_EQ((FileRecord{"/a/README", "/a", {}, {}, {}}.fileExtension()), "");
+    EXPECT_EQ((FileRecord{"/a/.hidden", "/a", {}, {}, {}}.fileExtension()), "");
+}
+
+}  // namespace
+}  // namespace kelo
