@@ -1,0 +1,85 @@
+#include "engine/persistent_data.h"
+
+#include "model/kelo_error.h"
+#include "store/data_directory.h"
+
+namespace kelo {
+
+std::string startupFailureText(const std::exception& error) {
+    return std::string(kStartupFailurePrefix) + error.what();
+}
+
+std::filesystem::path PersistentData::journalPath() const { return dataDirectory / data_files::kJournal; }
+
+namespace {
+
+std::filesystem::path file(const std::filesystem::path& folder, std::string_view name) { return folder / name; }
+
+void loadZipLedger(PersistentData& data) {
+    try {
+        if (std::filesystem::exists(std::filesystem::symlink_status(data.zipCleanupStore.url())))
+            data.zipCleanupLedger = data.zipCleanupStore.load([] { return ZipCleanupLedger{}; });
+    } catch (const std::exception&) {
+        data.zipCleanupLedger.reset();
+        data.zipCleanupStatus = std::string(kUnreadableZipLedgerStatus);
+    }
+}
+
+void loadAIState(PersistentData& data) {
+    try {
+        AIState loaded = data.aiStore.load([] { return AIState{}; });
+        if (!loaded.valid()) throw KeloError::unsafe(std::string(kInvalidAIDataMessage));
+        if (loaded.closeInterruptedRequests()) data.aiStore.save(loaded);
+        data.ai = std::move(loaded);
+    } catch (const std::exception&) {
+        // A fresh state in memory only: the unreadable file is never written over.
+        data.ai = AIState{};
+        data.aiStorageIssue = std::string(kAIStorageIssue);
+    }
+}
+
+void checkJournalPresence(const PersistentData& data) {
+    const bool hasState = std::filesystem::exists(std::filesystem::symlink_status(data.store.url()));
+    const bool hasJournal = std::filesystem::exists(std::filesystem::symlink_status(data.journalPath()));
+    if (hasState && !hasJournal) throw KeloError::unsafe(std::string(kMissingJournalMessage));
+}
+
+void loadState(PersistentData& data) {
+    AppState state = data.store.load([] { return AppState{}; });
+    if (state.schemaVersion != AppState::kSchemaVersion || !state.settings.thresholds.valid())
+        throw KeloError::unsafe(std::string(kInvalidSettingsStoreMessage));
+    data.state = std::move(state);
+}
+
+}  // namespace
+
+PersistentData loadPersistentData(const std::filesystem::path& dataDirectory) {
+    PersistentData data{
+        .dataDirectory = dataDirectory,
+        .zipCleanupStore = LocalStore<ZipCleanupLedger>(file(dataDirectory, data_files::kZipCleanup)),
+        .zipCleanupLedger = std::nullopt,
+        .zipCleanupStatus = {},
+        .temporaryStorage = file(dataDirectory, data_files::kTemporary),
+        .aiStore = LocalStore<AIState>(file(dataDirectory, data_files::kOnlineAI)),
+        .ai = {},
+        .aiStorageIssue = std::nullopt,
+        .deferredNameStore = LocalStore<std::set<std::string>>(file(dataDirectory, data_files::kDeferredNames)),
+        .deferredNames = {},
+        .studioStore = LocalStore<StudioState>(file(dataDirectory, data_files::kStudio)),
+        .studio = {},
+        .store = LocalStore<AppState>(file(dataDirectory, data_files::kState)),
+        .state = {},
+    };
+
+    loadZipLedger(data);
+    ensureDirectory(data.temporaryStorage);
+    loadAIState(data);
+    data.deferredNames = data.deferredNameStore.load([] { return std::set<std::string>{}; });
+    data.studio = data.studioStore.load([] { return StudioState{}; });
+    if (!data.studio.valid()) throw KeloError::unsafe(std::string(kInvalidStudioMessage));
+    checkJournalPresence(data);
+    loadState(data);
+    return data;
+}
+
+}  // namespace kelo

@@ -1,0 +1,146 @@
+// Start-up of the stores: which failures stop the engine, which only disable a
+// feature, and that nothing unreadable is ever written over.
+#include <gtest/gtest.h>
+
+#include "engine/persistent_data.h"
+#include "model/kelo_error.h"
+#include "support/temp_dir.h"
+
+namespace kelo {
+namespace {
+
+using testing::readFile;
+using testing::TempDir;
+using testing::writeFile;
+
+std::string fatalError(const std::filesystem::path& dir) {
+    try {
+        loadPersistentData(dir);
+        return "";
+    } catch (const std::exception& e) {
+        return startupFailureText(e);
+    }
+}
+
+void writeValidPair(const std::filesystem::path& dir, const AppState& state = {}) {
+    LocalStore<AppState>(dir / "state.json").save(state);
+    writeFile(dir / "journal.json", "{}");
+}
+
+TEST(PersistentDataTest, FirstStartLoadsDefaultsAndWritesNoStore) {
+    TempDir dir;
+    PersistentData data = loadPersistentData(dir.path());
+    EXPECT_EQ(data.state, AppState{});
+    EXPECT_FALSE(data.zipCleanupLedger);
+    EXPECT_FALSE(data.aiStorageIssue);
+    EXPECT_TRUE(std::filesystem::is_directory(dir / "tmp"));
+    for (const char* name : {"state.json", "journal.json", "online-ai.json", "zip-cleanup.json", "studio.json",
+                             "deferred-names.json"})
+        EXPECT_FALSE(std::filesystem::exists(dir / name)) << name;
+}
+
+TEST(PersistentDataTest, BadSettingsStoreStopsStartUpAndIsLeftAsItWas) {
+    TempDir dir;
+    AppState state;
+    state.schemaVersion = 2;
+    writeValidPair(dir.path(), state);
+    const std::string before = readFile(dir / "state.json");
+    EXPECT_EQ(fatalError(dir.path()),
+              "Persistent data could not be loaded. File operations are disabled. Unsupported or invalid settings "
+              "store. Restore a valid backup; file operations are disabled.");
+    EXPECT_EQ(readFile(dir / "state.json"), before);
+
+    state.schemaVersion = 1;
+    state.settings.thresholds = {50, 60};
+    writeValidPair(dir.path(), state);
+    EXPECT_EQ(fatalError(dir.path()),
+              "Persistent data could not be loaded. File operations are disabled. Unsupported or invalid settings "
+              "store. Restore a valid backup; file operations are disabled.");
+
+    writeFile(dir / "state.json", "{\"schemaVersion\": 1}");
+    EXPECT_NE(fatalError(dir.path()).find("The data could not be read"), std::string::npos);
+    EXPECT_EQ(readFile(dir / "state.json"), "{\"schemaVersion\": 1}");
+}
+
+TEST(PersistentDataTest, StateWithoutJournalStopsStartUpButJournalWithoutStateIsFine) {
+    TempDir dir;
+    writeValidPair(dir.path());
+    std::filesystem::remove(dir / "journal.json");
+    EXPECT_EQ(fatalError(dir.path()),
+              "Persistent data could not be loaded. File operations are disabled. The operation journal is missing. "
+              "File operations are disabled. Restore the matching journal backup.");
+    std::filesystem::remove(dir / "state.json");
+    writeFile(dir / "journal.json", "{}");
+    EXPECT_EQ(fatalError(dir.path()), "");
+}
+
+TEST(PersistentDataTest, UnreadableDeferredNamesOrStudioStopStartUp) {
+    TempDir dir;
+    writeFile(dir / "deferred-names.json", "{broken");
+    EXPECT_NE(fatalError(dir.path()), "");
+    std::filesystem::remove(dir / "deferred-names.json");
+
+    writeFile(dir / "studio.json", "{\"schemaVersion\": 2}");
+    EXPECT_EQ(fatalError(dir.path()),
+              "Persistent data could not be loaded. File operations are disabled. Unsupported or invalid Studio data. "
+              "Restore a valid backup.");
+    writeFile(dir / "studio.json", "{\"schemaVersion\": 1, \"pinned\": [\"a\"]}");
+    PersistentData data = loadPersistentData(dir.path());
+    EXPECT_EQ(data.studio.workspace["pinned"][0], "a");
+}
+
+TEST(PersistentDataTest, GarbledOnlineAIDataOnlyDisablesAIAndIsNotWrittenOver) {
+    TempDir dir;
+    for (const std::string& garbled : {std::string("not json"), std::string("{\"schemaVersion\": 1}")}) {
+        writeFile(dir / "online-ai.json", garbled);
+        PersistentData data = loadPersistentData(dir.path());
+        EXPECT_EQ(data.aiStorageIssue, "Online AI data unavailable. Restore online-ai.json from backup. File "
+                                       "organization remains available.");
+        AIState fresh;
+        fresh.configuration.revision = data.ai.configuration.revision;
+        EXPECT_EQ(data.ai, fresh);
+        EXPECT_EQ(readFile(dir / "online-ai.json"), garbled);
+    }
+    // Decodes, but fails its own validity check (a daily cap of 51).
+    AIState invalid;
+    invalid.configuration.dailyLimit = 51;
+    writeFile(dir / "online-ai.json", formatDocument(encodeValue(invalid)));
+    EXPECT_TRUE(loadPersistentData(dir.path()).aiStorageIssue);
+}
+
+TEST(PersistentDataTest, InterruptedAIRequestsAreClosedAndSavedKeepingTheirUsage) {
+    TempDir dir;
+    AIState ai;
+    ai.requestsToday = 2;
+    ai.usageDay = "2026-3-7";
+    ai.records.push_back({Uuid::random(), FileRecord{"/in/a.png", "/in", {}, {}, {}}, Date{1},
+                          AIRecordStatus::started, std::nullopt, std::nullopt});
+    ai.records.push_back({Uuid::random(), FileRecord{"/in/b.png", "/in", {}, {}, {}}, Date{2},
+                          AIRecordStatus::suggested, std::nullopt, std::nullopt});
+    LocalStore<AIState>(dir / "online-ai.json").save(ai);
+
+    PersistentData data = loadPersistentData(dir.path());
+    EXPECT_FALSE(data.aiStorageIssue);
+    EXPECT_EQ(data.ai.records[0].status, AIRecordStatus::failed);
+    EXPECT_EQ(data.ai.records[0].note, "Interrupted request. No automatic retry; its reserved usage is retained.");
+    EXPECT_EQ(data.ai.records[1].status, AIRecordStatus::suggested);
+    EXPECT_EQ(data.ai.requestsToday, 2);
+    EXPECT_EQ(LocalStore<AIState>(dir / "online-ai.json").load([] { return AIState{}; }), data.ai);
+}
+
+TEST(PersistentDataTest, UnreadableZipLedgerOnlyDisablesCleanup) {
+    TempDir dir;
+    writeFile(dir / "zip-cleanup.json", "[]");
+    PersistentData data = loadPersistentData(dir.path());
+    EXPECT_FALSE(data.zipCleanupLedger);
+    EXPECT_EQ(data.zipCleanupStatus,
+              "Không đọc được sổ dọn ZIP. Chưa dọn tệp nào; tắt rồi bật lại quy tắc để khởi tạo lại.");
+    EXPECT_EQ(readFile(dir / "zip-cleanup.json"), "[]");
+
+    ZipCleanupLedger ledger{Uuid::random(), "1:2", {{"a.zip", {{1, 2, 3, Date{4}}, Date{5}, true}}}, {}};
+    LocalStore<ZipCleanupLedger>(dir / "zip-cleanup.json").save(ledger);
+    EXPECT_EQ(loadPersistentData(dir.path()).zipCleanupLedger, ledger);
+}
+
+}  // namespace
+}  // namespace kelo
