@@ -1,0 +1,36 @@
+// Snapshot: an immutable copy of everything the front ends show, returned by every
+// engine command. Unchanged parts are shared with earlier snapshots through
+// shared_ptr<const T>, so handing one out is cheap. Immutable; any thread may read.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ai/ai_state.h"
+#include "engine/studio_state.h"
+#include "housekeeping/zip_cleanup_ledger.h"
+#include "model/app_state.h"
+#include "model/file_record.h"
+
+namespace kelo {
+
+struct Snapshot {
+    std::shared_ptr<const AppState> state;
+    std::shared_ptr<const std::vector<FileRecord>> files;
+    std::vector<std::string> messages;  // what the last command wants the user to read
+    std::vector<std::string> issues;    // standing problems
+    std::shared_ptr<const StudioState> studio;
+    std::shared_ptr<const AIState> ai;
+    bool aiHasKey = false;
+    bool aiSessionKey = false;
+    std::optional<std::string> aiStorageIssue;
+    std::string zipCleanupStatus;
+    std::vector<ZipCleanupEvent> zipCleanupEvents;
+    bool canUndoTrash = false;
+};
+
+using SnapshotPtr = std::shared_ptr<const Snapshot>;
+
+}  // namespace kelo
