@@ -1,0 +1,291 @@
+#include "classify/classification_engine.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <numeric>
+#include <tuple>
+
+#include "classify/tokens.h"
+
+namespace kelo {
+
+namespace {
+
+constexpr int kLongAliasPoints = 78;
+constexpr int kShortAliasPoints = 72;
+constexpr int kPartialNamePoints = 32;
+constexpr int kActiveProjectPoints = 10;
+constexpr int kQuietProjectPoints = 4;
+constexpr double kRecentActivitySeconds = 604'800;  // 7 days
+constexpr int kRelatedFilePoints = 9;
+constexpr int kRelatedFilesLimit = 18;
+constexpr double kExportWindowSeconds = 600;
+constexpr int kExplicitPoints = 100;
+constexpr int kAmbiguityMargin = 14;
+constexpr int kAmbiguityCap = 69;
+
+bool sharesToken(const std::vector<std::string>& a, const std::vector<std::string>& b) {
+    auto i = a.begin();
+    auto j = b.begin();
+    while (i != a.end() && j != b.end()) {
+        if (*i == *j) return true;
+        if (*i < *j)
+            ++i;
+        else
+            ++j;
+    }
+    return false;
+}
+
+void add(Candidate& candidate, std::string_view reason, int points) {
+    candidate.signals.push_back(Signal{std::string(reason), points});
+}
+
+void add(Candidate& candidate, std::string_view reason, const std::string& detail, int points) {
+    std::string text(reason);
+    text += detail;
+    candidate.signals.push_back(Signal{std::move(text), points});
+}
+
+bool rankedBefore(const Candidate& a, const Candidate& b) {
+    if (a.score != b.score) return a.score > b.score;
+    // Canonical upper-case UUID text orders exactly as the bytes do.
+    return a.projectID < b.projectID;
+}
+
+}  // namespace
+
+// What one file brings to every project's scoring.
+struct ClassificationEngine::FileContext {
+    const PreparedFile& file;
+    std::vector<const PreparedFile*> related;  // neighbours passing every test but the name match
+    bool assigned = false;                     // the assignment is for this very file
+    std::optional<Uuid> assignedProject;
+    Date now;
+};
+
+ClassificationEngine::ClassificationEngine(const std::vector<Project>& projects, const LearningData& learning) {
+    projects_.reserve(projects.size());
+    auto ids = std::make_shared<std::vector<Uuid>>();
+    ids->reserve(projects.size());
+    for (const auto& project : projects) {
+        const auto index = static_cast<std::uint32_t>(projects_.size());
+        ProjectEntry entry{project.id, project.status, project.lastActivity, {}, {}};
+        std::vector<std::string> indexTokens;
+        auto addName = [&](const std::string& text) {
+            Name name{text, Tokens::all(text), false};
+            const auto meaningful = Tokens::meaningfulOf(name.tokens);
+            name.matchable = !meaningful.empty();
+            // A name can only match a file whose meaningful tokens include its own.
+            indexTokens.insert(indexTokens.end(), meaningful.begin(), meaningful.end());
+            entry.names.push_back(std::move(name));
+        };
+        addName(project.name);
+        entry.nameTokens = Tokens::meaningfulOf(entry.names.front().tokens);
+        for (const auto& alias : project.aliases) addName(alias);
+        std::sort(indexTokens.begin(), indexTokens.end());
+        indexTokens.erase(std::unique(indexTokens.begin(), indexTokens.end()), indexTokens.end());
+        for (const auto& token : indexTokens) projectsByToken_[token].push_back(index);
+        firstIndexById_.emplace(project.id, index);
+        ids->push_back(project.id);
+        projects_.push_back(std::move(entry));
+    }
+    std::sort(ids->begin(), ids->end());
+    idsAscending_ = std::move(ids);
+
+    for (std::size_t order = 0; order < learning.associations.size(); ++order) {
+        const auto& association = learning.associations[order];
+        const int strength = association.strength();
+        auto project = firstIndexById_.find(association.projectID);
+        if (strength == 0 || project == firstIndexById_.end()) continue;
+        auto [slot, inserted] = learnedByToken_.try_emplace(association.token);
+        slot->second.push_back(Learned{project->second, static_cast<std::uint32_t>(order), strength, &slot->first});
+    }
+}
+
+bool ClassificationEngine::namesMatch(const ProjectEntry& project, const std::vector<std::string>& tokens) {
+    return std::any_of(project.names.begin(), project.names.end(),
+                       [&](const Name& name) { return Tokens::containsRun(tokens, name.tokens, !name.matchable); });
+}
+
+Candidate ClassificationEngine::score(const ProjectEntry& project, const FileContext& context,
+                                      std::span<const Learned> learned) const {
+    Candidate candidate{project.id, 0, {}};
+    if (context.assigned && context.assignedProject == project.id) {
+        add(candidate, reason::kExplicit, kExplicitPoints);
+        candidate.score = kExplicitPoints;
+        return candidate;
+    }
+    const auto& file = context.file;
+
+    // Name and aliases: the matching one with the most tokens, the earlier on a tie.
+    const Name* matched = nullptr;
+    for (const auto& name : project.names)
+        if (Tokens::containsRun(file.tokens, name.tokens, !name.matchable) &&
+            (matched == nullptr || name.tokens.size() > matched->tokens.size()))
+            matched = &name;
+    if (matched != nullptr) {
+        add(candidate, reason::kAlias, matched->asWritten,
+            matched->tokens.size() >= 2 ? kLongAliasPoints : kShortAliasPoints);
+    } else if (sharesToken(project.nameTokens, file.meaningful)) {
+        add(candidate, reason::kPartialName, kPartialNamePoints);
+    }
+
+    // Learned associations, in stored order: the strongest lifts the score to its
+    // strength (never on top of stronger evidence); the most negative subtracts.
+    const Learned* strongest = nullptr;
+    const Learned* weakest = nullptr;
+    for (const auto& entry : learned) {
+        if (entry.strength > 0 && (strongest == nullptr || entry.strength > strongest->strength)) strongest = &entry;
+        if (entry.strength < 0 && (weakest == nullptr || entry.strength < weakest->strength)) weakest = &entry;
+    }
+    if (strongest != nullptr) {
+        int positiveSoFar = 0;
+        for (const auto& signal : candidate.signals) positiveSoFar += std::max(signal.points, 0);
+        add(candidate, reason::kLearned, *strongest->token, std::max(strongest->strength - positiveSoFar, 0));
+    }
+    if (weakest != nullptr) add(candidate, reason::kRejected, *weakest->token, weakest->strength);
+
+    // Context only strengthens a project that already has positive evidence.
+    const bool hasEvidence =
+        std::any_of(candidate.signals.begin(), candidate.signals.end(), [](const Signal& s) { return s.points >= 1; });
+    if (hasEvidence) {
+        if (project.lastActivity) {
+            const double age = context.now.secondsSince(*project.lastActivity);
+            if (age >= 0 && age < kRecentActivitySeconds)
+                add(candidate, reason::kRecentActivity,
+                    project.status == ProjectStatus::active ? kActiveProjectPoints : kQuietProjectPoints);
+        }
+        const auto related =
+            std::count_if(context.related.begin(), context.related.end(),
+                          [&](const PreparedFile* other) { return namesMatch(project, other->tokens); });
+        if (related > 0)
+            add(candidate, reason::kRelatedFiles,
+                static_cast<int>(std::min<std::int64_t>(kRelatedFilePoints * related, kRelatedFilesLimit)));
+    }
+
+    const int sum = std::accumulate(candidate.signals.begin(), candidate.signals.end(), 0,
+                                    [](int total, const Signal& s) { return total + s.points; });
+    candidate.score = std::clamp(sum, 0, 100);
+    return candidate;
+}
+
+Classification ClassificationEngine::classify(const PreparedFile& file, std::span<const PreparedFile* const> neighbors,
+                                              const Thresholds& thresholds, const std::optional<Assignment>& assignment,
+                                              Date now) const {
+    FileContext context{file, {}, false, std::nullopt, now};
+    if (assignment && assignment->fingerprint == file.fingerprint) {
+        context.assigned = true;
+        context.assignedProject = assignment->projectID;
+    }
+    for (const PreparedFile* other : neighbors) {
+        if (other->fingerprint == file.fingerprint || other->record.sourceFolder != file.record.sourceFolder) continue;
+        const double apart = other->record.identity.modified.secondsSince(file.record.identity.modified);
+        if (std::abs(apart) > kExportWindowSeconds || !sharesToken(other->meaningful, file.meaningful)) continue;
+        context.related.push_back(other);
+    }
+
+    // The projects worth a full pass: those sharing a token with the file, those with
+    // a learned association for one of its tokens, and the assigned one.
+    std::vector<Learned> learned;
+    std::vector<std::uint32_t> touched;
+    for (const auto& token : file.meaningful) {
+        if (auto hit = learnedByToken_.find(token); hit != learnedByToken_.end())
+            learned.insert(learned.end(), hit->second.begin(), hit->second.end());
+        if (auto hit = projectsByToken_.find(token); hit != projectsByToken_.end())
+            touched.insert(touched.end(), hit->second.begin(), hit->second.end());
+    }
+    std::sort(learned.begin(), learned.end(), [](const Learned& a, const Learned& b) {
+        return std::tie(a.project, a.order) < std::tie(b.project, b.order);
+    });
+    for (const auto& entry : learned) touched.push_back(entry.project);
+    if (context.assigned)
+        if (auto index = firstIndexById_.find(*context.assignedProject); index != firstIndexById_.end())
+            touched.push_back(index->second);
+    std::sort(touched.begin(), touched.end());
+    touched.erase(std::unique(touched.begin(), touched.end()), touched.end());
+
+    std::vector<Candidate> ranked;
+    std::vector<Candidate> zero;
+    auto learnedFrom = learned.begin();
+    for (const auto index : touched) {
+        while (learnedFrom != learned.end() && learnedFrom->project < index) ++learnedFrom;
+        auto learnedTo = learnedFrom;
+        while (learnedTo != learned.end() && learnedTo->project == index) ++learnedTo;
+        Candidate candidate = score(projects_[index], context, std::span<const Learned>(learnedFrom, learnedTo));
+        learnedFrom = learnedTo;
+        if (candidate.score > 0) {
+            ranked.push_back(std::move(candidate));
+        } else if (!candidate.signals.empty()) {
+            zero.push_back(std::move(candidate));
+        }
+    }
+    std::stable_sort(ranked.begin(), ranked.end(), rankedBefore);
+    std::stable_sort(zero.begin(), zero.end(),
+                     [](const Candidate& a, const Candidate& b) { return a.projectID < b.projectID; });
+
+    // Two leaders within a few points of each other need the user to choose, unless
+    // the user already chose for this very file.
+    if (projects_.size() >= 2 && !ranked.empty() && !context.assigned) {
+        Candidate& leader = ranked.front();
+        const int runnerUp = ranked.size() >= 2 ? ranked[1].score : 0;
+        if (leader.score - runnerUp <= kAmbiguityMargin) {
+            const int capped = std::min(leader.score, kAmbiguityCap);
+            add(leader, reason::kAmbiguous, capped - leader.score);
+            leader.score = capped;
+        }
+    }
+
+    Classification result;
+    result.file = file.record;
+    result.candidates = CandidateList(std::move(ranked), std::move(zero), idsAscending_);
+    int topScore = 0;
+    bool topArchived = false;
+    if (!result.candidates.empty()) {
+        const Candidate& top = result.candidates.front();
+        topScore = top.score;
+        auto index = firstIndexById_.find(top.projectID);
+        topArchived = index != firstIndexById_.end() && projects_[index->second].status == ProjectStatus::archived;
+    }
+    // Deliberately never "Ready" for an archived project.
+    result.state =
+        topArchived && topScore >= thresholds.probably ? ConfidenceState::probably : state(thresholds, topScore);
+    result.category = context.assigned ? assignment->category : Category::infer(file.record.fileExtension());
+    return result;
+}
+
+Classification ClassificationEngine::classify(const FileRecord& file, const std::vector<FileRecord>& neighbors,
+                                              const Thresholds& thresholds, const std::optional<Assignment>& assignment,
+                                              Date now) const {
+    std::vector<PreparedFile> prepared;
+    prepared.reserve(neighbors.size());
+    for (const auto& neighbor : neighbors) prepared.push_back(PreparedFile::make(neighbor));
+    std::vector<const PreparedFile*> pointers;
+    pointers.reserve(prepared.size());
+    for (const auto& neighbor : prepared) pointers.push_back(&neighbor);
+    return classify(PreparedFile::make(file), pointers, thresholds, assignment, now);
+}
+
+Classification classify(const FileRecord& file, const std::vector<Project>& projects, const LearningData& learning,
+                        const std::vector<FileRecord>& neighbors, const Thresholds& thresholds,
+                        const std::optional<Assignment>& assignment, Date now) {
+    return ClassificationEngine(projects, learning).classify(file, neighbors, thresholds, assignment, now);
+}
+
+std::vector<Cluster> clusters(const std::vector<FileRecord>& files, const std::set<std::string>& ignored) {
+    std::map<std::string, std::vector<std::size_t>> groups;
+    for (std::size_t i = 0; i < files.size(); ++i)
+        for (auto& token : Tokens::meaningful(Tokens::withoutExtension(files[i].filename())))
+            if (!ignored.contains(token)) groups[std::move(token)].push_back(i);
+    std::vector<Cluster> out;
+    for (auto& [token, members] : groups) {
+        if (members.size() < 3) continue;
+        Cluster cluster{token, {}};
+        for (auto i : members) cluster.files.push_back(files[i]);
+        out.push_back(std::move(cluster));
+    }
+    return out;
+}
+
+}  // namespace kelo

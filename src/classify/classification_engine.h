@@ -1,0 +1,93 @@
+// ClassificationEngine: scores inbox files against every project and says how sure
+// it is, every score built from named signals. It is built once per set of projects
+// and learned associations (rebuild it when either changes) and indexes the projects
+// by token, so a file costs a full scoring pass only for the projects it shares a
+// token with, has a learned association with, or is assigned to; every other project
+// is a blank score-0 candidate. A pure calculation: no file access, nothing stored.
+// Immutable after construction; any thread may call classify.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <set>
+#include <span>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "classify/classification.h"
+#include "classify/prepared_file.h"
+#include "model/date.h"
+#include "model/folder_grant.h"
+#include "model/learning_data.h"
+#include "model/project.h"
+#include "model/settings.h"
+
+namespace kelo {
+
+class ClassificationEngine {
+public:
+    // Copies what it needs from `projects` (in stored order) and `learning`.
+    ClassificationEngine(const std::vector<Project>& projects, const LearningData& learning);
+
+    // `neighbors` may hold any files, `file` itself included: the engine applies the
+    // exact relatedness test. `assignment` is the one stored for the file's fingerprint.
+    Classification classify(const PreparedFile& file, std::span<const PreparedFile* const> neighbors,
+                            const Thresholds& thresholds, const std::optional<Assignment>& assignment, Date now) const;
+    // The same for plain records, tokenising each one here.
+    Classification classify(const FileRecord& file, const std::vector<FileRecord>& neighbors,
+                            const Thresholds& thresholds, const std::optional<Assignment>& assignment, Date now) const;
+
+    std::size_t projectCount() const { return projects_.size(); }
+
+private:
+    struct Name {
+        std::string asWritten;
+        std::vector<std::string> tokens;  // Tokens::all
+        bool matchable = false;           // has a meaningful token, so it can match at all
+    };
+    struct ProjectEntry {
+        Uuid id;
+        ProjectStatus status = ProjectStatus::active;
+        std::optional<Date> lastActivity;
+        std::vector<Name> names;              // the name, then the aliases
+        std::vector<std::string> nameTokens;  // meaningful tokens of the name alone, ascending
+    };
+    // One learned association with a non-zero strength.
+    struct Learned {
+        std::uint32_t project = 0;  // index into projects_
+        std::uint32_t order = 0;    // position in the stored associations
+        int strength = 0;
+        const std::string* token = nullptr;  // the key it is filed under in learnedByToken_
+    };
+    struct FileContext;
+
+    Candidate score(const ProjectEntry& project, const FileContext& context, std::span<const Learned> learned) const;
+    static bool namesMatch(const ProjectEntry& project, const std::vector<std::string>& tokens);
+
+    std::vector<ProjectEntry> projects_;
+    std::unordered_map<std::string, std::vector<std::uint32_t>> projectsByToken_;
+    std::unordered_map<std::string, std::vector<Learned>> learnedByToken_;
+    std::unordered_map<Uuid, std::uint32_t> firstIndexById_;
+    std::shared_ptr<const std::vector<Uuid>> idsAscending_;
+};
+
+// One-off form for callers that classify a single file.
+Classification classify(const FileRecord& file, const std::vector<Project>& projects, const LearningData& learning,
+                        const std::vector<FileRecord>& neighbors, const Thresholds& thresholds,
+                        const std::optional<Assignment>& assignment, Date now);
+
+// Files that share a meaningful token, three or more to a group.
+struct Cluster {
+    std::string token;
+    std::vector<FileRecord> files;  // in input order
+
+    friend bool operator==(const Cluster&, const Cluster&) = default;
+};
+
+// Groups files by each meaningful token of their names not in `ignored`; keeps
+// groups of 3 or more, sorted by token.
+std::vector<Cluster> clusters(const std::vector<FileRecord>& files, const std::set<std::string>& ignored);
+
+}  // namespace kelo

@@ -1,0 +1,147 @@
+#include "classify/learning.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace kelo {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+const Uuid kHydro = *Uuid::parse("00000000-0000-4000-8000-000000000001");
+const Uuid kMinh = *Uuid::parse("00000000-0000-4000-8000-000000000002");
+const Date kNow{800'000'000};
+
+Uuid idNumber(int n) {
+    Uuid id;
+    id.bytes[15] = static_cast<std::uint8_t>(n);
+    id.bytes[14] = static_cast<std::uint8_t>(n >> 8);
+    return id;
+}
+
+class Recorder {
+public:
+    const Feedback& operator()(std::string_view name, std::optional<Uuid> confirmed, std::optional<Uuid> rejected) {
+        return record(learning, name, confirmed, rejected, idNumber(++next_), kNow);
+    }
+    const Association* find(std::string_view token, const Uuid& project) const {
+        for (const auto& a : learning.associations)
+            if (a.token == token && a.projectID == project) return &a;
+        return nullptr;
+    }
+    int strength(std::string_view token, const Uuid& project) const { return find(token, project)->strength(); }
+
+    LearningData learning;
+
+private:
+    int next_ = 0;
+};
+
+TEST(LearningTest, RecordKeepsTheNameAndSortedMeaningfulTokens) {
+    Recorder decide;
+    const Feedback& entry = decide("Zeta_alpha menu v2.pdfx", kHydro, kMinh);
+    EXPECT_EQ(entry.filename, "Zeta_alpha menu v2.pdfx");
+    EXPECT_THAT(entry.tokens, ElementsAre("alpha", "menu", "zeta"));
+    EXPECT_EQ(entry.timestamp, kNow);
+    EXPECT_EQ(entry.id, idNumber(1));
+    EXPECT_EQ(entry.confirmed, kHydro);
+    EXPECT_EQ(entry.rejected, kMinh);
+    ASSERT_EQ(decide.learning.associations.size(), 6u);
+    // Created in token order, the confirmation before the rejection of each token.
+    EXPECT_EQ(decide.learning.associations[0], (Association{"alpha", kHydro, 1, 0}));
+    EXPECT_EQ(decide.learning.associations[1], (Association{"alpha", kMinh, 0, 1}));
+    EXPECT_EQ(decide.learning.associations[5], (Association{"zeta", kMinh, 0, 1}));
+}
+
+TEST(LearningTest, NameWithoutMeaningfulTokensRecordsFeedbackOnly) {
+    Recorder decide;
+    decide("Final_v2 copy 3.psd", kHydro, std::nullopt);
+    ASSERT_EQ(decide.learning.feedback.size(), 1u);
+    EXPECT_THAT(decide.learning.feedback[0].tokens, IsEmpty());
+    EXPECT_THAT(decide.learning.associations, IsEmpty());
+}
+
+TEST(LearningTest, StrengthCountsAndLimits) {
+    Recorder decide;
+    decide("menu.png", kHydro, std::nullopt);
+    decide("menu.png", kHydro, std::nullopt);
+    EXPECT_EQ(decide.strength("menu", kHydro), 32);
+    decide("menu.png", std::nullopt, kHydro);
+    EXPECT_EQ(decide.strength("menu", kHydro), 8);
+
+    for (int i = 0; i < 5; ++i) decide("poster.png", std::nullopt, kMinh);
+    EXPECT_EQ(decide.strength("poster", kMinh), -80);
+    for (int i = 0; i < 6; ++i) decide("banner.png", kMinh, std::nullopt);
+    EXPECT_EQ(decide.strength("banner", kMinh), 95);
+}
+
+TEST(LearningTest, SameProjectConfirmedAndRejectedCountsOnlyAsConfirmation) {
+    Recorder decide;
+    const Feedback& entry = decide("menu.png", kHydro, kHydro);
+    EXPECT_EQ(entry.rejected, std::nullopt);
+    EXPECT_THAT(decide.learning.associations, ElementsAre(Association{"menu", kHydro, 1, 0}));
+}
+
+TEST(LearningTest, ReverseRestoresCountsExactly) {
+    Recorder decide;
+    decide("menu board.png", kHydro, std::nullopt);
+    decide("menu.png", std::nullopt, kMinh);
+    const LearningData before = decide.learning;
+    const Uuid id = decide("menu board.png", kMinh, kHydro).id;
+    EXPECT_NE(decide.learning, before);
+    EXPECT_TRUE(reverse(decide.learning, id));
+    // The pairs first created by the reversed entry stay, at zero counts.
+    ASSERT_EQ(decide.learning.associations.size(), 4u);
+    EXPECT_EQ(decide.learning.feedback, before.feedback);
+    for (std::size_t i = 0; i < before.associations.size(); ++i)
+        EXPECT_EQ(decide.learning.associations[i], before.associations[i]);
+    EXPECT_EQ(decide.learning.associations[3], (Association{"board", kMinh, 0, 0}));
+}
+
+TEST(LearningTest, UnknownIdChangesNothing) {
+    Recorder decide;
+    decide("menu.png", kHydro, std::nullopt);
+    const LearningData before = decide.learning;
+    EXPECT_FALSE(reverse(decide.learning, idNumber(999)));
+    EXPECT_EQ(decide.learning, before);
+}
+
+TEST(LearningTest, ReversingAfterResetCreatesZeroAssociations) {
+    Recorder decide;
+    const Uuid id = decide("menu.png", kHydro, kMinh).id;
+    decide.learning.associations.clear();
+    EXPECT_TRUE(reverse(decide.learning, id));
+    EXPECT_THAT(decide.learning.associations,
+                ElementsAre(Association{"menu", kHydro, 0, 0}, Association{"menu", kMinh, 0, 0}));
+    EXPECT_THAT(decide.learning.feedback, IsEmpty());
+}
+
+TEST(LearningTest, CountsNeverGoNegative) {
+    std::mt19937 random(11);
+    const std::vector<std::string> names = {"menu.png", "menu board.psd", "poster.ai", "v2.png"};
+    const std::vector<std::optional<Uuid>> projects = {std::nullopt, kHydro, kMinh};
+    Recorder decide;
+    std::vector<Uuid> recorded;
+    for (int step = 0; step < 2000; ++step) {
+        const int action = static_cast<int>(random() % 10);
+        if (action < 5 || recorded.empty()) {
+            recorded.push_back(
+                decide(names[random() % names.size()], projects[random() % 3], projects[random() % 3]).id);
+        } else if (action < 9) {
+            // Reverse something, sometimes twice over.
+            reverse(decide.learning, recorded[random() % recorded.size()]);
+        } else {
+            decide.learning.associations.clear();
+        }
+        for (const auto& a : decide.learning.associations) {
+            ASSERT_GE(a.confirmations, 0);
+            ASSERT_GE(a.rejections, 0);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace kelo
