@@ -1,0 +1,72 @@
+// Sub-job detection, sub-folder cleaning and name casing.
+#include <gtest/gtest.h>
+
+#include "naming/name_case.h"
+#include "naming/sorting_name_suggestion.h"
+#include "naming/subjob_grouping.h"
+
+namespace kelo {
+namespace {
+
+Project project(std::string name, std::vector<std::string> aliases = {}) {
+    return Project::make(std::move(name), "/p/" + name, std::move(aliases));
+}
+
+TEST(SubjobGroupingTest, FindsKeywordAndNumberJoinedOrSeparated) {
+    const Project hydro = project("Hydro Cafe", {"HY"});
+    struct Case {
+        const char* filename;
+        std::optional<std::string> expected;
+    };
+    const Case cases[] = {
+        {"HY_post15_final.psd", "Post 15"},
+        {"Hydro Cafe - Slide 3.key", "Slide 3"},
+        {"hydro-BANNER_02.png", "Banner 2"},
+        {"Bài 7 - thuyết trình.pdf", "Bai 7"},
+        {"story-0.jpg", "Story 0"},
+        {"Poster12.ai", "Poster 12"},
+        {"mockup_v2.psd", std::nullopt},          // "v2" is no number on its own
+        {"post_2024.psd", std::nullopt},          // a year
+        {"post_0999.psd", "Post 999"},
+        {"post_20240815.psd", std::nullopt},      // a date, not a sub-job
+        {"postcard 3.png", std::nullopt},         // "postcard" is not a keyword
+        {"final post.png", std::nullopt},         // keyword with no number
+        {"page.10.pdf", "Page 10"},
+        {"feed.png", std::nullopt},
+    };
+    for (const auto& c : cases) EXPECT_EQ(SubjobGrouping::detectSubjob(c.filename, hydro), c.expected) << c.filename;
+}
+
+TEST(SubjobGroupingTest, IgnoresTheProjectsOwnWords) {
+    // A project called "Post 3" must not make every one of its files sub-job "Post 3".
+    const Project post = project("Post 3 Studio", {"Cover"});
+    EXPECT_EQ(SubjobGrouping::detectSubjob("Post 3 Studio - slide 4.png", post), "Slide 4");
+    EXPECT_EQ(SubjobGrouping::detectSubjob("post 3 cover 9.png", post), std::nullopt);
+}
+
+TEST(SortingNameSuggestionTest, CleansTypedSubfolderNames) {
+    const Project hydro = project("Hydro Café", {"HY", "hydro cafe"});
+    EXPECT_EQ(SortingNameSuggestion::cleanSubjob("  Hydro_Café -- Social__Post 3 ", hydro), "Social Post 3");
+    EXPECT_EQ(SortingNameSuggestion::cleanSubjob("hydro cafe", hydro), "General");
+    EXPECT_EQ(SortingNameSuggestion::cleanSubjob("   ", hydro), "General");
+    EXPECT_EQ(SortingNameSuggestion::cleanSubjob("a/b:c\td", hydro), "abc d");
+    EXPECT_EQ(SortingNameSuggestion::cleanSubjob("..", hydro), "General");
+    EXPECT_EQ(SortingNameSuggestion::cleanSubjob("Bài tập HY", hydro), "Bài tập");
+    const std::string longName(300, 'x');
+    EXPECT_EQ(SortingNameSuggestion::cleanSubjob(longName, hydro), std::string(255, 'x'));
+    std::string longVietnamese;
+    for (int i = 0; i < 100; ++i) longVietnamese += "ệ";  // 3 bytes each
+    const auto cut = SortingNameSuggestion::cleanSubjob(longVietnamese, hydro);
+    EXPECT_EQ(cut.size(), 255u);
+}
+
+TEST(NameCaseTest, TitleCasesWordsKeepingDiacriticsAndCapitals) {
+    EXPECT_EQ(NameCase::titleWords("bài  tập\nnhóm"), "Bài Tập Nhóm");
+    EXPECT_EQ(NameCase::titleWords("ảnh HY social"), "Ảnh HY Social");
+    EXPECT_EQ(NameCase::titleWords("đăng bài"), "Đăng Bài");
+    EXPECT_EQ(NameCase::joinedTitleWords("bài tập"), "BàiTập");
+    EXPECT_EQ(NameCase::titleWords(""), "");
+}
+
+}  // namespace
+}  // namespace kelo
