@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "naming/name_case.h"
+#include "naming/project_name_suggestions.h"
 #include "naming/sorting_name_suggestion.h"
 #include "naming/subjob_grouping.h"
 
@@ -66,6 +67,27 @@ TEST(NameCaseTest, TitleCasesWordsKeepingDiacriticsAndCapitals) {
     EXPECT_EQ(NameCase::titleWords("đăng bài"), "Đăng Bài");
     EXPECT_EQ(NameCase::joinedTitleWords("bài tập"), "BàiTập");
     EXPECT_EQ(NameCase::titleWords(""), "");
+}
+
+}  // namespace
+}  // namespace kelo
+
+namespace kelo {
+namespace {
+
+FileRecord file(const std::string& name) { return FileRecord{"/in/" + name, "/in", {}, {}, {}}; }
+
+TEST(ProjectNameSuggestionsTest, OffersUnknownClusterTokensNotDeferredOrIgnored) {
+    const std::vector<Project> projects{project("Hydro Cafe", {"HY"})};
+    const std::vector<Cluster> clusters{
+        {"hydro", {file("hydro a.png"), file("hydro b.png"), file("hydro c.png")}},
+        {"lotus", {file("LOTUS menu.pdf"), file("Lotus_post1.png"), file("Lotus-post2.png")}},
+        {"menu", {file("menu 1.pdf"), file("menu 2.pdf"), file("menu 3.pdf")}},
+        {"spa", {file("spa 1.pdf"), file("spa 2.pdf"), file("spa 3.pdf")}},
+    };
+    const auto suggestions = ProjectNameSuggestions::collect(clusters, projects, {"menu"}, {"spa"});
+    ASSERT_EQ(suggestions.size(), 1u);
+    EXPECT_EQ(suggestions[0], (NameSuggestion{"lotus", "Lotus", 3}));
 }
 
 }  // namespace
