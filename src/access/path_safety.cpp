@@ -20,6 +20,8 @@ std::string key(const std::filesystem::path& url) { return standardized(url).nat
 bool contains(const std::filesystem::path& root, const std::filesystem::path& url) {
     const auto rootPath = standardized(root);
     const auto path = standardized(url);
+    // An empty root would otherwise contain every path.
+    if (rootPath.empty()) return false;
     auto r = rootPath.begin();
     auto p = path.begin();
     for (; r != rootPath.end(); ++r, ++p) {
@@ -52,10 +54,9 @@ bool isIgnoredSystemFile(std::string_view name) {
 void noSymbolicComponents(const std::filesystem::path& url) {
     const auto path = standardized(url);
     std::filesystem::path prefix;
-    std::size_t components = 0;
     for (const auto& component : path) {
         prefix /= component;
-        if (++components == 1) continue;  // the root itself
+        if (component == path.root_directory()) continue;  // "/" itself is never a link
         struct stat info {};
         if (::lstat(prefix.c_str(), &info) != 0) continue;  // not there yet
         if (S_ISLNK(info.st_mode))

@@ -1,0 +1,44 @@
+// SafetyValidator: the complete check of one planned file change against the
+// approved folders and against the file as it was when the plan was made. Each
+// check passes silently or throws one KeloError saying why the operation was
+// skipped; in doubt, the file is left untouched. Reads the file system, never
+// changes it. Called on the engine thread, right before previewing and again
+// right before executing each operation.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+
+#include "access/access_scope.h"
+#include "model/date.h"
+#include "model/file_record.h"
+
+namespace kelo {
+
+// The kinds of planned operation, in their stored order.
+enum class OperationKind { move, rename, undo, createDirectory };
+
+// The fields of a planned operation that validation reads. Stands in for the
+// plan's own operation record until the two are joined; the names are the same.
+struct OperationToValidate {
+    OperationKind type = OperationKind::move;
+    std::filesystem::path source;
+    std::filesystem::path destination;
+    // The source's identity when the plan was made; absent for createDirectory.
+    std::optional<FileIdentity> expected;
+};
+
+struct SafetyValidator {
+    // A file modified less than this many seconds before `now` may still be being
+    // written, and is left alone.
+    double stabilityInterval = 30;
+
+    // Runs the checks in order and throws the first failure: KeloError for a
+    // refusal, std::system_error when the file system itself cannot answer (a
+    // vanished source, an unreadable folder). `now` is passed in so the caller
+    // decides the clock.
+    void validate(const OperationToValidate& operation, const AccessScope& scope, bool journalAvailable,
+                  Date now) const;
+};
+
+}  // namespace kelo

@@ -1,0 +1,49 @@
+#include "scan/metadata.h"
+
+#include <fcntl.h>
+
+#include "model/kelo_error.h"
+#include "scan/content_type.h"
+#include "scan/file_status.h"
+
+namespace kelo::Metadata {
+
+namespace {
+
+FileStatus regularFileStatus(int folderFd, const char* name, const std::filesystem::path& url) {
+    FileStatus status = readStatus(folderFd, name, url);
+    if (!status.isRegular())
+        throw KeloError::unsafe("Source is missing, symbolic, or not a regular file: " + url.filename().native());
+    return status;
+}
+
+FileIdentity identityOf(const FileStatus& status) {
+    return FileIdentity{status.device, status.inode, status.size, status.modified};
+}
+
+FileRecord recordOf(const FileStatus& status, const std::filesystem::path& url, const std::filesystem::path& source) {
+    FileRecord record;
+    record.url = url;
+    record.sourceFolder = source;
+    record.identity = identityOf(status);
+    record.created = status.created.value_or(status.modified);
+    record.contentType = guessContentType(url.filename().native());
+    return record;
+}
+
+}  // namespace
+
+FileIdentity identity(const std::filesystem::path& url) {
+    return identityOf(regularFileStatus(AT_FDCWD, url.c_str(), url));
+}
+
+FileRecord record(const std::filesystem::path& url, const std::filesystem::path& source) {
+    return recordOf(regularFileStatus(AT_FDCWD, url.c_str(), url), url, source);
+}
+
+FileRecord recordAt(int folderFd, const char* name, const std::filesystem::path& url,
+                    const std::filesystem::path& source) {
+    return recordOf(regularFileStatus(folderFd, name, url), url, source);
+}
+
+}  // namespace kelo::Metadata

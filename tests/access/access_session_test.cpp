@@ -1,0 +1,137 @@
+#include "access/access_session.h"
+
+#include <sys/stat.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "access/folder_bookmark.h"
+#include "access/unprivileged_child.h"
+#include "model/kelo_error.h"
+#include "support/temp_dir.h"
+
+namespace kelo {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::TempDir;
+using testing::writeFile;
+
+FolderGrant grantFor(const fs::path& folder, FolderGrant::Role role) {
+    return FolderGrant{Uuid::random(), FolderBookmark::make(folder).encode(), folder.native(), role};
+}
+
+using Paths = std::vector<fs::path>;
+using Lines = std::vector<std::string>;
+
+TEST(FolderBookmarkTest, RoundTripsPathDeviceAndInode) {
+    TempDir dir;
+    fs::create_directories(dir / "Tải về/ảnh");
+    const auto bookmark = FolderBookmark::make(dir / "Tải về/ảnh/");
+    struct stat info {};
+    ASSERT_EQ(::stat((dir / "Tải về/ảnh").c_str(), &info), 0);
+    EXPECT_EQ(bookmark.path, dir / "Tải về/ảnh");
+    EXPECT_EQ(bookmark.device, static_cast<std::uint64_t>(info.st_dev));
+    EXPECT_EQ(bookmark.inode, static_cast<std::uint64_t>(info.st_ino));
+    EXPECT_EQ(FolderBookmark::decode(bookmark.encode()), bookmark);
+}
+
+TEST(FolderBookmarkTest, RefusesFilesLinksAndForeignBytes) {
+    TempDir dir;
+    writeFile(dir / "file", "x");
+    fs::create_directories(dir / "real");
+    fs::create_directory_symlink(dir / "real", dir / "link");
+    EXPECT_THROW(FolderBookmark::make(dir / "file"), KeloError);
+    EXPECT_THROW(FolderBookmark::make(dir / "link"), KeloError);
+    EXPECT_THROW(FolderBookmark::make(dir / "missing"), std::system_error);
+    for (const std::string text : {"", "not json", "[]", R"({"device":1,"inode":2})",
+                                   R"({"device":-1,"inode":2,"path":"file:///a"})",
+                                   R"({"device":1,"inode":2,"path":"/a"})"})
+        EXPECT_EQ(FolderBookmark::decode(Bytes(text.begin(), text.end())), std::nullopt) << text;
+}
+
+TEST(AccessSessionTest, UsableFoldersFormTheScopeInGrantOrder) {
+    TempDir dir;
+    for (const char* name : {"Desktop", "Downloads", "Work", "Clients"}) fs::create_directories(dir / name);
+    AccessSession session({grantFor(dir / "Downloads", FolderGrant::Role::watch),
+                           grantFor(dir / "Work", FolderGrant::Role::projectHome),
+                           grantFor(dir / "Desktop", FolderGrant::Role::watch),
+                           grantFor(dir / "Clients", FolderGrant::Role::projectHome)});
+    EXPECT_EQ(session.scope().watched, (Paths{dir / "Downloads", dir / "Desktop"}));
+    EXPECT_EQ(session.scope().homes, (Paths{dir / "Work", dir / "Clients"}));
+    EXPECT_EQ(session.errors(), Lines{});
+    EXPECT_TRUE(session.refreshed().empty());
+    EXPECT_EQ(session.started().size(), 4u);
+    session.close();
+    EXPECT_TRUE(session.started().empty());
+}
+
+TEST(AccessSessionTest, UnusableFoldersGiveOneLineEachAndTheOthersStillWork) {
+    TempDir dir;
+    for (const char* name : {"Deleted", "Linked", "Filed", "Fine", "Elsewhere"}) fs::create_directories(dir / name);
+    auto deleted = grantFor(dir / "Deleted", FolderGrant::Role::watch);
+    auto linked = grantFor(dir / "Linked", FolderGrant::Role::watch);
+    auto filed = grantFor(dir / "Filed", FolderGrant::Role::projectHome);
+    auto fine = grantFor(dir / "Fine", FolderGrant::Role::projectHome);
+    FolderGrant garbage{Uuid::random(), Bytes{1, 2, 3}, "~/Lost", FolderGrant::Role::watch};
+    filed.displayPath = "~/Filed";
+
+    fs::remove(dir / "Deleted");
+    fs::remove(dir / "Linked");
+    fs::create_directory_symlink(dir / "Elsewhere", dir / "Linked");
+    fs::remove(dir / "Filed");
+    writeFile(dir / "Filed", "now a file");
+
+    AccessSession session({deleted, linked, garbage, filed, fine});
+    EXPECT_EQ(session.scope().watched, Paths{});
+    EXPECT_EQ(session.scope().homes, Paths{dir / "Fine"});
+    EXPECT_EQ(session.errors(),
+              (Lines{(dir / "Deleted").native() + ": No such file or directory",
+                     "Symbolic links are outside Kelo's safe operation scope: " + (dir / "Linked").native(),
+                     "The saved reference to this folder cannot be read. Reconnect ~/Lost.",
+                     "Folder unavailable: ~/Filed"}));
+    EXPECT_TRUE(session.refreshed().empty());
+}
+
+TEST(AccessSessionTest, FolderReplacedAtItsPathIsUsableAndItsGrantRenewed) {
+    TempDir dir;
+    fs::create_directories(dir / "Inbox");
+    const auto grant = grantFor(dir / "Inbox", FolderGrant::Role::watch);
+    fs::rename(dir / "Inbox", dir / "Inbox-old");
+    fs::create_directories(dir / "Inbox");  // while the old one exists: a new inode
+
+    AccessSession session({grant});
+    EXPECT_EQ(session.errors(), Lines{});
+    EXPECT_EQ(session.scope().watched, Paths{dir / "Inbox"});
+    ASSERT_EQ(session.refreshed().size(), 1u);
+    const FolderGrant& renewed = session.refreshed()[0];
+    EXPECT_EQ(renewed.id, grant.id);
+    EXPECT_EQ(renewed.displayPath, grant.displayPath);
+    EXPECT_EQ(renewed.role, grant.role);
+    EXPECT_EQ(FolderBookmark::decode(renewed.bookmark), FolderBookmark::make(dir / "Inbox"));
+    EXPECT_NE(renewed.bookmark, grant.bookmark);
+
+    // The renewed grant is current: a second session has nothing to renew.
+    AccessSession again({renewed});
+    EXPECT_TRUE(again.refreshed().empty());
+}
+
+TEST(AccessSessionTest, FolderThatCannotBeReadIsUnavailable) {
+    TempDir dir;
+    fs::create_directories(dir / "Locked");
+    ASSERT_EQ(::chmod((dir / "Locked").c_str(), 0700), 0);
+    auto grant = grantFor(dir / "Locked", FolderGrant::Role::watch);
+    grant.displayPath = "~/Locked";
+    const std::string answer = testing::runUnprivileged([&] {
+        AccessSession session({grant});
+        std::string out = std::to_string(session.scope().watched.size()) + " usable";
+        for (const auto& line : session.errors()) out += "\n" + line;
+        return out;
+    });
+    EXPECT_EQ(answer, "0 usable\nFolder unavailable: ~/Locked");
+}
+
+}  // namespace
+}  // namespace kelo

@@ -1,0 +1,274 @@
+#include "operations/safety_validator.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <system_error>
+
+#include "access/unprivileged_child.h"
+#include "model/kelo_error.h"
+#include "scan/metadata.h"
+#include "support/temp_dir.h"
+
+namespace kelo {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::TempDir;
+using testing::writeFile;
+
+constexpr time_t kModified = 1700000000;
+
+const std::string kRevoked = "Folder access is missing or revoked. Reconnect the approved folders.";
+const std::string kBadName = "Invalid or too-long destination filename.";
+const std::string kChanged = "Source changed since the plan was created. File left untouched.";
+const std::string kActive = "Possibly active — left untouched.";
+const std::string kRoles = "Move does not match approved watched-folder and project-home roles.";
+const std::string kRename = "Rename must remain in its folder and preserve the extension.";
+const std::string kNotWritable = "Destination folder is inaccessible or not writable.";
+const std::string kCrossVolume = "Cross-volume moves are disabled in V1. File left untouched.";
+
+std::string linkMessage(const fs::path& prefix) {
+    return "Symbolic links are outside Kelo's safe operation scope: " + prefix.native();
+}
+
+// An inbox "Downloads" with a.pdf (modified at kModified) and a sub-folder, and a
+// project home "Projects" with one job folder.
+class SafetyValidatorTest : public ::testing::Test {
+protected:
+    SafetyValidatorTest() {
+        writeFile(inbox / "a.pdf", "pdf");
+        writeFile(inbox / "sub/deep.pdf", "deep");
+        fs::create_directories(job);
+        setModified(inbox / "a.pdf", kModified);
+        setModified(inbox / "sub/deep.pdf", kModified);
+        scope = AccessScope{{inbox}, {home}};
+    }
+
+    static void setModified(const fs::path& path, time_t seconds) {
+        const timespec times[2] = {{seconds, 0}, {seconds, 0}};
+        ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW), 0);
+    }
+
+    OperationToValidate op(OperationKind type, const fs::path& source, const fs::path& destination) {
+        std::optional<FileIdentity> expected;
+        if (type != OperationKind::createDirectory) expected = Metadata::identity(source);
+        return OperationToValidate{type, source, destination, expected};
+    }
+    OperationToValidate fileIt() { return op(OperationKind::move, inbox / "a.pdf", job / "a.pdf"); }
+
+    // The refusal `validate` gives, or "" when the operation passes.
+    std::string refusal(const OperationToValidate& operation, bool journal = true) {
+        try {
+            validator.validate(operation, scope, journal, now);
+        } catch (const KeloError& error) {
+            return error.message();
+        }
+        return "";
+    }
+
+    TempDir dir;
+    fs::path inbox = dir / "Downloads";
+    fs::path home = dir / "Projects";
+    fs::path job = home / "Job";
+    AccessScope scope;
+    SafetyValidator validator;
+    Date now = Date::fromTimespec(kModified + 60, 0);
+};
+
+TEST_F(SafetyValidatorTest, WellFormedOperationsPass) {
+    EXPECT_EQ(refusal(fileIt()), "");
+    EXPECT_EQ(refusal(op(OperationKind::rename, inbox / "a.pdf", inbox / "brief.pdf")), "");
+    EXPECT_EQ(refusal(op(OperationKind::createDirectory, job, job / "Working")), "");
+    // A missing parent passes when the nearest existing ancestor is a writable folder.
+    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", job / "Export/Social/a.pdf")), "");
+    // Undo has no role check: it may put a file back into its inbox.
+    writeFile(job / "b.pdf", "b");
+    setModified(job / "b.pdf", kModified);
+    EXPECT_EQ(refusal(op(OperationKind::undo, job / "b.pdf", inbox / "b.pdf")), "");
+}
+
+TEST_F(SafetyValidatorTest, JournalIsCheckedFirst) {
+    auto operation = op(OperationKind::move, inbox / "a.pdf", "/elsewhere/a:b");
+    EXPECT_EQ(refusal(operation, /*journal=*/false), "Journal unavailable. No files were modified.");
+    EXPECT_EQ(refusal(operation), kRevoked);
+}
+
+TEST_F(SafetyValidatorTest, BothEndsMustLieInsideApprovedRoots) {
+    writeFile(dir / "Documents/x.pdf", "x");
+    EXPECT_EQ(refusal(op(OperationKind::move, dir / "Documents/x.pdf", job / "x.pdf")), kRevoked);
+    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", dir / "Documents/a.pdf")), kRevoked);
+    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", job / "../../Documents/a.pdf")), kRevoked);
+    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", dir / "Projects2/a.pdf")), kRevoked);
+    scope = AccessScope{};
+    EXPECT_EQ(refusal(fileIt()), kRevoked);
+}
+
+TEST_F(SafetyValidatorTest, DestinationNameRules) {
+    const std::string stem255(251, 'n');
+    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", job / (stem255 + ".pdf"))), "");
+    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", job / (stem255 + "n.pdf"))), kBadName);
+    // The file system would take ":", we do not.
+    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", job / "a:b.pdf")), kBadName);
+    EXPECT_EQ(refusal(op(OperationKind::createDirectory, job, job.native() + "/New/..")), kBadName);
+    EXPECT_EQ(refusal(op(OperationKind::rename, inbox / "a.pdf", inbox / "a.pdf")),
+              "Source and destination are identical.");
+    EXPECT_EQ(refusal(op(OperationKind::rename, inbox / "a.pdf", inbox.native() + "/./a.pdf")),
+              "Source and destination are identical.");
+}
+
+TEST_F(SafetyValidatorTest, SymbolicLinksAnywhereAreRefused) {
+    // A link to a folder inside the same home is refused all the same.
+    fs::create_directory_symlink(job, home / "Shortcut");
+    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", home / "Shortcut/a.pdf")),
+              linkMessage(home / "Shortcut"));
+
+    fs::create_symlink(inbox / "a.pdf", inbox / "a-link.pdf");
+    auto linked = fileIt();
+    linked.source = inbox / "a-link.pdf";
+    EXPECT_EQ(refusal(linked), linkMessage(inbox / "a-link.pdf"));
+
+    fs::create_symlink(dir / "nowhere", job / "dangling.pdf");
+    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", job / "dangling.pdf")),
+              linkMessage(job / "dangling.pdf"));
+}
+
+TEST_F(SafetyValidatorTest, ParentSwappedForALinkAfterPlanningIsRefused) {
+    const auto planned = fileIt();
+    ASSERT_EQ(refusal(planned), "");
+    fs::create_directories(dir / "Outside");
+    fs::rename(job, home / "Job-moved");
+    fs::create_directory_symlink(dir / "Outside", job);
+    EXPECT_EQ(refusal(planned), linkMessage(job));
+    EXPECT_TRUE(fs::is_empty(dir / "Outside"));
+}
+
+TEST_F(SafetyValidatorTest, NothingIsEverReplaced) {
+    writeFile(job / "a.pdf", "other");
+    EXPECT_EQ(refusal(fileIt()), "Name conflict: a.pdf already exists. Nothing was overwritten.");
+    fs::create_directories(job / "Working");
+    EXPECT_EQ(refusal(op(OperationKind::createDirectory, job, job / "Working")),
+              "Name conflict: Working already exists. Nothing was overwritten.");
+}
+
+TEST_F(SafetyValidatorTest, SourceMustBeTheFileThePlanSaw) {
+    auto noIdentity = fileIt();
+    noIdentity.expected.reset();
+    EXPECT_EQ(refusal(noIdentity), kChanged);
+
+    const auto planned = fileIt();
+    writeFile(inbox / "a.pdf", "longer now");
+    setModified(inbox / "a.pdf", kModified);
+    EXPECT_EQ(refusal(planned), kChanged);  // size
+
+    const auto sized = fileIt();
+    setModified(inbox / "a.pdf", kModified + 1);
+    EXPECT_EQ(refusal(sized), kChanged);  // modification date
+
+    const auto timed = fileIt();
+    // Written while the original still exists, so the inode cannot be reused.
+    writeFile(dir / "replacement", "longer now");
+    setModified(dir / "replacement", kModified + 1);
+    fs::rename(dir / "replacement", inbox / "a.pdf");
+    ASSERT_NE(Metadata::identity(inbox / "a.pdf").inode, timed.expected->inode);
+    EXPECT_EQ(refusal(timed), kChanged);  // same size and time, another inode
+
+    fs::remove(inbox / "a.pdf");
+    EXPECT_THROW(
+        {
+            try {
+                validator.validate(timed, scope, true, now);
+            } catch (const std::system_error& error) {
+                EXPECT_EQ(error.code(), std::errc::no_such_file_or_directory);
+                throw;
+            }
+        },
+        std::system_error);
+}
+
+TEST_F(SafetyValidatorTest, RecentlyModifiedFilesAreLeftAlone) {
+    now = Date::fromTimespec(kModified + 29, 0);
+    EXPECT_EQ(refusal(fileIt()), kActive);
+    now = Date::fromTimespec(kModified + 29, 900000000);
+    EXPECT_EQ(refusal(fileIt()), kActive);
+    now = Date::fromTimespec(kModified + 30, 0);
+    EXPECT_EQ(refusal(fileIt()), "");
+    now = Date::fromTimespec(kModified - 3600, 0);  // modified "in the future"
+    EXPECT_EQ(refusal(fileIt()), kActive);
+    // Folders being created have no file to wait for.
+    EXPECT_EQ(refusal(op(OperationKind::createDirectory, job, job / "New")), "");
+}
+
+TEST_F(SafetyValidatorTest, MovesFollowTheFolderRoles) {
+    // From a sub-folder of an inbox: not a loose file of that inbox.
+    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "sub/deep.pdf", job / "deep.pdf")), kRoles);
+    // Into an inbox: files land only in project homes.
+    writeFile(job / "j.pdf", "j");
+    setModified(job / "j.pdf", kModified);
+    EXPECT_EQ(refusal(op(OperationKind::move, job / "j.pdf", inbox / "j.pdf")), kRoles);
+    // Within project homes: allowed.
+    fs::create_directories(home / "Other");
+    EXPECT_EQ(refusal(op(OperationKind::move, job / "j.pdf", home / "Other/j.pdf")), "");
+    // No home at all: every move fails.
+    scope.homes.clear();
+    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", inbox / "sub/a.pdf")), kRoles);
+}
+
+TEST_F(SafetyValidatorTest, SubFolderOfAnInboxMayMoveWhenItLiesInAHome) {
+    scope = AccessScope{{inbox}, {inbox / "sub"}};
+    fs::create_directories(inbox / "sub/Job");
+    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "sub/deep.pdf", inbox / "sub/Job/deep.pdf")), "");
+    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", inbox / "sub/Job/a.pdf")), "");
+}
+
+TEST_F(SafetyValidatorTest, RenamesStayInTheirFolderAndKeepTheExtension) {
+    EXPECT_EQ(refusal(op(OperationKind::rename, inbox / "a.pdf", inbox / "a.PDF")), kRename);
+    EXPECT_EQ(refusal(op(OperationKind::rename, inbox / "a.pdf", inbox / "a.png")), kRename);
+    EXPECT_EQ(refusal(op(OperationKind::rename, inbox / "a.pdf", inbox / "a")), kRename);
+    EXPECT_EQ(refusal(op(OperationKind::rename, inbox / "a.pdf", inbox / "sub/b.pdf")), kRename);
+    writeFile(inbox / "README", "r");
+    setModified(inbox / "README", kModified);
+    EXPECT_EQ(refusal(op(OperationKind::rename, inbox / "README", inbox / "NOTES")), "");
+}
+
+TEST_F(SafetyValidatorTest, DestinationFolderMustBeAWritableFolder) {
+    writeFile(job / "file.txt", "not a folder");
+    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", job / "file.txt/a.pdf")), kNotWritable);
+
+    // Root may write anywhere, so the refusal is checked as an unprivileged user;
+    // the same user may file into a folder it can write, so the check is not blind.
+    fs::create_directories(home / "Open");
+    fs::permissions(home / "Open", fs::perms::all);
+    ASSERT_EQ(::chmod(job.c_str(), 0755), 0);
+    const auto closed = fileIt();
+    const auto open = op(OperationKind::move, inbox / "a.pdf", home / "Open/New/a.pdf");
+    const std::string answer = testing::runUnprivileged([&] {
+        return refusal(closed) + "|" + refusal(open);
+    });
+    EXPECT_EQ(answer, kNotWritable + "|");
+}
+
+TEST_F(SafetyValidatorTest, CrossVolumeMovesAreRefused) {
+    struct stat here {}, shm {};
+    if (::stat("/dev/shm", &shm) != 0 || ::stat(dir.path().c_str(), &here) != 0 || shm.st_dev == here.st_dev ||
+        ::access("/dev/shm", W_OK) != 0)
+        GTEST_SKIP() << "needs /dev/shm on another file system";
+    TempDir other;  // on the test's file system, only to borrow a unique name
+    const fs::path otherHome = fs::path("/dev/shm") / other.path().filename();
+    fs::create_directories(otherHome);
+    scope.homes.push_back(otherHome);
+    const std::string answer = refusal(op(OperationKind::move, inbox / "a.pdf", otherHome / "a.pdf"));
+    fs::remove_all(otherHome);
+    EXPECT_EQ(answer, kCrossVolume);
+
+    // An expected identity from another device is refused even without a move.
+    auto folder = op(OperationKind::createDirectory, job, job / "New");
+    folder.expected = FileIdentity{here.st_dev + 1, 1, 0, Date{}};
+    EXPECT_EQ(refusal(folder), kCrossVolume);
+}
+
+}  // namespace
+}  // namespace kelo

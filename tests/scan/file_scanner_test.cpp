@@ -1,0 +1,113 @@
+#include "scan/file_scanner.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "access/unprivileged_child.h"
+#include "support/temp_dir.h"
+
+namespace kelo {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::TempDir;
+using testing::writeFile;
+
+std::vector<std::string> names(const ScanResult& result) {
+    std::vector<std::string> out;
+    for (const auto& file : result.files) out.push_back(file.url.filename().native());
+    return out;
+}
+
+TEST(FileScannerTest, ListsOnlyTopLevelRegularVisibleFilesSortedByPath) {
+    TempDir dir;
+    const auto inbox = dir / "Downloads";
+    writeFile(inbox / "b.pdf", "b");
+    writeFile(inbox / "a.png", "a");
+    writeFile(inbox / "C.txt", "c");
+    writeFile(inbox / ".hidden.pdf", "h");
+    writeFile(inbox / ".DS_Store", "d");
+    writeFile(inbox / "Thumbs.db", "t");
+    writeFile(inbox / "Icon\r", "i");
+    writeFile(inbox / "sub/inside.pdf", "s");
+    writeFile(inbox / "Tool.app/Contents/Info.plist", "p");
+    fs::create_symlink(inbox / "b.pdf", inbox / "link-to-b.pdf");
+    ASSERT_EQ(::mkfifo((inbox / "pipe").c_str(), 0600), 0);
+
+    const ScanResult result = FileScanner::scan({inbox});
+    EXPECT_EQ(result.errors, std::vector<std::string>{});
+    EXPECT_EQ(names(result), (std::vector<std::string>{"C.txt", "a.png", "b.pdf"}));
+    for (const auto& file : result.files) EXPECT_EQ(file.sourceFolder, inbox);
+}
+
+TEST(FileScannerTest, RecordsFromSeveralRootsAreSortedTogether) {
+    TempDir dir;
+    writeFile(dir / "z/a.txt", "1");
+    writeFile(dir / "a/z.txt", "2");
+    const ScanResult result = FileScanner::scan({dir / "z", dir / "a/"});
+    ASSERT_EQ(result.files.size(), 2u);
+    EXPECT_EQ(result.files[0].url, dir / "a/z.txt");
+    EXPECT_EQ(result.files[0].sourceFolder, dir / "a");
+    EXPECT_EQ(result.files[1].url, dir / "z/a.txt");
+}
+
+TEST(FileScannerTest, UnreadableRootsBecomeOneLineEachAndOthersAreStillScanned) {
+    TempDir dir;
+    writeFile(dir / "real/a.txt", "a");
+    writeFile(dir / "good/g.txt", "g");
+    writeFile(dir / "plain-file", "f");
+    fs::create_directory_symlink(dir / "real", dir / "linked");
+
+    const ScanResult result =
+        FileScanner::scan({dir / "linked", dir / "missing", dir / "plain-file", dir / "good"});
+    EXPECT_EQ(names(result), std::vector<std::string>{"g.txt"});
+    EXPECT_EQ(result.errors,
+              (std::vector<std::string>{
+                  "Symbolic links are outside Kelo's safe operation scope: " + (dir / "linked").native(),
+                  (dir / "missing").native() + ": No such file or directory",
+                  (dir / "plain-file").native() + ": Not a directory",
+              }));
+}
+
+TEST(FileScannerTest, UnchangedFolderScansEquallyAndTouchingChangesTheFingerprint) {
+    TempDir dir;
+    writeFile(dir / "in/a.txt", "a");
+    const ScanResult first = FileScanner::scan({dir / "in"});
+    const ScanResult second = FileScanner::scan({dir / "in"});
+    ASSERT_EQ(first.files.size(), 1u);
+    EXPECT_EQ(first.files, second.files);
+
+    const timespec later[2] = {{1800000000, 0}, {1800000000, 0}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, (dir / "in/a.txt").c_str(), later, 0), 0);
+    const ScanResult touched = FileScanner::scan({dir / "in"});
+    ASSERT_EQ(touched.files.size(), 1u);
+    EXPECT_NE(touched.files[0].fingerprint(), first.files[0].fingerprint());
+}
+
+// An entry that can be listed but not read becomes its own line. Run as an
+// unprivileged user: a folder that may be listed (r) but not searched (no x).
+TEST(FileScannerTest, UnreadableEntryBecomesALineNotARecord) {
+    TempDir dir;
+    writeFile(dir / "in/a.txt", "a");
+    writeFile(dir / "in/b.txt", "b");
+    ASSERT_EQ(::chmod((dir / "in").c_str(), 0444), 0);
+    const std::string answer = testing::runUnprivileged([&] {
+        const ScanResult result = FileScanner::scan({dir / "in"});
+        std::string out = std::to_string(result.files.size()) + " files\n";
+        std::vector<std::string> errors = result.errors;
+        std::sort(errors.begin(), errors.end());
+        for (const auto& line : errors) out += line + "\n";
+        return out;
+    });
+    EXPECT_EQ(answer, "0 files\n" + (dir / "in/a.txt").native() + ": Permission denied\n" +
+                          (dir / "in/b.txt").native() + ": Permission denied\n");
+}
+
+}  // namespace
+}  // namespace kelo
