@@ -44,7 +44,9 @@ void from_json(const Json& in, MarkRecord& m) {
     m.outcome = r.optional<OperationOutcome>("outcome");
 }
 
-std::string compact(const Json& value) { return value.dump(-1, ' ', false, Json::error_handler_t::replace); }
+std::string compact(const Json& value) {
+    return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
 
 }  // namespace
 

@@ -73,8 +73,7 @@ public:
     // one), refuses an unsupported version, replays the log and folds it into the
     // document. Throws KeloError, DecodingError or std::system_error; on a refusal
     // both files are left exactly as they were.
-    explicit OperationJournal(std::filesystem::path url, Clock clock = Date::now,
-                              LogCalls calls = LogCalls::system());
+    explicit OperationJournal(std::filesystem::path url, Clock clock = Date::now, LogCalls calls = LogCalls::system());
 
     // Records the operations as `planned`, all in one durable record. Refuses the
     // whole list, writing nothing, when any id is already recorded.

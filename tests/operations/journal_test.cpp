@@ -174,7 +174,7 @@ TEST(JournalTest, ReplayIgnoresTornLastRecordAtEveryCut) {
     TempDir dir;
     const auto path = dir / "journal.json";
     std::string baseDocument;
-    std::vector<JournalDocument> states;      // the document after k records
+    std::vector<JournalDocument> states;     // the document after k records
     std::vector<std::uintmax_t> boundaries;  // the log size after k records
     const auto older = makeBatch(1);
     {

@@ -1,6 +1,6 @@
-#include <gtest/gtest.h>
-
 #include "operations/operation_plan.h"
+
+#include <gtest/gtest.h>
 
 namespace kelo {
 namespace {
