@@ -1,0 +1,114 @@
+#include "operations/journal_log.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+#include <zlib.h>
+
+#include <cerrno>
+#include <system_error>
+
+#include "store/local_store.h"
+
+namespace kelo {
+
+namespace {
+
+constexpr std::size_t kHeaderSize = 8;
+// A single plan of 10,000 operations encodes to a few megabytes; anything far beyond
+// that is a damaged length field, not a record.
+constexpr std::uint32_t kMaxPayload = 256u * 1024u * 1024u;
+
+void putLittleEndian(std::string& out, std::uint32_t value) {
+    for (int shift = 0; shift < 32; shift += 8) out += static_cast<char>((value >> shift) & 0xFF);
+}
+
+std::uint32_t getLittleEndian(const char* bytes) {
+    std::uint32_t value = 0;
+    for (int i = 3; i >= 0; --i) value = (value << 8) | static_cast<unsigned char>(bytes[i]);
+    return value;
+}
+
+std::uint32_t checksum(std::string_view lengthBytes, std::string_view payload) {
+    uLong crc = crc32(0L, Z_NULL, 0);
+    crc = crc32(crc, reinterpret_cast<const Bytef*>(lengthBytes.data()), static_cast<uInt>(lengthBytes.size()));
+    crc = crc32_z(crc, reinterpret_cast<const Bytef*>(payload.data()), payload.size());
+    return static_cast<std::uint32_t>(crc);
+}
+
+[[noreturn]] void throwErrno(int error, const std::filesystem::path& path) {
+    throw std::system_error(error, std::generic_category(), "Cannot write " + path.string());
+}
+
+}  // namespace
+
+LogCalls LogCalls::system() {
+    return LogCalls{[](int fd, const void* data, std::size_t size) { return ::write(fd, data, size); },
+                    [](int fd) { return ::fsync(fd); }};
+}
+
+std::string JournalLog::frame(std::string_view payload) {
+    std::string out;
+    out.reserve(kHeaderSize + payload.size());
+    putLittleEndian(out, static_cast<std::uint32_t>(payload.size()));
+    const std::string_view lengthBytes(out.data(), 4);
+    putLittleEndian(out, checksum(lengthBytes, payload));
+    out.append(payload);
+    return out;
+}
+
+std::vector<std::string> JournalLog::readRecords(const std::filesystem::path& path) {
+    std::vector<std::string> records;
+    auto bytes = store_detail::readIfPresent(path);
+    if (!bytes) return records;
+    const std::string& data = *bytes;
+    std::size_t offset = 0;
+    while (data.size() - offset >= kHeaderSize) {
+        const std::uint32_t length = getLittleEndian(data.data() + offset);
+        const std::uint32_t stored = getLittleEndian(data.data() + offset + 4);
+        if (length == 0 || length > kMaxPayload || data.size() - offset - kHeaderSize < length) break;
+        const std::string_view payload(data.data() + offset + kHeaderSize, length);
+        if (checksum(std::string_view(data.data() + offset, 4), payload) != stored) break;
+        records.emplace_back(payload);
+        offset += kHeaderSize + length;
+    }
+    return records;
+}
+
+JournalLog JournalLog::createEmpty(const std::filesystem::path& path, LogCalls calls) {
+    store_detail::writeDurably(path, "");
+    UniqueFd fd(::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOFOLLOW));
+    if (!fd) throwErrno(errno, path);
+    return JournalLog(path, std::move(fd), std::move(calls));
+}
+
+JournalLog::JournalLog(std::filesystem::path path, UniqueFd fd, LogCalls calls)
+    : path_(std::move(path)), fd_(std::move(fd)), calls_(std::move(calls)), broken_(false) {}
+
+void JournalLog::append(std::string_view payload) {
+    if (broken_) throwErrno(EIO, path_);
+    const std::string record = frame(payload);
+    std::string_view rest = record;
+    // Any failure leaves the log unusable: a partial record stays a torn tail, and a
+    // record whose sync failed must not be built upon as if it were durable.
+    while (!rest.empty()) {
+        const ssize_t written = calls_.write(fd_.get(), rest.data(), rest.size());
+        if (written < 0) {
+            if (errno == EINTR) continue;
+            const int error = errno;
+            broken_ = true;
+            throwErrno(error, path_);
+        }
+        if (written == 0) {
+            broken_ = true;
+            throwErrno(EIO, path_);
+        }
+        rest.remove_prefix(static_cast<std::size_t>(written));
+    }
+    if (calls_.fsync(fd_.get()) != 0) {
+        const int error = errno;
+        broken_ = true;
+        throwErrno(error, path_);
+    }
+}
+
+}  // namespace kelo

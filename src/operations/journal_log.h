@@ -1,0 +1,65 @@
+// JournalLog: the append-only record file kept beside "journal.json". Each record is
+// made durable (written and fsync'ed) before `append` returns, so a record that was
+// acknowledged survives a crash; a record cut short by a crash fails its checksum and
+// is ignored when the log is read back.
+//
+// Record layout: 4-byte little-endian payload length, 4-byte little-endian CRC-32
+// (zlib) of the length bytes and the payload, then the payload. Owned by one
+// OperationJournal; used only from the engine thread.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "store/posix_file.h"
+
+namespace kelo {
+
+// The system calls the log makes while appending, replaceable so tests can fail them.
+struct LogCalls {
+    std::function<ssize_t(int fd, const void* data, std::size_t size)> write;
+    std::function<int(int fd)> fsync;
+
+    static LogCalls system();
+};
+
+class JournalLog {
+public:
+    // The payloads of the intact records, in order. Reading stops at the first record
+    // that is cut short or fails its checksum: only the last append can be torn, since
+    // every earlier one was synced before the next began. A missing file has none.
+    static std::vector<std::string> readRecords(const std::filesystem::path& path);
+
+    // Replaces whatever log is at `path` with an empty one (atomic replace, file and
+    // folder synced) and opens it for appending.
+    static JournalLog createEmpty(const std::filesystem::path& path, LogCalls calls);
+
+    JournalLog() = default;
+
+    // Writes one record and syncs it; errors throw std::system_error. After any
+    // failure the log is broken: a failed sync is never retried into a success, so
+    // every later append throws until a fresh log is created.
+    void append(std::string_view payload);
+
+    bool broken() const { return broken_; }
+    const std::filesystem::path& path() const { return path_; }
+
+    // The bytes of one framed record (exposed for tests and benchmarks).
+    static std::string frame(std::string_view payload);
+
+private:
+    JournalLog(std::filesystem::path path, UniqueFd fd, LogCalls calls);
+
+    std::filesystem::path path_;
+    UniqueFd fd_;
+    LogCalls calls_;
+    bool broken_ = true;  // until opened
+};
+
+}  // namespace kelo

@@ -1,0 +1,216 @@
+#include "operations/operation_journal.h"
+
+#include <unordered_set>
+
+#include "model/kelo_error.h"
+#include "store/local_store.h"
+
+namespace kelo {
+
+namespace {
+
+constexpr const char* kUnsupportedVersion = "Unsupported journal version. Operations disabled.";
+constexpr const char* kAlreadyRecorded = "Operation already recorded. Generate a fresh plan.";
+constexpr const char* kMissing = "Operation missing from journal.";
+constexpr const char* kLogMismatch =
+    "The journal's log does not match journal.json. Operations disabled; both files were left as they are.";
+constexpr const char* kNotDurable =
+    "The journal could not be made durable. Nothing more is recorded until it is written again.";
+
+// Log payloads: {"prepare": [entry, ...]} or {"mark": {"id", "status", "error", "outcome"}}.
+constexpr const char* kPrepareKey = "prepare";
+constexpr const char* kMarkKey = "mark";
+
+struct MarkRecord {
+    Uuid id;
+    OperationStatus status = OperationStatus::planned;
+    std::optional<std::string> error;
+    std::optional<OperationOutcome> outcome;
+};
+
+void to_json(Json& out, const MarkRecord& m) {
+    JsonWriter w(out);
+    w.put("id", m.id);
+    w.put("status", m.status);
+    w.put("error", m.error);
+    w.put("outcome", m.outcome);
+}
+
+void from_json(const Json& in, MarkRecord& m) {
+    JsonReader r(in);
+    m.id = r.required<Uuid>("id");
+    m.status = r.required<OperationStatus>("status");
+    m.error = r.optional<std::string>("error");
+    m.outcome = r.optional<OperationOutcome>("outcome");
+}
+
+std::string compact(const Json& value) {
+    return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+}  // namespace
+
+void to_json(Json& out, const JournalEntry& e) {
+    JsonWriter w(out);
+    w.put("operation", e.operation);
+    w.put("timestamp", e.timestamp);
+    w.put("status", e.status);
+    w.put("error", e.error);
+    w.put("outcome", e.outcome);
+}
+
+void from_json(const Json& in, JournalEntry& e) {
+    JsonReader r(in);
+    e.operation = r.required<PlannedOperation>("operation");
+    e.timestamp = r.required<Date>("timestamp");
+    e.status = r.required<OperationStatus>("status");
+    e.error = r.optional<std::string>("error");
+    e.outcome = r.optional<OperationOutcome>("outcome");
+}
+
+void to_json(Json& out, const JournalDocument& d) {
+    JsonWriter w(out);
+    w.put("schemaVersion", d.schemaVersion);
+    w.put("entries", d.entries);
+}
+
+void from_json(const Json& in, JournalDocument& d) {
+    JsonReader r(in);
+    d.schemaVersion = r.required<std::int64_t>("schemaVersion");
+    d.entries = r.required<std::vector<JournalEntry>>("entries");
+}
+
+OperationJournal::OperationJournal(std::filesystem::path url, Clock clock, LogCalls calls)
+    : url_(std::move(url)), clock_(std::move(clock)), calls_(std::move(calls)) {
+    if (auto bytes = store_detail::readIfPresent(url_)) {
+        const Json json = parseDocument(*bytes);
+        // The version decides how the rest is read, so it is checked first.
+        if (json.is_object() && json.contains("schemaVersion") && json["schemaVersion"].is_number_integer() &&
+            json["schemaVersion"].get<std::int64_t>() != JournalDocument::kSupportedVersion)
+            throw KeloError::unsafe(kUnsupportedVersion);
+        document_ = decodeValue<JournalDocument>(json);
+    }
+    for (std::size_t i = 0; i < document_.entries.size(); ++i)
+        index_.emplace(document_.entries[i].operation.id, i);  // the first entry of an id wins
+
+    for (const std::string& payload : JournalLog::readRecords(logUrl())) replay(payload);
+    checkpoint();
+}
+
+std::filesystem::path OperationJournal::logUrl() const {
+    std::filesystem::path log = url_;
+    log.replace_extension(".log");
+    return log;
+}
+
+void OperationJournal::replay(const std::string& payload) {
+    const Json record = parseDocument(payload);
+    if (record.contains(kPrepareKey)) {
+        const auto entries = decodeValue<std::vector<JournalEntry>>(record[kPrepareKey]);
+        // The document may already hold this record: a fold wrote the document and
+        // was interrupted before it emptied the log. A fold is atomic, so either every
+        // entry of the record is present, unchanged, or none is.
+        std::size_t present = 0;
+        for (const JournalEntry& entry : entries) {
+            auto it = index_.find(entry.operation.id);
+            if (it == index_.end()) continue;
+            const JournalEntry& existing = document_.entries[it->second];
+            if (existing.operation != entry.operation || existing.timestamp != entry.timestamp)
+                throw KeloError::unsafe(kLogMismatch);
+            ++present;
+        }
+        if (present == entries.size()) return;
+        if (present != 0) throw KeloError::unsafe(kLogMismatch);
+        apply(entries);
+    } else if (record.contains(kMarkKey)) {
+        const auto mark = decodeValue<MarkRecord>(record[kMarkKey]);
+        auto it = index_.find(mark.id);
+        if (it == index_.end()) throw KeloError::unsafe(kLogMismatch);
+        // Marks carry the final values, so applying one again is harmless; replayed in
+        // order they leave each entry as the last acknowledged mark left it.
+        applyMark(it->second, mark.status, mark.error, mark.outcome);
+    } else {
+        throw KeloError::unsafe(kLogMismatch);
+    }
+}
+
+void OperationJournal::requireWritable() const {
+    if (log_.broken()) throw KeloError::unsafe(kNotDurable);
+}
+
+void OperationJournal::prepare(const std::vector<PlannedOperation>& operations) {
+    requireWritable();
+    std::unordered_set<Uuid> seen;
+    for (const PlannedOperation& operation : operations) {
+        if (index_.contains(operation.id) || !seen.insert(operation.id).second)
+            throw KeloError::unsafe(kAlreadyRecorded);
+    }
+    const Date now = clock_();
+    std::vector<JournalEntry> entries;
+    entries.reserve(operations.size());
+    for (const PlannedOperation& operation : operations)
+        entries.push_back(JournalEntry{operation, now, OperationStatus::planned, std::nullopt, std::nullopt});
+
+    Json record = Json::object();
+    record[kPrepareKey] = encodeValue(entries);
+    log_.append(compact(record));  // durable before memory changes
+    apply(entries);
+}
+
+void OperationJournal::apply(const std::vector<JournalEntry>& prepared) {
+    for (const JournalEntry& entry : prepared) {
+        index_.emplace(entry.operation.id, document_.entries.size());
+        document_.entries.push_back(entry);
+    }
+}
+
+void OperationJournal::mark(const Uuid& id, OperationStatus status, std::optional<std::string> error,
+                            std::optional<OperationOutcome> outcome) {
+    requireWritable();
+    auto it = index_.find(id);
+    if (it == index_.end()) throw KeloError::unsafe(kMissing);
+    const std::optional<OperationOutcome> kept =
+        status == OperationStatus::failed ? std::optional(outcome.value_or(OperationOutcome::failed)) : std::nullopt;
+
+    Json record = Json::object();
+    record[kMarkKey] = encodeValue(MarkRecord{id, status, error, kept});
+    log_.append(compact(record));
+    applyMark(it->second, status, std::move(error), kept);
+}
+
+void OperationJournal::applyMark(std::size_t position, OperationStatus status, std::optional<std::string> error,
+                                 std::optional<OperationOutcome> outcome) {
+    JournalEntry& entry = document_.entries[position];
+    entry.status = status;
+    entry.error = std::move(error);
+    entry.outcome = outcome;
+}
+
+void OperationJournal::checkpoint() {
+    // The document must be durable before the log that it now contains is emptied;
+    // a crash in between replays records the document already holds, which is harmless.
+    LocalStore<JournalDocument>(url_).save(document_);
+    log_ = JournalLog::createEmpty(logUrl(), calls_);
+}
+
+const JournalEntry* OperationJournal::entry(const Uuid& id) const {
+    auto it = index_.find(id);
+    return it == index_.end() ? nullptr : &document_.entries[it->second];
+}
+
+std::vector<std::size_t> OperationJournal::positionsWithStatus(OperationStatus status) const {
+    std::vector<std::size_t> positions;
+    for (std::size_t i = 0; i < document_.entries.size(); ++i)
+        if (document_.entries[i].status == status) positions.push_back(i);
+    return positions;
+}
+
+bool OperationJournal::isConsistent() const {
+    if (index_.size() != document_.entries.size()) return false;
+    for (const auto& [id, position] : index_) {
+        if (position >= document_.entries.size() || document_.entries[position].operation.id != id) return false;
+    }
+    return true;
+}
+
+}  // namespace kelo

@@ -1,0 +1,118 @@
+// OperationJournal: the write-ahead record of every file change. Each planned
+// operation is recorded before anything on disk is touched and marked as it starts
+// and ends, so that after a crash every operation can be told apart: never begun,
+// maybe interrupted, or completed. History and undo are read from it.
+//
+// Durability: every `prepare` and `mark` appends one checksummed record to a log
+// beside the document ("journal.log" beside "journal.json") and syncs it before
+// returning, so its cost does not grow with the journal. The log is folded into the
+// document (atomic replace, file and folder synced) when the journal is opened and by
+// `checkpoint`, which the executor calls at the end of every execution; between
+// commands the document alone holds the whole truth. A torn last record was never
+// acknowledged and is ignored.
+//
+// Owned by the engine (one per journal file); used only from the engine thread.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "model/date.h"
+#include "model/json_codec.h"
+#include "model/uuid.h"
+#include "operations/journal_log.h"
+#include "operations/operation_plan.h"
+
+namespace kelo {
+
+// Tells a failed entry that was never attempted (skipped after preview) from one
+// that was attempted and failed.
+enum class OperationOutcome { skipped, failed };
+
+inline constexpr std::array<std::pair<OperationOutcome, std::string_view>, 2> rawValues(OperationOutcome) {
+    return {{{OperationOutcome::skipped, "skipped"}, {OperationOutcome::failed, "failed"}}};
+}
+
+struct JournalEntry {
+    PlannedOperation operation;
+    Date timestamp;  // when the entry was prepared; later marks keep it
+    OperationStatus status = OperationStatus::planned;
+    std::optional<std::string> error;
+    std::optional<OperationOutcome> outcome;  // present only while status is failed
+
+    friend bool operator==(const JournalEntry&, const JournalEntry&) = default;
+};
+
+struct JournalDocument {
+    static constexpr std::int64_t kSupportedVersion = 1;
+
+    std::int64_t schemaVersion = kSupportedVersion;
+    std::vector<JournalEntry> entries;  // in the order written; never reordered
+
+    friend bool operator==(const JournalDocument&, const JournalDocument&) = default;
+};
+
+void to_json(Json& out, const JournalEntry& entry);
+void from_json(const Json& in, JournalEntry& entry);
+void to_json(Json& out, const JournalDocument& document);
+void from_json(const Json& in, JournalDocument& document);
+
+class OperationJournal {
+public:
+    using Clock = std::function<Date()>;
+
+    // Opens the journal at `url`: loads the document (a missing file begins a fresh
+    // one), refuses an unsupported version, replays the log and folds it into the
+    // document. Throws KeloError, DecodingError or std::system_error; on a refusal
+    // both files are left exactly as they were.
+    explicit OperationJournal(std::filesystem::path url, Clock clock = Date::now, LogCalls calls = LogCalls::system());
+
+    // Records the operations as `planned`, all in one durable record. Refuses the
+    // whole list, writing nothing, when any id is already recorded.
+    void prepare(const std::vector<PlannedOperation>& operations);
+
+    // Sets the status of one operation's entry; `outcome` is kept only for `failed`
+    // (defaulting to `failed`). Durable before it returns.
+    void mark(const Uuid& id, OperationStatus status, std::optional<std::string> error = std::nullopt,
+              std::optional<OperationOutcome> outcome = std::nullopt);
+
+    // Writes the whole document as it stands and starts an empty log. Also the test
+    // that the journal can be written, and the way back after a failed append.
+    void checkpoint();
+
+    const JournalDocument& document() const { return document_; }
+    const std::filesystem::path& url() const { return url_; }
+    std::filesystem::path logUrl() const;
+
+    // The entry of one operation id, or null. Constant time.
+    const JournalEntry* entry(const Uuid& id) const;
+    // Positions in `document().entries` of the entries with this status, in journal order.
+    std::vector<std::size_t> positionsWithStatus(OperationStatus status) const;
+
+    // True when every id occurs once and the index points at its entry.
+    bool isConsistent() const;
+
+private:
+    void replay(const std::string& payload);
+    void apply(const std::vector<JournalEntry>& prepared);
+    void applyMark(std::size_t position, OperationStatus status, std::optional<std::string> error,
+                   std::optional<OperationOutcome> outcome);
+    void requireWritable() const;
+
+    std::filesystem::path url_;
+    Clock clock_;
+    LogCalls calls_;
+    JournalDocument document_;
+    std::unordered_map<Uuid, std::size_t> index_;  // operation id → position in entries
+    JournalLog log_;
+};
+
+}  // namespace kelo

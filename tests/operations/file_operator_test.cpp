@@ -1,0 +1,164 @@
+#include "operations/file_operator.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <functional>
+#include <system_error>
+
+#include "model/kelo_error.h"
+#include "operations/fd_path.h"
+#include "support/temp_dir.h"
+
+namespace kelo {
+namespace {
+
+using testing::readFile;
+using testing::TempDir;
+using testing::writeFile;
+namespace fs = std::filesystem;
+
+FileIdentity identityAt(const fs::path& path) {
+    struct stat info {};
+    if (::lstat(path.c_str(), &info) != 0) throw std::system_error(errno, std::generic_category());
+    return fd_path::identityOf(info);
+}
+
+std::size_t openDescriptors() {
+    std::size_t count = 0;
+    for ([[maybe_unused]] const auto& entry : fs::directory_iterator("/proc/self/fd")) ++count;
+    return count;
+}
+
+std::string keloMessage(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const KeloError& e) {
+        return e.message();
+    }
+    return "(no KeloError)";
+}
+
+int systemErrorOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const std::system_error& e) {
+        return e.code().value();
+    }
+    return 0;
+}
+
+class FileOperatorTest : public ::testing::Test {
+protected:
+    TempDir dir;
+    fs::path inbox = dir / "Inbox";
+    fs::path job = dir / "Jobs" / "Hydro" / "Export";
+    std::size_t descriptorsBefore = 0;
+
+    void SetUp() override {
+        fs::create_directories(inbox);
+        fs::create_directories(job);
+        descriptorsBefore = openDescriptors();
+    }
+    void TearDown() override { EXPECT_EQ(openDescriptors(), descriptorsBefore) << "a descriptor was left open"; }
+};
+
+TEST_F(FileOperatorTest, MovesAcrossFoldersAndRenamesInPlace) {
+    writeFile(inbox / "poster.png", "pixels");
+    FileOperator op;
+    op.moveWithoutReplacement(inbox / "poster.png", job / "poster.png", identityAt(inbox / "poster.png"));
+    EXPECT_FALSE(fs::exists(inbox / "poster.png"));
+    EXPECT_EQ(readFile(job / "poster.png"), "pixels");
+
+    op.moveWithoutReplacement(job / "poster.png", job / "HY-Poster-01.png", identityAt(job / "poster.png"));
+    EXPECT_EQ(readFile(job / "HY-Poster-01.png"), "pixels");
+    EXPECT_FALSE(fs::exists(job / "poster.png"));
+}
+
+TEST_F(FileOperatorTest, NeverReplacesAnExistingDestination) {
+    writeFile(inbox / "a.pdf", "new");
+    writeFile(job / "a.pdf", "old");
+    FileOperator op;
+    EXPECT_EQ(
+        systemErrorOf([&] { op.moveWithoutReplacement(inbox / "a.pdf", job / "a.pdf", identityAt(inbox / "a.pdf")); }),
+        EEXIST);
+    EXPECT_EQ(readFile(inbox / "a.pdf"), "new");
+    EXPECT_EQ(readFile(job / "a.pdf"), "old");
+    // An empty folder at the destination name is not replaced either.
+    fs::create_directory(job / "b");
+    writeFile(inbox / "b", "file");
+    EXPECT_NE(systemErrorOf([&] { op.moveWithoutReplacement(inbox / "b", job / "b", identityAt(inbox / "b")); }), 0);
+    EXPECT_EQ(readFile(inbox / "b"), "file");
+}
+
+TEST_F(FileOperatorTest, ChangedSourceIsLeftUntouched) {
+    writeFile(inbox / "a.psd", "v1");
+    const FileIdentity planned = identityAt(inbox / "a.psd");
+    writeFile(inbox / "a.psd", "version two");  // rewritten after planning
+    FileOperator op;
+    EXPECT_EQ(keloMessage([&] { op.moveWithoutReplacement(inbox / "a.psd", job / "a.psd", planned); }),
+              "Source identity changed immediately before move. File left untouched.");
+    EXPECT_TRUE(fs::exists(inbox / "a.psd"));
+    EXPECT_FALSE(fs::exists(job / "a.psd"));
+
+    // A vanished source is the file system's own error.
+    const FileIdentity current = identityAt(inbox / "a.psd");
+    EXPECT_NE(systemErrorOf([&] { op.moveWithoutReplacement(inbox / "gone.psd", job / "gone.psd", current); }), 0);
+}
+
+TEST_F(FileOperatorTest, RefusesPathsThroughSymbolicLinks) {
+    writeFile(inbox / "a.pdf", "x");
+    fs::create_directory_symlink(dir / "Jobs", dir / "Linked");
+    fs::create_directory_symlink(inbox, dir / "InboxLink");
+    FileOperator op;
+    const FileIdentity id = identityAt(inbox / "a.pdf");
+    EXPECT_NE(
+        systemErrorOf([&] { op.moveWithoutReplacement(inbox / "a.pdf", dir / "Linked" / "Hydro" / "a.pdf", id); }), 0);
+    EXPECT_NE(systemErrorOf([&] { op.moveWithoutReplacement(dir / "InboxLink" / "a.pdf", job / "a.pdf", id); }), 0);
+    EXPECT_NE(systemErrorOf([&] { op.createDirectoryWithoutReplacement(dir / "Linked" / "New"); }), 0);
+    EXPECT_TRUE(fs::exists(inbox / "a.pdf"));
+    EXPECT_FALSE(fs::exists(dir / "Jobs" / "Hydro" / "a.pdf"));
+    EXPECT_FALSE(fs::exists(dir / "Jobs" / "New"));
+}
+
+TEST_F(FileOperatorTest, FailedFolderSyncIsReportedAfterTheMove) {
+    writeFile(inbox / "a.pdf", "x");
+    int syncs = 0;
+    FileOperator op([&](int) {
+        ++syncs;
+        errno = EIO;
+        return -1;
+    });
+    EXPECT_EQ(
+        keloMessage([&] { op.moveWithoutReplacement(inbox / "a.pdf", job / "a.pdf", identityAt(inbox / "a.pdf")); }),
+        "Move occurred but directory synchronization failed. Inspect recovery before continuing.");
+    EXPECT_TRUE(fs::exists(job / "a.pdf"));
+    EXPECT_EQ(syncs, 2);  // both folders were still flushed
+
+    EXPECT_EQ(keloMessage([&] { op.createDirectoryWithoutReplacement(job / "New"); }),
+              "Directory created but synchronization failed.");
+    EXPECT_TRUE(fs::is_directory(job / "New"));
+}
+
+TEST_F(FileOperatorTest, CreatesFolderOnlyWhenTheNameIsFree) {
+    FileOperator op;
+    const mode_t previous = ::umask(0);
+    op.createDirectoryWithoutReplacement(job / "Bìa");
+    ::umask(previous);
+    struct stat info {};
+    ASSERT_EQ(::lstat((job / "Bìa").c_str(), &info), 0);
+    EXPECT_TRUE(S_ISDIR(info.st_mode));
+    EXPECT_EQ(info.st_mode & 07777, 0755u);
+
+    EXPECT_EQ(systemErrorOf([&] { op.createDirectoryWithoutReplacement(job / "Bìa"); }), EEXIST);
+    writeFile(job / "file", "x");
+    EXPECT_EQ(systemErrorOf([&] { op.createDirectoryWithoutReplacement(job / "file"); }), EEXIST);
+    EXPECT_EQ(readFile(job / "file"), "x");
+    EXPECT_EQ(systemErrorOf([&] { op.createDirectoryWithoutReplacement(job / "missing" / "New"); }), ENOENT);
+}
+
+}  // namespace
+}  // namespace kelo

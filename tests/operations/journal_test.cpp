@@ -1,0 +1,381 @@
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <functional>
+#include <system_error>
+
+#include "model/kelo_error.h"
+#include "operations/operation_journal.h"
+#include "support/temp_dir.h"
+
+namespace kelo {
+namespace {
+
+using testing::readFile;
+using testing::TempDir;
+using testing::writeFile;
+
+PlannedOperation makeOperation(const Uuid& batch, int n) {
+    PlannedOperation op;
+    op.id = Uuid::random();
+    op.batchID = batch;
+    op.source = "/inbox/file " + std::to_string(n) + ".pdf";
+    op.destination = "/home/Job/Reference/file " + std::to_string(n) + ".pdf";
+    op.expected = FileIdentity{1, static_cast<std::uint64_t>(100 + n), 5, Date{7.5}};
+    op.type = OperationType::move;
+    return op;
+}
+
+std::vector<PlannedOperation> makeBatch(int count) {
+    const Uuid batch = Uuid::random();
+    std::vector<PlannedOperation> ops;
+    for (int i = 0; i < count; ++i) ops.push_back(makeOperation(batch, i));
+    return ops;
+}
+
+OperationJournal::Clock fixedClock() {
+    return [] { return Date{1000.25}; };
+}
+
+std::string messageOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const KeloError& e) {
+        return e.message();
+    }
+    return "(no error)";
+}
+
+TEST(JournalTest, MissingFileBeginsFreshVersionOneJournal) {
+    TempDir dir;
+    OperationJournal journal(dir / "journal.json", fixedClock());
+    EXPECT_EQ(journal.document().schemaVersion, 1);
+    EXPECT_TRUE(journal.document().entries.empty());
+    // Opening folds the (empty) log into a written document.
+    const Json written = parseDocument(readFile(dir / "journal.json"));
+    EXPECT_EQ(written["schemaVersion"], 1);
+    EXPECT_TRUE(written["entries"].empty());
+}
+
+TEST(JournalTest, PrepareRecordsPlannedEntriesAndMarksSetStatusAndOutcome) {
+    TempDir dir;
+    OperationJournal journal(dir / "journal.json", fixedClock());
+    const auto ops = makeBatch(3);
+    journal.prepare(ops);
+    ASSERT_EQ(journal.document().entries.size(), 3u);
+    EXPECT_EQ(journal.document().entries[1].operation, ops[1]);
+    EXPECT_EQ(journal.document().entries[1].timestamp, Date{1000.25});
+    EXPECT_EQ(journal.document().entries[1].status, OperationStatus::planned);
+
+    journal.mark(ops[0].id, OperationStatus::completed, std::nullopt, OperationOutcome::skipped);
+    journal.mark(ops[1].id, OperationStatus::failed, "Possibly active — left untouched.");
+    journal.mark(ops[2].id, OperationStatus::failed, "Two files share a destination in this batch.",
+                 OperationOutcome::skipped);
+
+    EXPECT_EQ(journal.entry(ops[0].id)->status, OperationStatus::completed);
+    EXPECT_EQ(journal.entry(ops[0].id)->outcome, std::nullopt);  // completed never keeps an outcome
+    EXPECT_EQ(journal.entry(ops[1].id)->outcome, OperationOutcome::failed);
+    EXPECT_EQ(journal.entry(ops[1].id)->error, "Possibly active — left untouched.");
+    EXPECT_EQ(journal.entry(ops[2].id)->outcome, OperationOutcome::skipped);
+    EXPECT_EQ(journal.positionsWithStatus(OperationStatus::failed), (std::vector<std::size_t>{1, 2}));
+    EXPECT_EQ(journal.entry(Uuid::random()), nullptr);
+    EXPECT_TRUE(journal.isConsistent());
+
+    // A later mark replaces the error and drops the outcome again.
+    journal.mark(ops[1].id, OperationStatus::completed);
+    EXPECT_EQ(journal.entry(ops[1].id)->error, std::nullopt);
+    EXPECT_EQ(journal.entry(ops[1].id)->outcome, std::nullopt);
+}
+
+TEST(JournalTest, RefusalsChangeNothing) {
+    TempDir dir;
+    OperationJournal journal(dir / "journal.json", fixedClock());
+    const auto ops = makeBatch(2);
+    journal.prepare(ops);
+    const JournalDocument before = journal.document();
+    const std::string logBefore = readFile(journal.logUrl());
+
+    EXPECT_EQ(messageOf([&] { journal.prepare(ops); }), "Operation already recorded. Generate a fresh plan.");
+    // One fresh operation followed by a recorded one: the whole list is refused.
+    auto mixed = makeBatch(1);
+    mixed.push_back(ops[0]);
+    EXPECT_EQ(messageOf([&] { journal.prepare(mixed); }), "Operation already recorded. Generate a fresh plan.");
+    // The same id twice within one list breaks the one-entry-per-id rule as well.
+    auto twice = makeBatch(1);
+    twice.push_back(twice[0]);
+    EXPECT_EQ(messageOf([&] { journal.prepare(twice); }), "Operation already recorded. Generate a fresh plan.");
+    EXPECT_EQ(messageOf([&] { journal.mark(Uuid::random(), OperationStatus::started); }),
+              "Operation missing from journal.");
+
+    EXPECT_EQ(journal.document(), before);
+    EXPECT_EQ(readFile(journal.logUrl()), logBefore);
+    OperationJournal reopened(dir / "journal.json", fixedClock());
+    EXPECT_EQ(reopened.document(), before);
+}
+
+TEST(JournalTest, UnsupportedVersionIsRefusedAndLeftAsItWas) {
+    TempDir dir;
+    const std::string text = "{\n  \"entries\": [{\"some\": \"future form\"}],\n  \"schemaVersion\": 2\n}\n";
+    writeFile(dir / "journal.json", text);
+    EXPECT_EQ(messageOf([&] { OperationJournal journal(dir / "journal.json"); }),
+              "Unsupported journal version. Operations disabled.");
+    EXPECT_EQ(readFile(dir / "journal.json"), text);
+    EXPECT_FALSE(std::filesystem::exists(dir / "journal.log"));
+}
+
+TEST(JournalTest, MalformedDocumentIsRefusedAndLeftAsItWas) {
+    TempDir dir;
+    const std::string text = "{\"schemaVersion\": 1}";
+    writeFile(dir / "journal.json", text);
+    EXPECT_THROW(OperationJournal journal(dir / "journal.json"), DecodingError);
+    EXPECT_EQ(readFile(dir / "journal.json"), text);
+}
+
+TEST(JournalTest, MarksAppendToTheLogWithoutRewritingTheDocument) {
+    TempDir dir;
+    OperationJournal journal(dir / "journal.json", fixedClock());
+    const std::string documentBefore = readFile(dir / "journal.json");
+    const auto ops = makeBatch(2);
+    journal.prepare(ops);
+    journal.mark(ops[0].id, OperationStatus::started);
+    const auto logSize = std::filesystem::file_size(journal.logUrl());
+    journal.mark(ops[0].id, OperationStatus::completed);
+    EXPECT_EQ(readFile(dir / "journal.json"), documentBefore);
+    EXPECT_GT(std::filesystem::file_size(journal.logUrl()), logSize);
+
+    journal.checkpoint();
+    EXPECT_EQ(std::filesystem::file_size(journal.logUrl()), 0u);
+    EXPECT_EQ(decodeValue<JournalDocument>(parseDocument(readFile(dir / "journal.json"))), journal.document());
+}
+
+TEST(JournalTest, ReopenReplaysAcknowledgedRecordsAndFoldsThem) {
+    TempDir dir;
+    JournalDocument expected;
+    {
+        OperationJournal journal(dir / "journal.json", fixedClock());
+        const auto ops = makeBatch(2);
+        journal.prepare(ops);
+        journal.mark(ops[0].id, OperationStatus::started);
+        journal.mark(ops[0].id, OperationStatus::completed);
+        expected = journal.document();
+        // No checkpoint: as if the process died here.
+    }
+    OperationJournal reopened(dir / "journal.json", fixedClock());
+    EXPECT_EQ(reopened.document(), expected);
+    EXPECT_TRUE(reopened.isConsistent());
+    EXPECT_EQ(decodeValue<JournalDocument>(parseDocument(readFile(dir / "journal.json"))), expected);
+    EXPECT_EQ(std::filesystem::file_size(reopened.logUrl()), 0u);
+}
+
+// Cuts the log at every byte, as a crash mid-append would, and reopens: every record
+// wholly on disk is replayed, the torn one never is, and nothing crashes.
+TEST(JournalTest, ReplayIgnoresTornLastRecordAtEveryCut) {
+    TempDir dir;
+    const auto path = dir / "journal.json";
+    std::string baseDocument;
+    std::vector<JournalDocument> states;     // the document after k records
+    std::vector<std::uintmax_t> boundaries;  // the log size after k records
+    const auto older = makeBatch(1);
+    {
+        OperationJournal journal(path, fixedClock());
+        journal.prepare(older);
+        journal.mark(older[0].id, OperationStatus::completed);
+        journal.checkpoint();
+        baseDocument = readFile(path);
+        states.push_back(journal.document());
+        boundaries.push_back(0);
+        const auto ops = makeBatch(3);
+        const std::vector<std::function<void()>> steps = {
+            [&] { journal.prepare(ops); },
+            [&] { journal.mark(ops[0].id, OperationStatus::started); },
+            [&] { journal.mark(ops[0].id, OperationStatus::completed); },
+            [&] { journal.mark(ops[1].id, OperationStatus::failed, "Name conflict: a.pdf already exists."); },
+            [&] { journal.mark(older[0].id, OperationStatus::undone); },
+        };
+        for (const auto& step : steps) {
+            step();
+            states.push_back(journal.document());
+            boundaries.push_back(std::filesystem::file_size(journal.logUrl()));
+        }
+    }
+    const std::string log = readFile(dir / "journal.log");
+    ASSERT_EQ(log.size(), boundaries.back());
+
+    for (std::size_t cut = 0; cut <= log.size(); ++cut) {
+        writeFile(path, baseDocument);
+        writeFile(dir / "journal.log", log.substr(0, cut));
+        std::size_t whole = 0;
+        while (whole + 1 < boundaries.size() && boundaries[whole + 1] <= cut) ++whole;
+        OperationJournal reopened(path, fixedClock());
+        ASSERT_EQ(reopened.document(), states[whole]) << "log cut at byte " << cut;
+        ASSERT_TRUE(reopened.isConsistent());
+    }
+}
+
+TEST(JournalTest, ReplayRejectsARecordWhoseChecksumFails) {
+    TempDir dir;
+    const auto path = dir / "journal.json";
+    JournalDocument beforeMark;
+    {
+        OperationJournal journal(path, fixedClock());
+        const auto ops = makeBatch(1);
+        journal.prepare(ops);
+        beforeMark = journal.document();
+        journal.mark(ops[0].id, OperationStatus::completed);
+    }
+    std::string log = readFile(dir / "journal.log");
+    log[log.size() - 3] ^= 0x20;  // a flipped bit inside the last record's payload
+    writeFile(dir / "journal.log", log);
+    OperationJournal reopened(path, fixedClock());
+    EXPECT_EQ(reopened.document(), beforeMark);
+}
+
+// A crash after the fold wrote the document but before the log was emptied leaves
+// records the document already holds; replaying them must not duplicate anything.
+TEST(JournalTest, ReplayOverAnAlreadyFoldedDocumentIsHarmless) {
+    TempDir dir;
+    const auto path = dir / "journal.json";
+    JournalDocument expected;
+    std::string log;
+    {
+        OperationJournal journal(path, fixedClock());
+        const auto ops = makeBatch(2);
+        journal.prepare(ops);
+        journal.mark(ops[0].id, OperationStatus::started);
+        journal.mark(ops[0].id, OperationStatus::completed);
+        log = readFile(journal.logUrl());
+        journal.checkpoint();
+        expected = journal.document();
+    }
+    writeFile(dir / "journal.log", log);
+    OperationJournal reopened(path, fixedClock());
+    EXPECT_EQ(reopened.document(), expected);
+    EXPECT_TRUE(reopened.isConsistent());
+}
+
+TEST(JournalTest, LogThatDoesNotMatchTheDocumentIsRefusedAndLeftAlone) {
+    TempDir dir;
+    const auto path = dir / "journal.json";
+    {
+        OperationJournal journal(path, fixedClock());
+        const auto ops = makeBatch(1);
+        journal.prepare(ops);
+        journal.checkpoint();
+        journal.mark(ops[0].id, OperationStatus::completed);
+    }
+    // An older document restored by hand no longer holds the marked entry.
+    const std::string emptyDocument = "{\n  \"entries\": [],\n  \"schemaVersion\": 1\n}\n";
+    writeFile(path, emptyDocument);
+    const std::string log = readFile(dir / "journal.log");
+    EXPECT_EQ(messageOf([&] { OperationJournal journal(path, fixedClock()); }),
+              "The journal's log does not match journal.json. Operations disabled; both files were left as they "
+              "are.");
+    EXPECT_EQ(readFile(path), emptyDocument);
+    EXPECT_EQ(readFile(dir / "journal.log"), log);
+}
+
+// Log calls that fail the n-th fsync (or write) and count every call.
+struct FaultyCalls {
+    int failFsyncAt = -1;
+    int failWriteAt = -1;
+    int fsyncs = 0;
+    int writes = 0;
+
+    LogCalls calls() {
+        const LogCalls real = LogCalls::system();
+        return LogCalls{[this, real](int fd, const void* data, std::size_t size) -> ssize_t {
+                            if (++writes == failWriteAt) {
+                                // Half the record reaches the file, then the disk is full.
+                                real.write(fd, data, size / 2);
+                                errno = ENOSPC;
+                                return -1;
+                            }
+                            return real.write(fd, data, size);
+                        },
+                        [this, real](int fd) {
+                            if (++fsyncs == failFsyncAt) {
+                                errno = EIO;
+                                return -1;
+                            }
+                            return real.fsync(fd);
+                        }};
+    }
+};
+
+// Fails each sync of a batch in turn. The failing call reports the error, the journal
+// then refuses to record anything (so the failed sync is never retried into a success),
+// and a reopened journal holds every acknowledged record.
+TEST(JournalTest, FailedSyncIsReportedAndNeverRetriedIntoSuccess) {
+    const int kSteps = 7;  // one prepare and six marks
+    for (int failing = 1; failing <= kSteps; ++failing) {
+        SCOPED_TRACE("failing sync " + std::to_string(failing));
+        TempDir dir;
+        const auto path = dir / "journal.json";
+        FaultyCalls faults;
+        faults.failFsyncAt = failing;
+        JournalDocument acknowledged;
+        JournalDocument attempted;
+        {
+            OperationJournal journal(path, fixedClock(), faults.calls());
+            const auto ops = makeBatch(3);
+            std::vector<std::function<void()>> steps = {[&] { journal.prepare(ops); }};
+            for (const auto& op : ops) {
+                steps.push_back([&, id = op.id] { journal.mark(id, OperationStatus::started); });
+                steps.push_back([&, id = op.id] { journal.mark(id, OperationStatus::completed); });
+            }
+            ASSERT_EQ(static_cast<int>(steps.size()), kSteps);
+            int step = 0;
+            for (; step < kSteps; ++step) {
+                acknowledged = journal.document();
+                try {
+                    steps[static_cast<std::size_t>(step)]();
+                } catch (const std::system_error& e) {
+                    EXPECT_EQ(e.code().value(), EIO);
+                    break;
+                }
+            }
+            ASSERT_EQ(step, failing - 1);
+            EXPECT_EQ(journal.document(), acknowledged);  // memory keeps only what was acknowledged
+            const int syncsSoFar = faults.fsyncs;
+            for (int later = step; later < kSteps; ++later) {
+                EXPECT_EQ(messageOf(steps[static_cast<std::size_t>(later)]),
+                          "The journal could not be made durable. Nothing more is recorded until it is written "
+                          "again.");
+            }
+            EXPECT_EQ(faults.fsyncs, syncsSoFar);  // nothing was synced again
+            EXPECT_EQ(journal.document(), acknowledged);
+            // The record whose sync failed may still have reached the disk.
+            OperationJournal peek(path, fixedClock());
+            attempted = peek.document();
+        }
+        // Whatever the disk kept, nothing acknowledged is lost and nothing is half-applied.
+        EXPECT_TRUE(attempted.entries.size() >= acknowledged.entries.size());
+        for (std::size_t i = 0; i < acknowledged.entries.size(); ++i) {
+            EXPECT_EQ(attempted.entries[i].operation, acknowledged.entries[i].operation);
+        }
+    }
+}
+
+TEST(JournalTest, CheckpointRecoversAfterAFailedAppend) {
+    TempDir dir;
+    const auto path = dir / "journal.json";
+    FaultyCalls faults;
+    faults.failWriteAt = 2;  // the first mark is cut in half by a full disk
+    const auto ops = makeBatch(2);
+    {
+        OperationJournal journal(path, fixedClock(), faults.calls());
+        journal.prepare(ops);
+        EXPECT_THROW(journal.mark(ops[0].id, OperationStatus::started), std::system_error);
+        EXPECT_EQ(journal.entry(ops[0].id)->status, OperationStatus::planned);
+        journal.checkpoint();  // the document as acknowledged, and a fresh log
+        journal.mark(ops[1].id, OperationStatus::started);
+    }
+    OperationJournal reopened(path, fixedClock());
+    EXPECT_EQ(reopened.entry(ops[0].id)->status, OperationStatus::planned);
+    EXPECT_EQ(reopened.entry(ops[1].id)->status, OperationStatus::started);
+    EXPECT_TRUE(reopened.isConsistent());
+}
+
+}  // namespace
+}  // namespace kelo
