@@ -1,0 +1,290 @@
+// The executor end to end on real folders: preview, dry run, execution, undo,
+// folder creation, coordination and recovery, checking the disk and the journal.
+#include "operations/operation_executor.h"
+
+#include <gtest/gtest.h>
+
+#include "model/kelo_error.h"
+#include "scan/metadata.h"
+#include "support/temp_dir.h"
+
+namespace kelo {
+namespace {
+
+using testing::readFile;
+using testing::TempDir;
+using testing::writeFile;
+namespace fs = std::filesystem;
+
+class OperationExecutorTest : public ::testing::Test {
+protected:
+    TempDir dir;
+    fs::path inbox = dir / "Inbox";
+    fs::path home = dir / "Projects";
+    fs::path project = home / "Hydro";
+    AccessScope scope{{inbox}, {home}};
+    // Files written by the test are "old" for the executor's clock.
+    Date now = Date::now().adding(3600);
+
+    void SetUp() override {
+        fs::create_directories(inbox);
+        fs::create_directories(project);
+    }
+
+    std::unique_ptr<OperationExecutor> makeExecutor(FileOperator fileOperator = FileOperator(),
+                                                    FileCoordinator* coordinator = nullptr) {
+        auto journal = std::make_unique<OperationJournal>(dir / "data" / "journal.json", [this] { return now; });
+        return std::make_unique<OperationExecutor>(std::move(journal), [this] { return now; },
+                                                   std::move(fileOperator), coordinator);
+    }
+
+    fs::path inboxFile(const std::string& name) {
+        writeFile(inbox / name, "content of " + name);
+        return inbox / name;
+    }
+
+    PlannedOperation move(const fs::path& source, const fs::path& destination, const Uuid& batch,
+                          OperationType type = OperationType::move) {
+        return {Uuid::random(), batch, source, destination, Metadata::identity(source), type, std::nullopt};
+    }
+
+    OperationPlan plan(std::vector<PlannedOperation> operations) { return {Uuid::random(), now, std::move(operations)}; }
+
+    static const JournalEntry& entryOf(const OperationExecutor& executor, const Uuid& id) {
+        const JournalEntry* entry = executor.journal().entry(id);
+        if (entry == nullptr) throw std::runtime_error("no journal entry");
+        return *entry;
+    }
+};
+
+TEST_F(OperationExecutorTest, DryRunReportsEverythingSkippedAndChangesNothing) {
+    auto executor = makeExecutor();
+    const Uuid batch = Uuid::random();
+    const auto a = inboxFile("a.psd");
+    writeFile(project / "Working" / "b.psd", "already there");
+    const auto b = inboxFile("b.psd");
+    const OperationPlan p =
+        plan({move(a, project / "Working" / "a.psd", batch), move(b, project / "Working" / "b.psd", batch)});
+
+    const BatchResult result = executor->execute(p, scope, true);
+    EXPECT_TRUE(result.completed.empty());
+    EXPECT_EQ(result.skipped.at(p.operations[0].id), "Mô phỏng: chưa thay đổi tệp.");
+    EXPECT_EQ(result.skipped.at(p.operations[1].id),
+              "Name conflict: b.psd already exists. Nothing was overwritten.");
+    EXPECT_EQ(result.summary(), "0 completed, 2 skipped, 0 failed. 0 overwritten.");
+    EXPECT_TRUE(fs::exists(a));
+    EXPECT_FALSE(fs::exists(project / "Working" / "a.psd"));
+    EXPECT_TRUE(executor->journal().document().entries.empty());
+}
+
+TEST_F(OperationExecutorTest, MovesCreateMissingFoldersAsJournaledOperations) {
+    auto executor = makeExecutor();
+    const Uuid batch = Uuid::random();
+    const auto a = inboxFile("a.psd");
+    const auto b = inboxFile("b.png");
+    const OperationPlan p = plan({move(a, project / "Working" / "Post 3" / "a.psd", batch),
+                                  move(b, project / "Export" / "b.png", batch)});
+    const BatchResult result = executor->execute(p, scope, false);
+
+    EXPECT_EQ(result.summary(), "2 completed, 0 skipped, 0 failed. 0 overwritten.");
+    EXPECT_EQ(readFile(project / "Working" / "Post 3" / "a.psd"), "content of a.psd");
+    EXPECT_EQ(readFile(project / "Export" / "b.png"), "content of b.png");
+    EXPECT_FALSE(fs::exists(a));
+    const auto& entries = executor->journal().document().entries;
+    // Two moves and three folders (Working, Working/Post 3, Export), all completed.
+    ASSERT_EQ(entries.size(), 5u);
+    int folders = 0;
+    for (const auto& entry : entries) {
+        EXPECT_EQ(entry.status, OperationStatus::completed);
+        EXPECT_EQ(entry.operation.batchID, batch);
+        if (entry.operation.type == OperationType::createDirectory) ++folders;
+    }
+    EXPECT_EQ(folders, 3);
+    EXPECT_TRUE(executor->journal().isConsistent());
+}
+
+TEST_F(OperationExecutorTest, ASharedDestinationSkipsTheSecondAndRunsTheFirst) {
+    auto executor = makeExecutor();
+    const Uuid batch = Uuid::random();
+    const auto a = inboxFile("a.png");
+    writeFile(dir / "Inbox2" / "a.png", "other");
+    AccessScope wider{{inbox, dir / "Inbox2"}, {home}};
+    const OperationPlan p = plan({move(a, project / "a.png", batch), move(dir / "Inbox2" / "a.png", project / "a.png", batch)});
+    const BatchResult result = executor->execute(p, wider, false);
+    EXPECT_EQ(result.completed, std::vector<Uuid>{p.operations[0].id});
+    EXPECT_EQ(result.skipped.at(p.operations[1].id), "Two files share a destination in this batch.");
+    EXPECT_EQ(readFile(project / "a.png"), "content of a.png");
+    EXPECT_EQ(readFile(dir / "Inbox2" / "a.png"), "other");
+    const JournalEntry& skipped = entryOf(*executor, p.operations[1].id);
+    EXPECT_EQ(skipped.status, OperationStatus::failed);
+    EXPECT_EQ(skipped.outcome, OperationOutcome::skipped);
+}
+
+TEST_F(OperationExecutorTest, ChangedSourceFailsAndTheRestOfTheBatchGoesOn) {
+    auto executor = makeExecutor();
+    const Uuid batch = Uuid::random();
+    const auto a = inboxFile("a.png");
+    const auto b = inboxFile("b.png");
+    OperationPlan p = plan({move(a, project / "a.png", batch), move(b, project / "b.png", batch)});
+    writeFile(a, "rewritten after the plan was made");
+    const BatchResult result = executor->execute(p, scope, false);
+    EXPECT_EQ(result.skipped.at(p.operations[0].id),
+              "Source changed since the plan was created. File left untouched.");
+    EXPECT_EQ(result.completed, std::vector<Uuid>{p.operations[1].id});
+    EXPECT_EQ(readFile(a), "rewritten after the plan was made");
+}
+
+TEST_F(OperationExecutorTest, UndoRestoresAndASecondUndoNoLongerMatches) {
+    auto executor = makeExecutor();
+    const Uuid batch = Uuid::random();
+    const auto a = inboxFile("a.png");
+    const auto b = inboxFile("b.png");
+    const OperationPlan p = plan({move(a, project / "a.png", batch), move(b, project / "b.png", batch)});
+    ASSERT_EQ(executor->execute(p, scope, false).completed.size(), 2u);
+
+    const OperationPlan undo = executor->undoPlan(batch);
+    ASSERT_EQ(undo.operations.size(), 2u);
+    EXPECT_EQ(undo.operations[0].reverses, p.operations[1].id);  // newest first
+    EXPECT_EQ(undo.operations[0].source, project / "b.png");
+    EXPECT_EQ(undo.operations[0].destination, b);
+    EXPECT_EQ(executor->execute(undo, scope, false).summary(), "2 completed, 0 skipped, 0 failed. 0 overwritten.");
+    EXPECT_EQ(readFile(a), "content of a.png");
+    EXPECT_EQ(readFile(b), "content of b.png");
+    EXPECT_EQ(entryOf(*executor, p.operations[0].id).status, OperationStatus::undone);
+    EXPECT_EQ(entryOf(*executor, undo.operations[0].id).status, OperationStatus::completed);
+
+    // The batch has nothing completed left, and an old undo plan no longer applies.
+    EXPECT_TRUE(executor->undoPlan(batch).operations.empty());
+    for (const auto& result : executor->preview(undo, scope))
+        EXPECT_EQ(result.issue, "Undo no longer matches a completed journal operation.");
+
+    // Redo by moving again from scratch, then undo again: the disk follows each time.
+    const OperationPlan again = plan({move(a, project / "a.png", Uuid::random())});
+    ASSERT_EQ(executor->execute(again, scope, false).completed.size(), 1u);
+    EXPECT_FALSE(fs::exists(a));
+    ASSERT_EQ(executor->execute(executor->undoPlan(again.operations[0].batchID), scope, false).completed.size(), 1u);
+    EXPECT_EQ(readFile(a), "content of a.png");
+}
+
+TEST_F(OperationExecutorTest, RefusesFoldersOutsideAccessAndComponentsThatAreFiles) {
+    auto executor = makeExecutor();
+    const Uuid batch = Uuid::random();
+    EXPECT_THROW(
+        {
+            try {
+                executor->ensureDirectories(dir / "Elsewhere" / "x", batch, scope);
+            } catch (const KeloError& e) {
+                EXPECT_EQ(e.message(), "Cannot create folders outside approved access.");
+                throw;
+            }
+        },
+        KeloError);
+    EXPECT_FALSE(fs::exists(dir / "Elsewhere"));
+    writeFile(project / "Export", "a file, not a folder");
+    try {
+        executor->ensureDirectories(project / "Export" / "Post 1", batch, scope);
+        FAIL();
+    } catch (const KeloError& e) {
+        EXPECT_EQ(e.message(), "Destination component is not a folder.");
+    }
+}
+
+TEST_F(OperationExecutorTest, NewProjectFolderGetsItsCategoryFoldersOnlyDirectlyInAHome) {
+    auto executor = makeExecutor();
+    executor->createProjectDirectory(home / "Lotus Spa", scope);
+    for (const char* category : {"Working", "Export", "Assets", "Reference"})
+        EXPECT_TRUE(fs::is_directory(home / "Lotus Spa" / category)) << category;
+    for (const fs::path& wrong : {project / "Nested", inbox / "Job", fs::path(home)}) {
+        try {
+            executor->createProjectDirectory(wrong, scope);
+            FAIL() << wrong;
+        } catch (const KeloError& e) {
+            EXPECT_EQ(e.message(), "New project must be directly inside the selected project home.");
+        }
+    }
+}
+
+TEST_F(OperationExecutorTest, CoordinatorThatChangesPathsOrDeclinesFailsTheMove) {
+    struct Redirecting : FileCoordinator {
+        fs::path elsewhere;
+        void coordinateMove(const fs::path& source, const fs::path&, const Accessor& accessor) override {
+            accessor(source, elsewhere);
+        }
+    } redirecting;
+    redirecting.elsewhere = project / "other.png";
+    struct Declining : FileCoordinator {
+        void coordinateMove(const fs::path&, const fs::path&, const Accessor&) override {}
+    } declining;
+
+    const auto a = inboxFile("a.png");
+    {
+        auto executor = makeExecutor(FileOperator(), &redirecting);
+        const OperationPlan p = plan({move(a, project / "a.png", Uuid::random())});
+        EXPECT_EQ(executor->execute(p, scope, false).failed.at(p.operations[0].id),
+                  "Coordinated paths changed. Review a new plan.");
+    }
+    {
+        auto executor = makeExecutor(FileOperator(), &declining);
+        const OperationPlan p = plan({move(a, project / "a.png", Uuid::random())});
+        EXPECT_EQ(executor->execute(p, scope, false).failed.at(p.operations[0].id),
+                  "File coordination did not authorize the move.");
+    }
+    EXPECT_EQ(readFile(a), "content of a.png");
+    EXPECT_FALSE(fs::exists(project / "other.png"));
+}
+
+TEST_F(OperationExecutorTest, AFailedSyncAfterTheMoveStopsTheBatchAndRecoveryCompletesIt) {
+    // Folder syncs fail from the moment the first file's rename is done.
+    int syncs = 0;
+    FileOperator failingSync([&](int) { return ++syncs >= 3 ? -1 : 0; });
+    const auto a = inboxFile("a.png");
+    const auto b = inboxFile("b.png");
+    fs::create_directories(project / "Export");
+    const Uuid batch = Uuid::random();
+    OperationPlan p = plan({move(a, project / "Export" / "a.png", batch), move(b, project / "Export" / "b.png", batch)});
+    {
+        auto executor = makeExecutor(failingSync);
+        syncs = 2;  // the next sync (the first after the rename) fails
+        try {
+            executor->execute(p, scope, false);
+            FAIL() << "the batch must stop";
+        } catch (const KeloError& e) {
+            EXPECT_EQ(e.message(),
+                      "Batch stopped. This operation may have completed: a.png. Scan to reconcile the journal before "
+                      "continuing. Move occurred but directory synchronization failed. Inspect recovery before "
+                      "continuing.");
+        }
+        EXPECT_EQ(entryOf(*executor, p.operations[0].id).status, OperationStatus::started);
+        EXPECT_EQ(entryOf(*executor, p.operations[1].id).status, OperationStatus::planned);
+        EXPECT_TRUE(fs::exists(b));  // never attempted
+    }
+    auto restarted = makeExecutor();
+    const auto messages = restarted->reconcile(scope);
+    EXPECT_EQ(messages, (std::vector<std::string>{"Recovered completed move: a.png",
+                                                  "Interrupted operation left for review: b.png"}));
+    EXPECT_EQ(entryOf(*restarted, p.operations[0].id).status, OperationStatus::completed);
+    EXPECT_EQ(entryOf(*restarted, p.operations[1].id).status, OperationStatus::failed);
+    EXPECT_EQ(entryOf(*restarted, p.operations[1].id).error,
+              "Interrupted operation; no retry. Inspect source and destination.");
+    EXPECT_TRUE(fs::exists(b));  // not retried
+}
+
+TEST_F(OperationExecutorTest, ReconcileLeavesEntriesOutsideTheScopeForLater) {
+    const auto a = inboxFile("a.png");
+    const Uuid batch = Uuid::random();
+    const OperationPlan p = plan({move(a, project / "a.png", batch)});
+    {
+        auto executor = makeExecutor();
+        executor->journal().prepare(p.operations);
+        executor->journal().mark(p.operations[0].id, OperationStatus::started);
+    }
+    auto executor = makeExecutor();
+    EXPECT_EQ(executor->reconcile(AccessScope{{inbox}, {}}),
+              std::vector<std::string>{"Reconnect folders to reconcile a.png."});
+    EXPECT_EQ(entryOf(*executor, p.operations[0].id).status, OperationStatus::started);
+    EXPECT_EQ(executor->reconcile(scope), std::vector<std::string>{"Interrupted operation left for review: a.png"});
+    EXPECT_TRUE(fs::exists(a));
+}
+
+}  // namespace
+}  // namespace kelo
