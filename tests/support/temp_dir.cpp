@@ -11,9 +11,15 @@
 
 namespace kelo::testing {
 
-TempDir::TempDir() {
+static std::filesystem::path systemTemporary() {
     const char* base = std::getenv("TMPDIR");
-    std::string pattern = std::string(base && *base ? base : "/tmp") + "/kelo-test-XXXXXX";
+    return base && *base ? base : "/tmp";
+}
+
+TempDir::TempDir() : TempDir(systemTemporary()) {}
+
+TempDir::TempDir(const std::filesystem::path& base) {
+    std::string pattern = base.string() + "/kelo-test-XXXXXX";
     std::vector<char> buffer(pattern.begin(), pattern.end());
     buffer.push_back('\0');
     if (mkdtemp(buffer.data()) == nullptr) throw std::runtime_error("mkdtemp failed");

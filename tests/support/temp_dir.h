@@ -12,6 +12,8 @@ namespace kelo::testing {
 class TempDir {
 public:
     TempDir();
+    // A folder under `base` instead of the system's temporary directory.
+    explicit TempDir(const std::filesystem::path& base);
     ~TempDir();
     TempDir(const TempDir&) = delete;
     TempDir& operator=(const TempDir&) = delete;
