@@ -13,16 +13,12 @@
 #include <random>
 #include <thread>
 
-#include "operations/operation_executor.h"
-#include "scan/metadata.h"
-#include "support/temp_dir.h"
+#include "operations/batch_scenario.h"
 
 namespace kelo {
 namespace {
 
-using testing::readFile;
-using testing::TempDir;
-using testing::writeFile;
+using testing::readCompleted;
 namespace fs = std::filesystem;
 
 constexpr int kCrashExit = 77;
@@ -35,43 +31,8 @@ fs::path fastTemporaryBase() {
     return fs::temp_directory_path();
 }
 
-// One inbox, one project home, `count` files to move, one of them onto a name that
-// is already taken (it must be skipped, and the file in the way left alone).
-struct Scenario {
-    TempDir dir;
-    fs::path inbox = dir / "Inbox";
-    fs::path home = dir / "Projects";
-    fs::path journalPath = dir / "data" / "journal.json";
-    AccessScope scope{{inbox}, {home}};
-    OperationPlan plan;
-    std::map<fs::path, std::string> content;  // source → original content
-    Date now = Date::now().adding(3600);
-
-    Scenario(int count, const fs::path& base) : dir(base) {
-        fs::create_directories(inbox);
-        fs::create_directories(home / "Hydro" / "Export");
-        writeFile(home / "Hydro" / "Export" / "taken.png", "in the way");
-        plan.id = Uuid::random();
-        plan.createdAt = now;
-        const Uuid batch = Uuid::random();
-        for (int i = 0; i < count; ++i) {
-            const std::string name = i == 1 ? "taken.png" : "file " + std::to_string(i) + ".png";
-            const fs::path source = inbox / name;
-            content[source] = "bytes of " + name + std::string(static_cast<std::size_t>(i % 7), '#');
-            writeFile(source, content[source]);
-            // Every third file goes into a sub-job folder that does not exist yet.
-            const fs::path folder = i % 3 == 0 ? home / "Hydro" / "Export" / ("Post " + std::to_string(i % 4))
-                                               : home / "Hydro" / "Export";
-            plan.operations.push_back({Uuid::random(), batch, source, folder / name, Metadata::identity(source),
-                                       OperationType::move, std::nullopt});
-        }
-    }
-
-    std::unique_ptr<OperationExecutor> executor(FileOperator fileOperator = FileOperator()) {
-        auto journal = std::make_unique<OperationJournal>(journalPath, [this] { return now; });
-        return std::make_unique<OperationExecutor>(std::move(journal), [this] { return now; },
-                                                   std::move(fileOperator));
-    }
+struct ChildScenario : testing::Scenario {
+    using Scenario::Scenario;
 
     // Runs the plan in a child. With `crashAt` > 0 the child ends itself at that
     // step (journal step or folder sync). Returns the child's pid.
@@ -99,56 +60,7 @@ struct Scenario {
         }
     }
 
-    // Every invariant the operations layer promises, after a reconcile.
-    void check(const std::set<std::string>& reportedCompleted) {
-        auto recovered = executor();
-        recovered->reconcile(scope);
-        const OperationJournal& journal = recovered->journal();
-        ASSERT_TRUE(journal.isConsistent());
-        EXPECT_EQ(readFile(home / "Hydro" / "Export" / "taken.png"), "in the way");
-        for (const auto& operation : plan.operations) {
-            const bool atSource = fs::exists(operation.source);
-            const bool atDestination = fs::exists(operation.destination);
-            const std::string& original = content[operation.source];
-            if (operation.source.filename() == "taken.png") {
-                EXPECT_TRUE(atSource);
-                EXPECT_EQ(readFile(operation.source), original);
-                continue;
-            }
-            ASSERT_NE(atSource, atDestination) << operation.source << " must be at exactly one place";
-            EXPECT_EQ(readFile(atSource ? operation.source : operation.destination), original);
-            const JournalEntry* entry = journal.entry(operation.id);
-            if (entry == nullptr) {
-                EXPECT_TRUE(atSource) << "an operation never journaled never ran";
-                continue;
-            }
-            EXPECT_NE(entry->status, OperationStatus::planned);
-            EXPECT_NE(entry->status, OperationStatus::started);
-            if (entry->status == OperationStatus::completed) {
-                EXPECT_TRUE(atDestination) << operation.source;
-            }
-            if (entry->status == OperationStatus::failed) {
-                EXPECT_TRUE(atSource) << operation.source;
-            }
-            if (reportedCompleted.contains(operation.id.text())) {
-                EXPECT_TRUE(atDestination) << operation.source;
-            }
-        }
-        for (const auto& entry : journal.document().entries) {
-            EXPECT_NE(entry.status, OperationStatus::started);
-            if (entry.operation.type == OperationType::createDirectory && entry.status == OperationStatus::completed) {
-                EXPECT_TRUE(fs::is_directory(entry.operation.destination));
-            }
-        }
-    }
 };
-
-std::set<std::string> readCompleted(const fs::path& file) {
-    std::set<std::string> ids;
-    std::ifstream in(file);
-    for (std::string line; std::getline(in, line);) ids.insert(line);
-    return ids;
-}
 
 int waitFor(pid_t child) {
     int status = 0;
@@ -160,7 +72,7 @@ int waitFor(pid_t child) {
 TEST(CrashHarnessTest, CrashAtEveryStepOfABatchLosesNothing) {
     int crashPoints = 0;
     for (int crashAt = 1;; ++crashAt) {
-        Scenario scenario(6, fs::temp_directory_path());
+        ChildScenario scenario(6, fs::temp_directory_path());
         const fs::path resultFile = scenario.dir / "result.txt";
         const int exit = waitFor(scenario.runInChild(crashAt, resultFile));
         ASSERT_TRUE(exit == kCrashExit || exit == 0) << "child exit " << exit << " at step " << crashAt;
@@ -178,7 +90,7 @@ TEST(CrashHarnessTest, RandomKillsDuringA200FileBatchLoseNothing) {
     // How long an uninterrupted batch takes here, so kills land inside it.
     double batchSeconds = 0;
     {
-        Scenario scenario(200, base);
+        ChildScenario scenario(200, base);
         const auto start = std::chrono::steady_clock::now();
         ASSERT_EQ(waitFor(scenario.runInChild(0, scenario.dir / "result.txt")), 0);
         batchSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -189,7 +101,7 @@ TEST(CrashHarnessTest, RandomKillsDuringA200FileBatchLoseNothing) {
     int kills = 0;
     int finished = 0;
     for (int run = 0; run < 100; ++run) {
-        Scenario scenario(200, base);
+        ChildScenario scenario(200, base);
         const fs::path resultFile = scenario.dir / "result.txt";
         const pid_t child = scenario.runInChild(0, resultFile);
         const auto delay = std::chrono::duration<double>(when(random));

@@ -1,0 +1,103 @@
+// A batch scenario shared by the crash, kill and fault harnesses: one inbox, one
+// project home, files to move (some into folders that do not exist yet, one onto a
+// name that is taken), and the check of every promise the operations layer makes.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+
+#include "operations/operation_executor.h"
+#include "scan/metadata.h"
+#include "support/temp_dir.h"
+
+namespace kelo::testing {
+
+namespace fs = std::filesystem;
+
+struct Scenario {
+    TempDir dir;
+    fs::path inbox = dir / "Inbox";
+    fs::path home = dir / "Projects";
+    fs::path journalPath = dir / "data" / "journal.json";
+    AccessScope scope{{inbox}, {home}};
+    OperationPlan plan;
+    std::map<fs::path, std::string> content;  // source → original content
+    Date now = Date::now().adding(3600);
+
+    Scenario(int count, const fs::path& base) : dir(base) {
+        fs::create_directories(inbox);
+        fs::create_directories(home / "Hydro" / "Export");
+        writeFile(home / "Hydro" / "Export" / "taken.png", "in the way");
+        plan.id = Uuid::random();
+        plan.createdAt = now;
+        const Uuid batch = Uuid::random();
+        for (int i = 0; i < count; ++i) {
+            const std::string name = i == 1 ? "taken.png" : "file " + std::to_string(i) + ".png";
+            const fs::path source = inbox / name;
+            content[source] = "bytes of " + name + std::string(static_cast<std::size_t>(i % 7), '#');
+            writeFile(source, content[source]);
+            // Every third file goes into a sub-job folder that does not exist yet.
+            const fs::path folder = i % 3 == 0 ? home / "Hydro" / "Export" / ("Post " + std::to_string(i % 4))
+                                               : home / "Hydro" / "Export";
+            plan.operations.push_back({Uuid::random(), batch, source, folder / name, Metadata::identity(source),
+                                       OperationType::move, std::nullopt});
+        }
+    }
+
+    std::unique_ptr<OperationExecutor> executor(FileOperator fileOperator = FileOperator()) {
+        auto journal = std::make_unique<OperationJournal>(journalPath, [this] { return now; });
+        return std::make_unique<OperationExecutor>(std::move(journal), [this] { return now; },
+                                                   std::move(fileOperator));
+    }
+
+    // Every invariant the operations layer promises, after a reconcile.
+    void check(const std::set<std::string>& reportedCompleted) {
+        auto recovered = executor();
+        recovered->reconcile(scope);
+        const OperationJournal& journal = recovered->journal();
+        ASSERT_TRUE(journal.isConsistent());
+        EXPECT_EQ(readFile(home / "Hydro" / "Export" / "taken.png"), "in the way");
+        for (const auto& operation : plan.operations) {
+            const bool atSource = fs::exists(operation.source);
+            const bool atDestination = fs::exists(operation.destination);
+            const std::string& original = content[operation.source];
+            if (operation.source.filename() == "taken.png") {
+                EXPECT_TRUE(atSource);
+                EXPECT_EQ(readFile(operation.source), original);
+                continue;
+            }
+            ASSERT_NE(atSource, atDestination) << operation.source << " must be at exactly one place";
+            EXPECT_EQ(readFile(atSource ? operation.source : operation.destination), original);
+            const JournalEntry* entry = journal.entry(operation.id);
+            if (entry == nullptr) {
+                EXPECT_TRUE(atSource) << "an operation never journaled never ran";
+                continue;
+            }
+            EXPECT_NE(entry->status, OperationStatus::planned);
+            EXPECT_NE(entry->status, OperationStatus::started);
+            if (entry->status == OperationStatus::completed) {
+                EXPECT_TRUE(atDestination) << operation.source;
+            }
+            if (entry->status == OperationStatus::failed) {
+                EXPECT_TRUE(atSource) << operation.source;
+            }
+            if (reportedCompleted.contains(operation.id.text())) {
+                EXPECT_TRUE(atDestination) << operation.source;
+            }
+        }
+        for (const auto& entry : journal.document().entries) {
+            EXPECT_NE(entry.status, OperationStatus::started);
+            if (entry.operation.type == OperationType::createDirectory && entry.status == OperationStatus::completed) {
+                EXPECT_TRUE(fs::is_directory(entry.operation.destination));
+            }
+        }
+    }
+};
+
+std::set<std::string> readCompleted(const fs::path& file);
+
+}  // namespace kelo::testing

@@ -1,0 +1,33 @@
+// Runs one stored plan through the executor and writes the ids it reports as
+// completed, one per line. The fault harness runs it under strace with failures
+// injected into its system calls.
+//
+// kelo_fault_batch JOURNAL PLAN RESULT INBOX HOME NOW
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include "operations/operation_executor.h"
+
+int main(int argc, char** argv) {
+    if (argc != 7) return 2;
+    try {
+        std::ifstream planFile(argv[2]);
+        std::stringstream text;
+        text << planFile.rdbuf();
+        const auto plan = kelo::decodeValue<kelo::OperationPlan>(kelo::parseDocument(text.str()));
+        const kelo::Date now{std::stod(argv[6])};
+        const kelo::AccessScope scope{{argv[4]}, {argv[5]}};
+        auto journal = std::make_unique<kelo::OperationJournal>(argv[1], [now] { return now; });
+        kelo::OperationExecutor executor(std::move(journal), [now] { return now; });
+        const auto result = executor.execute(plan, scope, false);
+        std::ofstream out(argv[3]);
+        for (const auto& id : result.completed) out << id.text() << "\n";
+        out.close();
+        if (!out) return 4;
+        return 0;
+    } catch (const std::exception& error) {
+        std::cerr << error.what() << "\n";
+        return 1;
+    }
+}
