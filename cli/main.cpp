@@ -45,6 +45,7 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
 
     auto* info = app.add_subcommand("info", "Print the version and the data directory");
+    auto* scan = app.add_subcommand("scan", "Look at the inboxes and show what Kelo suggests for each file");
 
     auto* settings = app.add_subcommand("settings", "Show or change settings");
     std::string dryRun, groupBySubjob, displayName, preset;
@@ -64,11 +65,17 @@ int main(int argc, char** argv) {
     auto* grant = app.add_subcommand("grant", "Approved folders");
     grant->require_subcommand(1);
     auto* grantList = grant->add_subcommand("list", "List the approved folders");
+    auto* grantAdd = grant->add_subcommand("add", "Approve a folder: an inbox (--watch) or a project home (--home)");
+    std::string watchPath, homePath;
+    auto* watchOption = grantAdd->add_option("--watch", watchPath, "An inbox such as Downloads or Desktop");
+    auto* homeOption = grantAdd->add_option("--home", homePath, "A folder whose sub-folders are your projects");
+    watchOption->excludes(homeOption);
+    grantAdd->require_option(1, 1);
     auto* grantRemove = grant->add_subcommand("remove", "Forget an approved folder");
     std::string grantId;
     grantRemove->add_option("ID", grantId, "The folder's id (see grant list)")->required();
 
-    for (CLI::App* command : {info, settings, project, projectList, grant, grantList, grantRemove})
+    for (CLI::App* command : {info, scan, settings, project, projectList, grant, grantList, grantAdd, grantRemove})
         addGlobalOptions(*command, options);
 
     try {
@@ -101,11 +108,11 @@ int main(int argc, char** argv) {
     }
 
     try {
-        kelo::SnapshotPtr result;
+        // Every command sees the folders as they are now.
+        kelo::SnapshotPtr result = worker->scan().get();
         const bool changesSettings = !dryRun.empty() || !groupBySubjob.empty() || ready || probably ||
                                      settings->count("--display-name") > 0 || !preset.empty();
         if (settings->parsed() && !changesSettings) {
-            result = worker->snapshot().get();
         } else if (settings->parsed()) {
             result = worker
                          ->run([&](kelo::Engine& engine) {
@@ -120,8 +127,15 @@ int main(int argc, char** argv) {
                              return engine.updateSettings(next);
                          })
                          .get();
-        } else if (projectList->parsed() || grantList->parsed()) {
-            result = worker->snapshot().get();
+        } else if (grantAdd->parsed()) {
+            const bool watch = !watchPath.empty();
+            result = worker
+                         ->run([&](kelo::Engine& engine) {
+                             return engine.addGrant(watch ? watchPath : homePath,
+                                                    watch ? kelo::FolderGrant::Role::watch
+                                                          : kelo::FolderGrant::Role::projectHome);
+                         })
+                         .get();
         } else if (grantRemove->parsed()) {
             result = worker->run([&](kelo::Engine& engine) { return engine.removeGrant(grantId); }).get();
         }
@@ -134,6 +148,8 @@ int main(int argc, char** argv) {
             kelo::cli::printProjects(std::cout, *result);
         } else if (grantList->parsed()) {
             kelo::cli::printGrants(std::cout, *result);
+        } else if (scan->parsed() || grantAdd->parsed()) {
+            kelo::cli::printInbox(std::cout, *result);
         } else {
             kelo::cli::printMessages(std::cout, *result);
         }

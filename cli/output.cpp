@@ -1,8 +1,61 @@
 #include "cli/output.h"
 
+#include <algorithm>
+
 #include "model/json_codec.h"
 
 namespace kelo::cli {
+
+namespace {
+
+std::string projectName(const Snapshot& snapshot, const Uuid& id) {
+    for (const auto& project : snapshot.state->projects)
+        if (project.id == id) return project.name;
+    return id.text();
+}
+
+// Pads to `width` terminal columns, counting UTF-8 characters rather than bytes.
+std::string padded(const std::string& text, std::size_t width) {
+    std::size_t columns = 0;
+    for (unsigned char c : text)
+        if ((c & 0xC0) != 0x80) ++columns;
+    return columns >= width ? text + " " : text + std::string(width - columns, ' ');
+}
+
+}  // namespace
+
+void printInbox(std::ostream& out, const Snapshot& snapshot) {
+    const auto& classifications = *snapshot.classifications;
+    if (snapshot.state->grants.empty()) {
+        out << "No folders approved yet. Approve an inbox and a project home:\n"
+            << "  kelo grant add --watch ~/Downloads\n  kelo grant add --home ~/Projects\n";
+    } else if (classifications.empty()) {
+        out << "The inboxes hold no loose files.\n";
+    }
+    std::size_t nameWidth = 4;
+    for (const auto& c : classifications) nameWidth = std::max(nameWidth, std::min<std::size_t>(c.file.filename().size(), 48));
+    if (!classifications.empty())
+        out << padded("STATE", 10) << padded("FILE", nameWidth + 2) << padded("PROJECT", 24) << "SCORE\n";
+    for (const auto& c : classifications) {
+        const bool hasTop = !c.candidates.empty() && c.candidates.front().score > 0;
+        const std::string project = hasTop ? projectName(snapshot, c.candidates.front().projectID) : "-";
+        const int score = hasTop ? c.candidates.front().score : 0;
+        out << padded(std::string(rawValue(c.state)), 10) << padded(c.file.filename(), nameWidth + 2)
+            << padded(project, 24) << score << "\n";
+        if (hasTop) {
+            for (const auto& signal : c.candidates.front().signals)
+                out << "          " << (signal.points >= 0 ? "+" : "") << signal.points << "  " << signal.reason << "\n";
+            if (c.state != ConfidenceState::noIdea)
+                out << "          -> " << rawValue(c.category) << " folder of " << project << "\n";
+        }
+    }
+    if (snapshot.nameSuggestions && !snapshot.nameSuggestions->empty()) {
+        out << "Possible new projects:\n";
+        for (const auto& s : *snapshot.nameSuggestions)
+            out << "  " << s.name << " (" << s.fileCount << " files share \"" << s.token << "\")\n";
+    }
+    printMessages(out, snapshot);
+}
 
 void printSettings(std::ostream& out, const Snapshot& snapshot) {
     const Settings& s = snapshot.state->settings;

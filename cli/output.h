@@ -7,6 +7,8 @@
 
 namespace kelo::cli {
 
+// Each inbox file with its state, top project, score and reasons, then messages.
+void printInbox(std::ostream& out, const Snapshot& snapshot);
 void printSettings(std::ostream& out, const Snapshot& snapshot);
 void printProjects(std::ostream& out, const Snapshot& snapshot);
 void printGrants(std::ostream& out, const Snapshot& snapshot);

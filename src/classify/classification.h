@@ -114,7 +114,8 @@ public:
     Iterator begin() const { return Iterator(this, 0, 0); }
     Iterator end() const;
     // The leading candidate; the list must not be empty.
-    const Candidate& front() const { return *begin(); }
+    // By value: a candidate without evidence lives only inside its iterator.
+    Candidate front() const { return *begin(); }
     // Every candidate in order, as plain values.
     std::vector<Candidate> toVector() const;
     // The candidates that carry signals, the ranked ones first.

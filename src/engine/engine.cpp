@@ -1,23 +1,37 @@
 #include "engine/engine.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 
+#include "access/folder_bookmark.h"
+#include "access/path_safety.h"
+#include "classify/classification_engine.h"
+#include "classify/neighbor_index.h"
+#include "engine/project_discovery.h"
 #include "model/kelo_error.h"
+#include "scan/file_scanner.h"
 
 namespace kelo {
 
 namespace {
-std::unique_ptr<ApplicationLock> takeLock(const std::filesystem::path& dataDirectory) {
-    return std::make_unique<ApplicationLock>(dataDirectory);
+
+std::unique_ptr<OperationExecutor> openExecutor(const PersistentData& data, const Clock& clock) {
+    auto journal = std::make_unique<OperationJournal>(data.journalPath(), clock);
+    journal->checkpoint();
+    return std::make_unique<OperationExecutor>(std::move(journal), clock);
 }
+
 }  // namespace
 
 Engine::Engine(const std::filesystem::path& dataDirectory, Clock clock)
     : clock_(std::move(clock)),
-      lock_(takeLock(dataDirectory)),
+      lock_(std::make_unique<ApplicationLock>(dataDirectory)),
       data_(loadPersistentData(dataDirectory)),
+      executor_(openExecutor(data_, clock_)),
       state_(std::make_shared<const AppState>(data_.state)),
       files_(std::make_shared<const std::vector<FileRecord>>()),
+      nameSuggestions_(std::make_shared<const std::vector<NameSuggestion>>()),
       studio_(std::make_shared<const StudioState>(data_.studio)),
       ai_(std::make_shared<const AIState>(data_.ai)) {}
 
@@ -25,9 +39,11 @@ SnapshotPtr Engine::snapshot(std::vector<std::string> messages, std::vector<std:
     auto out = std::make_shared<Snapshot>();
     out->state = state_;
     out->files = files_;
+    out->classifications = classifications();
     out->messages = std::move(messages);
     out->issues = std::move(issues);
     out->studio = studio_;
+    out->nameSuggestions = nameSuggestions_;
     out->ai = ai_;
     out->aiStorageIssue = data_.aiStorageIssue;
     out->zipCleanupStatus = data_.zipCleanupStatus;
@@ -35,12 +51,77 @@ SnapshotPtr Engine::snapshot(std::vector<std::string> messages, std::vector<std:
     return out;
 }
 
+std::shared_ptr<const std::vector<Classification>> Engine::classifications() {
+    if (classifications_) return classifications_;
+    const AppState& state = *state_;
+    const ClassificationEngine engine(state.projects, state.learning);
+    std::vector<PreparedFile> prepared;
+    prepared.reserve(files_->size());
+    for (const auto& file : *files_) prepared.push_back(PreparedFile::make(file));
+    const NeighborIndex neighbors(prepared);
+    const Date now = clock_();
+
+    auto results = std::make_shared<std::vector<Classification>>();
+    results->reserve(prepared.size());
+    for (const auto& file : prepared) {
+        std::optional<Assignment> assignment;
+        if (auto it = state.assignments.find(file.fingerprint); it != state.assignments.end())
+            assignment = it->second;
+        const auto related = neighbors.candidatesFor(file);
+        results->push_back(engine.classify(file, related, state.settings.thresholds, assignment, now));
+    }
+    classifications_ = std::move(results);
+    return classifications_;
+}
+
 void Engine::commitState(AppState next) {
     data_.store.save(next);
     state_ = std::make_shared<const AppState>(std::move(next));
 }
 
-void Engine::invalidateClassifications() {}
+AccessScope Engine::openScope(std::vector<std::string>* errors) {
+    AccessSession session(state_->grants);
+    if (!session.refreshed().empty()) {
+        AppState next = *state_;
+        for (const auto& renewed : session.refreshed())
+            for (auto& grant : next.grants)
+                if (grant.id == renewed.id) grant = renewed;
+        commitState(std::move(next));
+    }
+    if (errors != nullptr) *errors = session.errors();
+    return session.scope();
+}
+
+std::vector<std::string> Engine::discoverProjects(const AccessScope& scope) {
+    auto found = ProjectDiscovery::discover(scope.homes, state_->projects, clock_());
+    if (found.empty()) return {};
+    AppState next = *state_;
+    std::vector<std::string> messages;
+    for (auto& project : found) {
+        messages.push_back("New project found: " + project.name + ".");
+        next.projects.push_back(std::move(project));
+    }
+    commitState(std::move(next));
+    return messages;
+}
+
+SnapshotPtr Engine::scan() {
+    std::vector<std::string> issues;
+    const AccessScope scope = openScope(&issues);
+    std::vector<std::string> messages = executor_->reconcile(scope);
+
+    ScanResult scanned = FileScanner::scan(scope.watched);
+    issues.insert(issues.end(), scanned.errors.begin(), scanned.errors.end());
+    files_ = std::make_shared<const std::vector<FileRecord>>(std::move(scanned.files));
+    invalidateClassifications();
+
+    const auto discovered = discoverProjects(scope);
+    messages.insert(messages.end(), discovered.begin(), discovered.end());
+
+    nameSuggestions_ = std::make_shared<const std::vector<NameSuggestion>>(ProjectNameSuggestions::collect(
+        clusters(*files_, state_->ignoredClusters), state_->projects, data_.deferredNames, state_->ignoredClusters));
+    return snapshot(std::move(messages), std::move(issues));
+}
 
 SnapshotPtr Engine::updateSettings(const Settings& settings) {
     if (!settings.thresholds.valid()) throw KeloError::unsafe(std::string(kInvalidThresholdsMessage));
@@ -51,9 +132,30 @@ SnapshotPtr Engine::updateSettings(const Settings& settings) {
     return snapshot();
 }
 
-}  // namespace kelo
-
-namespace kelo {
+SnapshotPtr Engine::addGrant(const std::filesystem::path& folder, FolderGrant::Role role) {
+    const auto path = PathSafety::standardized(std::filesystem::absolute(folder));
+    PathSafety::noSymbolicComponents(path);
+    struct stat info {};
+    if (::lstat(path.c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
+        throw KeloError::unsafe(path.string() + " is not a folder. Nothing was approved.");
+    for (const auto& grant : state_->grants) {
+        const auto existing = FolderBookmark::decode(grant.bookmark);
+        if (PathSafety::key(existing ? existing->path : std::filesystem::path(grant.displayPath)) ==
+            PathSafety::key(path))
+            throw KeloError::unsafe(path.string() + " is already approved. Nothing changed.");
+    }
+    FolderGrant grant{Uuid::random(), FolderBookmark::make(path).encode(), path.string(), role};
+    AppState next = *state_;
+    next.grants.push_back(std::move(grant));
+    commitState(std::move(next));
+    invalidateClassifications();
+    auto scanned = scan();
+    auto out = std::make_shared<Snapshot>(*scanned);
+    out->messages.insert(out->messages.begin(),
+                         std::string(role == FolderGrant::Role::watch ? "Watching " : "Project home ") +
+                             path.string() + ".");
+    return out;
+}
 
 SnapshotPtr Engine::removeGrant(const std::string& idText) {
     const auto id = Uuid::parse(idText);

@@ -1,6 +1,7 @@
 // Engine: the one owner of Kelo's mutable state and the only code that touches the
-// user's files. It holds the single-instance lock, the stores and what the last
-// scan found, and runs each command to completion.
+// user's files. It holds the single-instance lock, the stores, the journal and its
+// executor, what the last scan found and the classification cache, and runs each
+// command to completion, ending with a fresh Snapshot.
 //
 // Runs on the engine thread only: front ends never call it directly; they go
 // through EngineWorker, which confines it to its serial executor.
@@ -11,12 +12,15 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
+#include "access/access_session.h"
 #include "app/application_lock.h"
 #include "engine/persistent_data.h"
 #include "engine/snapshot.h"
 #include "model/date.h"
+#include "operations/operation_executor.h"
 
 namespace kelo {
 
@@ -24,33 +28,55 @@ using Clock = std::function<Date()>;
 
 class Engine {
 public:
-    // Start-up in its fixed order: the lock first, then the stores. Throws the fatal
-    // error; there is no engine then.
+    // Start-up in its fixed order: the lock first, then the stores, then the journal
+    // (opened and checkpointed) and the executor. Throws the fatal error; there is
+    // no engine then.
     Engine(const std::filesystem::path& dataDirectory, Clock clock);
 
+    // Fills the classification cache when it is stale, then copies what the front
+    // ends show.
     SnapshotPtr snapshot(std::vector<std::string> messages = {}, std::vector<std::string> issues = {});
+
+    // Regains the approved folders, settles interrupted operations, lists the
+    // inboxes, discovers projects and collects name suggestions.
+    SnapshotPtr scan();
 
     // Replaces the settings after validating them; the new state is saved before it
     // takes effect, so a failed save leaves the old settings in force.
     SnapshotPtr updateSettings(const Settings& settings);
 
+    // Approves a folder in a role (then scans). Refuses a folder under a symbolic
+    // link, anything but a folder, and a folder already approved.
+    SnapshotPtr addGrant(const std::filesystem::path& folder, FolderGrant::Role role);
     // Forgets one approved folder; nothing on disk changes.
     SnapshotPtr removeGrant(const std::string& idText);
 
     const AppState& state() const { return *state_; }
     const std::filesystem::path& dataDirectory() const { return data_.dataDirectory; }
+    OperationExecutor& executor() { return *executor_; }
     Date now() const { return clock_(); }
 
-private:
+    // The approved folders as this command sees them, with grants renewed and saved.
+    AccessScope openScope(std::vector<std::string>* errors = nullptr);
+
     // Saves `next` and only then makes it the current state.
     void commitState(AppState next);
-    void invalidateClassifications();
+    // Drops the classification cache; the next snapshot recomputes it.
+    void invalidateClassifications() { classifications_.reset(); }
+    // The cached classifications, computed if stale.
+    std::shared_ptr<const std::vector<Classification>> classifications();
+
+private:
+    std::vector<std::string> discoverProjects(const AccessScope& scope);
 
     Clock clock_;
     std::unique_ptr<ApplicationLock> lock_;
     PersistentData data_;
+    std::unique_ptr<OperationExecutor> executor_;
     std::shared_ptr<const AppState> state_;
     std::shared_ptr<const std::vector<FileRecord>> files_;
+    std::shared_ptr<const std::vector<Classification>> classifications_;  // null: stale
+    std::shared_ptr<const std::vector<NameSuggestion>> nameSuggestions_;
     std::shared_ptr<const StudioState> studio_;
     std::shared_ptr<const AIState> ai_;
 };

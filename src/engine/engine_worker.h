@@ -30,6 +30,9 @@ public:
     std::future<SnapshotPtr> snapshot() {
         return run([](Engine& engine) { return engine.snapshot(); });
     }
+    std::future<SnapshotPtr> scan() {
+        return run([](Engine& engine) { return engine.scan(); });
+    }
     std::future<SnapshotPtr> updateSettings(Settings settings) {
         return run([settings = std::move(settings)](Engine& engine) { return engine.updateSettings(settings); });
     }

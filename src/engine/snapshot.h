@@ -9,19 +9,24 @@
 #include <vector>
 
 #include "ai/ai_state.h"
+#include "classify/classification.h"
 #include "engine/studio_state.h"
 #include "housekeeping/zip_cleanup_ledger.h"
 #include "model/app_state.h"
 #include "model/file_record.h"
+#include "naming/project_name_suggestions.h"
 
 namespace kelo {
 
 struct Snapshot {
     std::shared_ptr<const AppState> state;
     std::shared_ptr<const std::vector<FileRecord>> files;
+    // One per file of `files`, in the same order.
+    std::shared_ptr<const std::vector<Classification>> classifications;
     std::vector<std::string> messages;  // what the last command wants the user to read
     std::vector<std::string> issues;    // standing problems
     std::shared_ptr<const StudioState> studio;
+    std::shared_ptr<const std::vector<NameSuggestion>> nameSuggestions;
     std::shared_ptr<const AIState> ai;
     bool aiHasKey = false;
     bool aiSessionKey = false;
@@ -29,6 +34,9 @@ struct Snapshot {
     std::string zipCleanupStatus;
     std::vector<ZipCleanupEvent> zipCleanupEvents;
     bool canUndoTrash = false;
+
+    // The classification of the file with this fingerprint, or null.
+    const Classification* classificationOf(const std::string& fingerprint) const;
 };
 
 using SnapshotPtr = std::shared_ptr<const Snapshot>;

@@ -7,6 +7,8 @@ Json snapshotJson(const Snapshot& snapshot) {
     JsonWriter w(out);
     w.put("state", *snapshot.state);
     w.put("files", *snapshot.files);
+    w.put("classifications", *snapshot.classifications);
+    if (snapshot.nameSuggestions) w.put("nameSuggestions", *snapshot.nameSuggestions);
     w.put("messages", snapshot.messages);
     w.put("issues", snapshot.issues);
     w.put("aiStorageIssue", snapshot.aiStorageIssue);
