@@ -36,19 +36,22 @@ bool validName(std::string_view name) {
     return std::none_of(name.begin(), name.end(), [](char c) { return c == '/' || c == ':' || c == '\0'; });
 }
 
-static std::string lowerAscii(std::string_view text) {
-    std::string out(text);
-    std::transform(out.begin(), out.end(), out.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return out;
+namespace {
+
+bool equalsIgnoringAsciiCase(std::string_view a, std::string_view b) {
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+               return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
+           });
 }
 
+}  // namespace
+
+// Called for every entry of every scan, so it allocates nothing.
 bool isIgnoredSystemFile(std::string_view name) {
     if (name == ".DS_Store") return true;
     if (name.substr(0, 5) == "Icon\r") return true;
-    const std::string lower = lowerAscii(name);
-    if (name.find('\r') != std::string_view::npos && lower.substr(0, 4) == "icon") return true;
-    return lower == "thumbs.db" || lower == "desktop.ini";
+    if (name.find('\r') != std::string_view::npos && equalsIgnoringAsciiCase(name.substr(0, 4), "icon")) return true;
+    return equalsIgnoringAsciiCase(name, "thumbs.db") || equalsIgnoringAsciiCase(name, "desktop.ini");
 }
 
 void noSymbolicComponents(const std::filesystem::path& url) {
