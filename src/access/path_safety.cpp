@@ -55,15 +55,20 @@ bool isIgnoredSystemFile(std::string_view name) {
 }
 
 void noSymbolicComponents(const std::filesystem::path& url) {
-    const auto path = standardized(url);
+    // The walk follows the path as written, ".." included, because that is how the
+    // kernel will resolve it: "a/link/../b" standardizes to "a/b", but reaches "b"
+    // through the link's target. With no link on the way, ".." resolves exactly as
+    // standardizing assumes, so the standardized path then names the same item.
     std::filesystem::path prefix;
-    for (const auto& component : path) {
+    for (const auto& component : url) {
+        if (component.empty() || component == ".") continue;
         prefix /= component;
-        if (component == path.root_directory()) continue;  // "/" itself is never a link
+        if (component == url.root_directory()) continue;  // "/" itself is never a link
         struct stat info {};
         if (::lstat(prefix.c_str(), &info) != 0) continue;  // not there yet
         if (S_ISLNK(info.st_mode))
-            throw KeloError::unsafe("Symbolic links are outside Kelo's safe operation scope: " + prefix.native());
+            throw KeloError::unsafe("Symbolic links are outside Kelo's safe operation scope: " +
+                                    standardized(prefix).native());
     }
 }
 

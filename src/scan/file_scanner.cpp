@@ -39,9 +39,9 @@ bool skippedByType(unsigned char type) { return type != DT_REG && type != DT_UNK
 
 // Opens the root without following any link on the way; nothing on failure,
 // after adding its line.
-DirStream openRoot(const std::filesystem::path& root, ScanResult& result) {
+DirStream openRoot(const std::filesystem::path& given, const std::filesystem::path& root, ScanResult& result) {
     try {
-        PathSafety::noSymbolicComponents(root);
+        PathSafety::noSymbolicComponents(given);  // as written: ".." must not hide a link
     } catch (const KeloError& error) {
         result.errors.push_back(error.message());
         return nullptr;
@@ -88,8 +88,9 @@ private:
     std::vector<std::size_t> starts_;
 };
 
-void scanRoot(const std::filesystem::path& root, ScanResult& result) {
-    DirStream dir = openRoot(root, result);
+void scanRoot(const std::filesystem::path& given, ScanResult& result) {
+    const std::filesystem::path root = PathSafety::standardized(given);
+    DirStream dir = openRoot(given, root, result);
     if (!dir) return;
     const CandidateNames names(dir.get(), root, result);
     result.files.reserve(result.files.size() + names.size());
@@ -119,7 +120,7 @@ ScanResult scan(const std::vector<std::filesystem::path>& roots) {
     const auto byPath = [](const FileRecord& a, const FileRecord& b) { return a.url.native() < b.url.native(); };
     for (const auto& root : roots) {
         const auto runStart = static_cast<std::ptrdiff_t>(result.files.size());
-        scanRoot(PathSafety::standardized(root), result);
+        scanRoot(root, result);
         std::inplace_merge(result.files.begin(), result.files.begin() + runStart, result.files.end(), byPath);
     }
     return result;

@@ -125,6 +125,9 @@ TEST_F(SafetyValidatorTest, SymbolicLinksAnywhereAreRefused) {
     fs::create_directory_symlink(job, home / "Shortcut");
     EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", home / "Shortcut/a.pdf")),
               linkMessage(home / "Shortcut"));
+    // Standardizing would hide this one; the kernel would still pass through the link.
+    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", home / "Shortcut/../Job/a.pdf")),
+              linkMessage(home / "Shortcut"));
 
     fs::create_symlink(inbox / "a.pdf", inbox / "a-link.pdf");
     auto linked = fileIt();

@@ -71,6 +71,10 @@ TEST_F(TrashPolicyTest, FileMustBeApprovedFreeOfLinksAndUnchanged) {
     EXPECT_EQ(fileRefusal(linked),
               "Symbolic links are outside Kelo's safe operation scope: " + (home / "inbox-link").native());
 
+    linked.url = home / "inbox-link/../../Downloads/a.pdf";
+    EXPECT_EQ(fileRefusal(linked),
+              "Symbolic links are outside Kelo's safe operation scope: " + (home / "inbox-link").native());
+
     writeFile(inbox / "a.pdf", "rewritten");
     EXPECT_EQ(fileRefusal(record), kFileChanged);
     fs::remove(inbox / "a.pdf");

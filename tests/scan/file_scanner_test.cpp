@@ -64,11 +64,12 @@ TEST(FileScannerTest, UnreadableRootsBecomeOneLineEachAndOthersAreStillScanned) 
     writeFile(dir / "plain-file", "f");
     fs::create_directory_symlink(dir / "real", dir / "linked");
 
-    const ScanResult result =
-        FileScanner::scan({dir / "linked", dir / "missing", dir / "plain-file", dir / "good"});
+    const ScanResult result = FileScanner::scan(
+        {dir / "linked", dir / "linked/../good", dir / "missing", dir / "plain-file", dir / "good"});
     EXPECT_EQ(names(result), std::vector<std::string>{"g.txt"});
     EXPECT_EQ(result.errors,
               (std::vector<std::string>{
+                  "Symbolic links are outside Kelo's safe operation scope: " + (dir / "linked").native(),
                   "Symbolic links are outside Kelo's safe operation scope: " + (dir / "linked").native(),
                   (dir / "missing").native() + ": No such file or directory",
                   (dir / "plain-file").native() + ": Not a directory",
