@@ -15,7 +15,9 @@ std::filesystem::path standardized(const std::filesystem::path& url) {
     return std::filesystem::path(text);
 }
 
-std::string key(const std::filesystem::path& url) { return standardized(url).native(); }
+std::string key(const std::filesystem::path& url) {
+    return standardized(url).native();
+}
 
 bool contains(const std::filesystem::path& root, const std::filesystem::path& url) {
     const auto rootPath = standardized(root);

@@ -13,7 +13,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-[[noreturn]] void refuse(std::string message) { throw KeloError::unsafe(std::move(message)); }
+[[noreturn]] void refuse(std::string message) {
+    throw KeloError::unsafe(std::move(message));
+}
 
 bool isWatchedRoot(const AccessScope& scope, const fs::path& folder) {
     const std::string key = PathSafety::key(folder);

@@ -21,8 +21,7 @@ void validateFile(const FileRecord& record, const AccessScope& scope) {
     const fs::path file = PathSafety::standardized(record.url);
     if (!scope.allows(file)) throw KeloError::unsafe("Cấp quyền lại cho thư mục chứa tệp trước khi xóa.");
     PathSafety::noSymbolicComponents(record.url);
-    if (Metadata::identity(file) != record.identity)
-        throw KeloError::unsafe("Tệp đã thay đổi. Làm mới trước khi xóa.");
+    if (Metadata::identity(file) != record.identity) throw KeloError::unsafe("Tệp đã thay đổi. Làm mới trước khi xóa.");
 }
 
 void validateProject(const Project& project, const AccessScope& scope) {

@@ -26,7 +26,9 @@ struct DirCloser {
 };
 using DirStream = std::unique_ptr<DIR, DirCloser>;
 
-std::string line(const std::filesystem::path& path, const std::string& reason) { return path.native() + ": " + reason; }
+std::string line(const std::filesystem::path& path, const std::string& reason) {
+    return path.native() + ": " + reason;
+}
 
 // Entries skipped by name alone, before any system call.
 bool skippedByName(const char* name) {
@@ -35,7 +37,9 @@ bool skippedByName(const char* name) {
 
 // d_type spares a statx for folders and links; DT_UNKNOWN (some file systems)
 // falls through to statx, which decides.
-bool skippedByType(unsigned char type) { return type != DT_REG && type != DT_UNKNOWN; }
+bool skippedByType(unsigned char type) {
+    return type != DT_REG && type != DT_UNKNOWN;
+}
 
 // Opens the root without following any link on the way; nothing on failure,
 // after adding its line.

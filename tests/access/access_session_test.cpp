@@ -1,7 +1,7 @@
 #include "access/access_session.h"
 
-#include <sys/stat.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <string>
@@ -46,9 +46,9 @@ TEST(FolderBookmarkTest, RefusesFilesLinksAndForeignBytes) {
     EXPECT_THROW(FolderBookmark::make(dir / "file"), KeloError);
     EXPECT_THROW(FolderBookmark::make(dir / "link"), KeloError);
     EXPECT_THROW(FolderBookmark::make(dir / "missing"), std::system_error);
-    for (const std::string text : {"", "not json", "[]", R"({"device":1,"inode":2})",
-                                   R"({"device":-1,"inode":2,"path":"file:///a"})",
-                                   R"({"device":1,"inode":2,"path":"/a"})"})
+    for (const std::string text :
+         {"", "not json", "[]", R"({"device":1,"inode":2})", R"({"device":-1,"inode":2,"path":"file:///a"})",
+          R"({"device":1,"inode":2,"path":"/a"})"})
         EXPECT_EQ(FolderBookmark::decode(Bytes(text.begin(), text.end())), std::nullopt) << text;
 }
 
@@ -87,11 +87,11 @@ TEST(AccessSessionTest, UnusableFoldersGiveOneLineEachAndTheOthersStillWork) {
     AccessSession session({deleted, linked, garbage, filed, fine});
     EXPECT_EQ(session.scope().watched, Paths{});
     EXPECT_EQ(session.scope().homes, Paths{dir / "Fine"});
-    EXPECT_EQ(session.errors(),
-              (Lines{(dir / "Deleted").native() + ": No such file or directory",
-                     "Symbolic links are outside Kelo's safe operation scope: " + (dir / "Linked").native(),
-                     "The saved reference to this folder cannot be read. Reconnect ~/Lost.",
-                     "Folder unavailable: ~/Filed"}));
+    EXPECT_EQ(
+        session.errors(),
+        (Lines{(dir / "Deleted").native() + ": No such file or directory",
+               "Symbolic links are outside Kelo's safe operation scope: " + (dir / "Linked").native(),
+               "The saved reference to this folder cannot be read. Reconnect ~/Lost.", "Folder unavailable: ~/Filed"}));
     EXPECT_TRUE(session.refreshed().empty());
 }
 

@@ -1,8 +1,8 @@
 #include "operations/safety_validator.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <string>
@@ -248,14 +248,13 @@ TEST_F(SafetyValidatorTest, DestinationFolderMustBeAWritableFolder) {
     ASSERT_EQ(::chmod(job.c_str(), 0755), 0);
     const auto closed = fileIt();
     const auto open = op(OperationKind::move, inbox / "a.pdf", home / "Open/New/a.pdf");
-    const std::string answer = testing::runUnprivileged([&] {
-        return refusal(closed) + "|" + refusal(open);
-    });
+    const std::string answer = testing::runUnprivileged([&] { return refusal(closed) + "|" + refusal(open); });
     EXPECT_EQ(answer, kNotWritable + "|");
 }
 
 TEST_F(SafetyValidatorTest, CrossVolumeMovesAreRefused) {
-    struct stat here {}, shm {};
+    struct stat here {
+    }, shm{};
     if (::stat("/dev/shm", &shm) != 0 || ::stat(dir.path().c_str(), &here) != 0 || shm.st_dev == here.st_dev ||
         ::access("/dev/shm", W_OK) != 0)
         GTEST_SKIP() << "needs /dev/shm on another file system";

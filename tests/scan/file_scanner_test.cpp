@@ -1,8 +1,8 @@
 #include "scan/file_scanner.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -64,16 +64,15 @@ TEST(FileScannerTest, UnreadableRootsBecomeOneLineEachAndOthersAreStillScanned) 
     writeFile(dir / "plain-file", "f");
     fs::create_directory_symlink(dir / "real", dir / "linked");
 
-    const ScanResult result = FileScanner::scan(
-        {dir / "linked", dir / "linked/../good", dir / "missing", dir / "plain-file", dir / "good"});
+    const ScanResult result =
+        FileScanner::scan({dir / "linked", dir / "linked/../good", dir / "missing", dir / "plain-file", dir / "good"});
     EXPECT_EQ(names(result), std::vector<std::string>{"g.txt"});
-    EXPECT_EQ(result.errors,
-              (std::vector<std::string>{
-                  "Symbolic links are outside Kelo's safe operation scope: " + (dir / "linked").native(),
-                  "Symbolic links are outside Kelo's safe operation scope: " + (dir / "linked").native(),
-                  (dir / "missing").native() + ": No such file or directory",
-                  (dir / "plain-file").native() + ": Not a directory",
-              }));
+    EXPECT_EQ(result.errors, (std::vector<std::string>{
+                                 "Symbolic links are outside Kelo's safe operation scope: " + (dir / "linked").native(),
+                                 "Symbolic links are outside Kelo's safe operation scope: " + (dir / "linked").native(),
+                                 (dir / "missing").native() + ": No such file or directory",
+                                 (dir / "plain-file").native() + ": Not a directory",
+                             }));
 }
 
 TEST(FileScannerTest, UnchangedFolderScansEquallyAndTouchingChangesTheFingerprint) {
