@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "access/folder_access_manager.h"
 #include "access/folder_bookmark.h"
 #include "access/unprivileged_child.h"
 #include "model/kelo_error.h"
@@ -20,7 +21,7 @@ using testing::TempDir;
 using testing::writeFile;
 
 FolderGrant grantFor(const fs::path& folder, FolderGrant::Role role) {
-    return FolderGrant{Uuid::random(), FolderBookmark::make(folder).encode(), folder.native(), role};
+    return FolderAccessManager::grant(folder, role);
 }
 
 using Paths = std::vector<fs::path>;
@@ -50,6 +51,19 @@ TEST(FolderBookmarkTest, RefusesFilesLinksAndForeignBytes) {
          {"", "not json", "[]", R"({"device":1,"inode":2})", R"({"device":-1,"inode":2,"path":"file:///a"})",
           R"({"device":1,"inode":2,"path":"/a"})"})
         EXPECT_EQ(FolderBookmark::decode(Bytes(text.begin(), text.end())), std::nullopt) << text;
+}
+
+TEST(FolderAccessManagerTest, GrantKeepsTheReplacedIdAndShowsTheStandardizedPath) {
+    TempDir dir;
+    fs::create_directories(dir / "Downloads");
+    const Uuid old = Uuid::random();
+    const FolderGrant grant =
+        FolderAccessManager::grant(dir.path().native() + "/./Downloads/", FolderGrant::Role::watch, old);
+    EXPECT_EQ(grant.id, old);
+    EXPECT_EQ(grant.displayPath, (dir / "Downloads").native());
+    EXPECT_EQ(grant.role, FolderGrant::Role::watch);
+    EXPECT_EQ(FolderBookmark::decode(grant.bookmark), FolderBookmark::make(dir / "Downloads"));
+    EXPECT_NE(FolderAccessManager::grant(dir / "Downloads", FolderGrant::Role::watch).id, old);
 }
 
 TEST(AccessSessionTest, UsableFoldersFormTheScopeInGrantOrder) {
