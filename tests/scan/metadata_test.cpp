@@ -46,18 +46,6 @@ TEST(MetadataTest, IdentityIsDeviceInodeSizeAndModified) {
     EXPECT_EQ(Metadata::identity(dir / "x.pdf"), identity);
 }
 
-TEST(MetadataTest, TouchingChangesModifiedAndFingerprint) {
-    TempDir dir;
-    writeFile(dir / "x.pdf", "12345");
-    setModified(dir / "x.pdf", 1700000000, 0);
-    const FileRecord before = Metadata::record(dir / "x.pdf", dir.path());
-    EXPECT_EQ(Metadata::record(dir / "x.pdf", dir.path()), before);
-    setModified(dir / "x.pdf", 1700000001, 0);
-    const FileRecord after = Metadata::record(dir / "x.pdf", dir.path());
-    EXPECT_NE(after.identity.modified, before.identity.modified);
-    EXPECT_NE(after.fingerprint(), before.fingerprint());
-}
-
 TEST(MetadataTest, LinksFoldersAndSpecialFilesAreRefusedByName) {
     TempDir dir;
     writeFile(dir / "real.txt", "x");
