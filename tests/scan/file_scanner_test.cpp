@@ -109,5 +109,18 @@ TEST(FileScannerTest, UnreadableEntryBecomesALineNotARecord) {
                           (dir / "in/b.txt").native() + ": Permission denied\n");
 }
 
+// A folder on the way that others may pass through but not list (0711, as some
+// home folders are) must not stop the scan: only the inbox itself is listed.
+TEST(FileScannerTest, ParentThatMayOnlyBeSearchedDoesNotStopTheScan) {
+    TempDir dir;
+    writeFile(dir / "home/in/a.txt", "a");
+    ASSERT_EQ(::chmod((dir / "home").c_str(), 0711), 0);
+    const std::string answer = testing::runUnprivileged([&] {
+        const ScanResult result = FileScanner::scan({dir / "home/in"});
+        return std::to_string(result.files.size()) + " files, " + std::to_string(result.errors.size()) + " errors";
+    });
+    EXPECT_EQ(answer, "1 files, 0 errors");
+}
+
 }  // namespace
 }  // namespace kelo
