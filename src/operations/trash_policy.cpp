@@ -1,13 +1,13 @@
 #include "operations/trash_policy.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <system_error>
 
 #include "access/path_safety.h"
 #include "model/kelo_error.h"
+#include "scan/file_status.h"
 #include "scan/metadata.h"
 #include "scan/package_names.h"
 
@@ -40,9 +40,8 @@ void validateProject(const Project& project, const AccessScope& scope) {
         throw KeloError::unsafe(
             "Chỉ xóa thư mục job trực tiếp trong thư mục dự án đã cấp quyền; không xóa thư mục gốc.");
     PathSafety::noSymbolicComponents(project.destinationFolder);
-    struct stat info {};
-    if (::lstat(folder.c_str(), &info) != 0) throw std::system_error(errno, std::generic_category(), folder.native());
-    if (!S_ISDIR(info.st_mode) || isPackageName(folder.filename().native()))
+    const FileStatus status = readStatus(AT_FDCWD, folder.c_str(), folder);
+    if (!S_ISDIR(status.mode) || isPackageName(folder.filename().native()))
         throw KeloError::unsafe("Job không còn là thư mục thông thường. Hãy quét lại.");
 }
 

@@ -245,7 +245,7 @@ TEST_F(SafetyValidatorTest, DestinationFolderMustBeAWritableFolder) {
     // the same user may file into a folder it can write, so the check is not blind.
     fs::create_directories(home / "Open");
     fs::permissions(home / "Open", fs::perms::all);
-    ASSERT_EQ(::chmod(job.c_str(), 0755), 0);
+    ASSERT_EQ(::chmod(job.c_str(), 0555), 0);  // writable by root alone
     const auto closed = fileIt();
     const auto open = op(OperationKind::move, inbox / "a.pdf", home / "Open/New/a.pdf");
     const std::string answer = testing::runUnprivileged([&] { return refusal(closed) + "|" + refusal(open); });
