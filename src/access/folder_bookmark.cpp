@@ -13,7 +13,7 @@ namespace kelo {
 
 FolderBookmark FolderBookmark::make(const std::filesystem::path& folder) {
     const auto path = PathSafety::standardized(folder);
-    PathSafety::noSymbolicComponents(path);
+    PathSafety::noSymbolicComponents(folder);
     struct stat info {};
     if (::lstat(path.c_str(), &info) != 0) throw std::system_error(errno, std::generic_category(), path.native());
     if (!S_ISDIR(info.st_mode)) throw KeloError::unsafe("Folder unavailable: " + path.native());

@@ -12,7 +12,9 @@
 namespace kelo::FolderProbe {
 
 namespace {
-bool isAbsent(int error) { return error == ENOENT || error == ENOTDIR; }
+bool isAbsent(int error) {
+    return error == ENOENT || error == ENOTDIR;
+}
 }  // namespace
 
 bool somethingExistsAt(const std::filesystem::path& path) {

@@ -15,7 +15,9 @@ std::filesystem::path standardized(const std::filesystem::path& url) {
     return std::filesystem::path(text);
 }
 
-std::string key(const std::filesystem::path& url) { return standardized(url).native(); }
+std::string key(const std::filesystem::path& url) {
+    return standardized(url).native();
+}
 
 bool contains(const std::filesystem::path& root, const std::filesystem::path& url) {
     const auto rootPath = standardized(root);
@@ -36,31 +38,39 @@ bool validName(std::string_view name) {
     return std::none_of(name.begin(), name.end(), [](char c) { return c == '/' || c == ':' || c == '\0'; });
 }
 
-static std::string lowerAscii(std::string_view text) {
-    std::string out(text);
-    std::transform(out.begin(), out.end(), out.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return out;
+namespace {
+
+bool equalsIgnoringAsciiCase(std::string_view a, std::string_view b) {
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+               return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
+           });
 }
 
+}  // namespace
+
+// Called for every entry of every scan, so it allocates nothing.
 bool isIgnoredSystemFile(std::string_view name) {
     if (name == ".DS_Store") return true;
     if (name.substr(0, 5) == "Icon\r") return true;
-    const std::string lower = lowerAscii(name);
-    if (name.find('\r') != std::string_view::npos && lower.substr(0, 4) == "icon") return true;
-    return lower == "thumbs.db" || lower == "desktop.ini";
+    if (name.find('\r') != std::string_view::npos && equalsIgnoringAsciiCase(name.substr(0, 4), "icon")) return true;
+    return equalsIgnoringAsciiCase(name, "thumbs.db") || equalsIgnoringAsciiCase(name, "desktop.ini");
 }
 
 void noSymbolicComponents(const std::filesystem::path& url) {
-    const auto path = standardized(url);
+    // The walk follows the path as written, ".." included, because that is how the
+    // kernel will resolve it: "a/link/../b" standardizes to "a/b", but reaches "b"
+    // through the link's target. With no link on the way, ".." resolves exactly as
+    // standardizing assumes, so the standardized path then names the same item.
     std::filesystem::path prefix;
-    for (const auto& component : path) {
+    for (const auto& component : url) {
+        if (component.empty() || component == ".") continue;
         prefix /= component;
-        if (component == path.root_directory()) continue;  // "/" itself is never a link
+        if (component == url.root_directory()) continue;  // "/" itself is never a link
         struct stat info {};
         if (::lstat(prefix.c_str(), &info) != 0) continue;  // not there yet
         if (S_ISLNK(info.st_mode))
-            throw KeloError::unsafe("Symbolic links are outside Kelo's safe operation scope: " + prefix.native());
+            throw KeloError::unsafe("Symbolic links are outside Kelo's safe operation scope: " +
+                                    standardized(prefix).native());
     }
 }
 

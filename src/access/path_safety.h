@@ -25,10 +25,11 @@ bool validName(std::string_view name);
 // never an inbox file.
 bool isIgnoredSystemFile(std::string_view name);
 
-// Walks the standardised path from "/" one component at a time, the final one
-// included, and throws KeloError "Symbolic links are outside Kelo's safe operation
-// scope: " + prefix at the first prefix that is a symbolic link. Prefixes that do
-// not exist yet are skipped.
+// Walks the path from "/" one component at a time, the final one included, and
+// throws KeloError "Symbolic links are outside Kelo's safe operation scope: " +
+// the standardised prefix at the first prefix that is a symbolic link. Prefixes
+// that do not exist yet are skipped. A ".." is walked as written, not resolved
+// away first, so "a/link/../b" is refused although "a/b" has no link.
 void noSymbolicComponents(const std::filesystem::path& url);
 
 }  // namespace kelo::PathSafety

@@ -1,13 +1,13 @@
 #include "operations/trash_policy.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <system_error>
 
 #include "access/path_safety.h"
 #include "model/kelo_error.h"
+#include "scan/file_status.h"
 #include "scan/metadata.h"
 #include "scan/package_names.h"
 
@@ -16,10 +16,12 @@ namespace kelo::TrashPolicy {
 namespace fs = std::filesystem;
 
 void validateFile(const FileRecord& record, const AccessScope& scope) {
-    if (!scope.allows(record.url)) throw KeloError::unsafe("Cấp quyền lại cho thư mục chứa tệp trước khi xóa.");
+    // The link walk takes the path as written, so a ".." after a link cannot hide
+    // it; once it passes, the standardized path names the same file.
+    const fs::path file = PathSafety::standardized(record.url);
+    if (!scope.allows(file)) throw KeloError::unsafe("Cấp quyền lại cho thư mục chứa tệp trước khi xóa.");
     PathSafety::noSymbolicComponents(record.url);
-    if (Metadata::identity(record.url) != record.identity)
-        throw KeloError::unsafe("Tệp đã thay đổi. Làm mới trước khi xóa.");
+    if (Metadata::identity(file) != record.identity) throw KeloError::unsafe("Tệp đã thay đổi. Làm mới trước khi xóa.");
 }
 
 void validateProject(const Project& project, const AccessScope& scope) {
@@ -37,10 +39,9 @@ void validateProject(const Project& project, const AccessScope& scope) {
     if (!isHome(folder.parent_path()) || isHome(folder))
         throw KeloError::unsafe(
             "Chỉ xóa thư mục job trực tiếp trong thư mục dự án đã cấp quyền; không xóa thư mục gốc.");
-    PathSafety::noSymbolicComponents(folder);
-    struct stat info {};
-    if (::lstat(folder.c_str(), &info) != 0) throw std::system_error(errno, std::generic_category(), folder.native());
-    if (!S_ISDIR(info.st_mode) || isPackageName(folder.filename().native()))
+    PathSafety::noSymbolicComponents(project.destinationFolder);
+    const FileStatus status = readStatus(AT_FDCWD, folder.c_str(), folder);
+    if (!S_ISDIR(status.mode) || isPackageName(folder.filename().native()))
         throw KeloError::unsafe("Job không còn là thư mục thông thường. Hãy quét lại.");
 }
 

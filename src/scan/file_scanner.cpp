@@ -5,8 +5,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <memory>
+#include <string>
 #include <system_error>
+#include <vector>
 
 #include "access/folder_handle.h"
 #include "access/path_safety.h"
@@ -23,7 +26,9 @@ struct DirCloser {
 };
 using DirStream = std::unique_ptr<DIR, DirCloser>;
 
-std::string line(const std::filesystem::path& path, const std::string& reason) { return path.native() + ": " + reason; }
+std::string line(const std::filesystem::path& path, const std::string& reason) {
+    return path.native() + ": " + reason;
+}
 
 // Entries skipped by name alone, before any system call.
 bool skippedByName(const char* name) {
@@ -32,52 +37,96 @@ bool skippedByName(const char* name) {
 
 // d_type spares a statx for folders and links; DT_UNKNOWN (some file systems)
 // falls through to statx, which decides.
-bool skippedByType(unsigned char type) { return type != DT_REG && type != DT_UNKNOWN; }
+bool skippedByType(unsigned char type) {
+    return type != DT_REG && type != DT_UNKNOWN;
+}
 
-void scanRoot(const std::filesystem::path& root, ScanResult& result) {
+// Opens the root without following any link on the way; nothing on failure,
+// after adding its line.
+DirStream openRoot(const std::filesystem::path& given, const std::filesystem::path& root, ScanResult& result) {
     try {
-        PathSafety::noSymbolicComponents(root);
+        PathSafety::noSymbolicComponents(given);  // as written: ".." must not hide a link
     } catch (const KeloError& error) {
         result.errors.push_back(error.message());
-        return;
+        return nullptr;
     }
-    DirStream dir;
-    int folderFd = -1;
     try {
         UniqueFd fd = openFolderNoFollow(root);
-        dir.reset(::fdopendir(fd.get()));
+        DirStream dir(::fdopendir(fd.get()));
         if (!dir) throw std::system_error(errno, std::generic_category(), root.native());
-        folderFd = fd.release();  // now owned by the stream
+        fd.release();  // now owned by the stream
+        return dir;
     } catch (const std::system_error& error) {
         result.errors.push_back(line(root, error.code().message()));
-        return;
+        return nullptr;
     }
-    for (;;) {
-        errno = 0;
-        const dirent* entry = ::readdir(dir.get());
-        if (entry == nullptr) {
-            if (errno != 0) result.errors.push_back(line(root, std::generic_category().message(errno)));
-            break;
+}
+
+// The names of the entries that may be inbox files, in byte order, kept in one
+// buffer (NUL after each) so listing a large inbox costs few allocations. Names in
+// one folder are unique, so the order is total.
+class CandidateNames {
+public:
+    CandidateNames(DIR* dir, const std::filesystem::path& root, ScanResult& result) {
+        for (;;) {
+            errno = 0;
+            const dirent* entry = ::readdir(dir);
+            if (entry == nullptr) {
+                if (errno != 0) result.errors.push_back(line(root, std::generic_category().message(errno)));
+                break;
+            }
+            if (skippedByName(entry->d_name) || skippedByType(entry->d_type)) continue;
+            starts_.push_back(buffer_.size());
+            buffer_.append(entry->d_name).push_back('\0');
         }
-        if (skippedByName(entry->d_name) || skippedByType(entry->d_type)) continue;
-        const auto url = root / entry->d_name;
+        std::sort(starts_.begin(), starts_.end(), [&](std::size_t a, std::size_t b) { return name(a) < name(b); });
+    }
+
+    std::size_t size() const { return starts_.size(); }
+    const char* operator[](std::size_t i) const { return buffer_.c_str() + starts_[i]; }
+
+private:
+    std::string_view name(std::size_t start) const { return std::string_view(buffer_.c_str() + start); }
+
+    std::string buffer_;
+    std::vector<std::size_t> starts_;
+};
+
+void scanRoot(const std::filesystem::path& given, ScanResult& result) {
+    const std::filesystem::path root = PathSafety::standardized(given);
+    DirStream dir = openRoot(given, root, result);
+    if (!dir) return;
+    const CandidateNames names(dir.get(), root, result);
+    result.files.reserve(result.files.size() + names.size());
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const char* name = names[i];
+        // Joined as text: appending with "/" would re-split the whole path.
+        std::string url;
+        url.reserve(root.native().size() + 1 + std::strlen(name));
+        url.append(root.native()).append(1, '/').append(name);
         try {
-            result.files.push_back(Metadata::recordAt(folderFd, entry->d_name, url, root));
+            result.files.push_back(Metadata::recordAt(::dirfd(dir.get()), name, std::move(url), root));
         } catch (const KeloError&) {
             // Not a regular file after all (d_type was unknown, or it changed): skipped like any folder.
         } catch (const std::system_error& error) {
-            result.errors.push_back(line(url, error.code().message()));
+            result.errors.push_back(line(root / name, error.code().message()));
         }
     }
 }
 
 }  // namespace
 
+// Each root's records arrive sorted by name, which within one root is the order
+// of their paths; merging the runs by whole paths (stably, earlier roots first on
+// a tie) gives one list in ascending path order.
 ScanResult scan(const std::vector<std::filesystem::path>& roots) {
     ScanResult result;
-    for (const auto& root : roots) scanRoot(PathSafety::standardized(root), result);
-    std::stable_sort(result.files.begin(), result.files.end(),
-                     [](const FileRecord& a, const FileRecord& b) { return a.url.native() < b.url.native(); });
+    const auto byPath = [](const FileRecord& a, const FileRecord& b) { return a.url.native() < b.url.native(); };
+    for (const auto& root : roots) {
+        const auto runStart = static_cast<std::ptrdiff_t>(result.files.size());
+        scanRoot(root, result);
+        std::inplace_merge(result.files.begin(), result.files.begin() + runStart, result.files.end(), byPath);
+    }
     return result;
 }
 

@@ -13,7 +13,7 @@
 namespace kelo {
 
 struct ScanResult {
-    std::vector<FileRecord> files;  // sorted by path, ascending, plain byte order
+    std::vector<FileRecord> files;    // sorted by path, ascending, plain byte order
     std::vector<std::string> errors;  // one line per folder or entry that could not be read
 };
 

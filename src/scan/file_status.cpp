@@ -9,7 +9,9 @@
 
 namespace kelo {
 
-bool FileStatus::isRegular() const { return S_ISREG(mode); }
+bool FileStatus::isRegular() const {
+    return S_ISREG(mode);
+}
 
 FileStatus readStatus(int folderFd, const char* name, const std::filesystem::path& shownAs) {
     struct statx info {};
@@ -22,8 +24,7 @@ FileStatus readStatus(int folderFd, const char* name, const std::filesystem::pat
     status.inode = info.stx_ino;
     status.size = info.stx_size;
     status.modified = Date::fromTimespec(info.stx_mtime.tv_sec, info.stx_mtime.tv_nsec);
-    if (info.stx_mask & STATX_BTIME)
-        status.created = Date::fromTimespec(info.stx_btime.tv_sec, info.stx_btime.tv_nsec);
+    if (info.stx_mask & STATX_BTIME) status.created = Date::fromTimespec(info.stx_btime.tv_sec, info.stx_btime.tv_nsec);
     return status;
 }
 

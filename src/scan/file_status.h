@@ -1,6 +1,7 @@
 // FileStatus: one item's attributes read with statx(2) without following a final
-// link, the only place the scanner and the operations layer read them. Any thread
-// may call these. Errors pass through as std::system_error with the item's path.
+// link: what Metadata builds identities from and what the project walk and the
+// trash checks read. Any thread may call these. Errors pass through as
+// std::system_error with the item's path.
 #pragma once
 
 #include <sys/types.h>

@@ -21,13 +21,13 @@ FileIdentity identityOf(const FileStatus& status) {
     return FileIdentity{status.device, status.inode, status.size, status.modified};
 }
 
-FileRecord recordOf(const FileStatus& status, const std::filesystem::path& url, const std::filesystem::path& source) {
+FileRecord recordOf(const FileStatus& status, std::filesystem::path url, const std::filesystem::path& source) {
     FileRecord record;
-    record.url = url;
+    record.contentType = guessContentType(url.filename().native());
+    record.url = std::move(url);
     record.sourceFolder = source;
     record.identity = identityOf(status);
     record.created = status.created.value_or(status.modified);
-    record.contentType = guessContentType(url.filename().native());
     return record;
 }
 
@@ -41,9 +41,9 @@ FileRecord record(const std::filesystem::path& url, const std::filesystem::path&
     return recordOf(regularFileStatus(AT_FDCWD, url.c_str(), url), url, source);
 }
 
-FileRecord recordAt(int folderFd, const char* name, const std::filesystem::path& url,
-                    const std::filesystem::path& source) {
-    return recordOf(regularFileStatus(folderFd, name, url), url, source);
+FileRecord recordAt(int folderFd, const char* name, std::filesystem::path url, const std::filesystem::path& source) {
+    const FileStatus status = regularFileStatus(folderFd, name, url);
+    return recordOf(status, std::move(url), source);
 }
 
 }  // namespace kelo::Metadata

@@ -22,7 +22,6 @@ FileRecord record(const std::filesystem::path& url, const std::filesystem::path&
 
 // The same for the entry `name` of the open folder `folderFd` whose path is
 // `url`; the scanner's way, one statx per file without re-walking the path.
-FileRecord recordAt(int folderFd, const char* name, const std::filesystem::path& url,
-                    const std::filesystem::path& source);
+FileRecord recordAt(int folderFd, const char* name, std::filesystem::path url, const std::filesystem::path& source);
 
 }  // namespace kelo::Metadata

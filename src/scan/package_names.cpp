@@ -8,9 +8,10 @@ namespace kelo {
 
 bool isPackageName(std::string_view folderName) {
     static constexpr std::array<std::string_view, 22> kExtensions = {
-        "app",       "bundle",    "framework", "plugin",       "kext",       "photoslibrary", "fcpbundle",  "logicx",
-        "band",      "aplibrary", "rtfd",      "pages",        "numbers",    "key",           "sketch",     "xcodeproj",
-        "xcworkspace", "playground", "scptd",   "imovielibrary", "tvlibrary", "lpdf"};
+        "app",       "bundle",        "framework", "plugin",    "kext",        "photoslibrary",
+        "fcpbundle", "logicx",        "band",      "aplibrary", "rtfd",        "pages",
+        "numbers",   "key",           "sketch",    "xcodeproj", "xcworkspace", "playground",
+        "scptd",     "imovielibrary", "tvlibrary", "lpdf"};
     const auto dot = folderName.rfind('.');
     if (dot == std::string_view::npos || dot == 0 || dot + 1 == folderName.size()) return false;
     std::string extension(folderName.substr(dot + 1));

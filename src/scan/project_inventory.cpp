@@ -7,11 +7,10 @@ namespace kelo {
 ProjectInventory ProjectInventory::read(const std::filesystem::path& folder) {
     ProjectInventory inventory;
     inventory.folder = PathSafety::standardized(folder);
-    walkProject(inventory.folder, "Review this unsupported link or package before handoff: ",
-                [&](const ProjectEntry& entry) {
-                    if (!entry.isFolder) inventory.totalBytes += entry.identity.size;
-                    inventory.entries.push_back(entry);
-                });
+    walkProject(folder, "Review this unsupported link or package before handoff: ", [&](const ProjectEntry& entry) {
+        if (!entry.isFolder) inventory.totalBytes += entry.identity.size;
+        inventory.entries.push_back(entry);
+    });
     return inventory;
 }
 

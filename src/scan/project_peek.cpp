@@ -10,7 +10,7 @@ ProjectPeek ProjectPeek::read(const std::filesystem::path& folder) {
     ProjectPeek peek;
     peek.folder = PathSafety::standardized(folder);
     std::vector<ProjectEntry> files;
-    walkProject(peek.folder, "Unsupported project entry: ", [&](const ProjectEntry& entry) {
+    walkProject(folder, "Unsupported project entry: ", [&](const ProjectEntry& entry) {
         if (entry.isFolder) {
             ++peek.folderCount;
             return;

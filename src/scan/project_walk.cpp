@@ -89,7 +89,7 @@ void walkProject(const fs::path& folder, std::string_view unsupportedPrefix,
     const fs::path root = PathSafety::standardized(folder);
     if (isPackageName(root.filename().native()))
         throw KeloError::unsafe("Choose an ordinary project folder, not a package.");
-    PathSafety::noSymbolicComponents(root);
+    PathSafety::noSymbolicComponents(folder);  // as written: ".." must not hide a link
     UniqueFd rootFd = openFolderNoFollow(root);
     Walk(root, unsupportedPrefix, visit).folder(rootFd.get(), fs::path(), 0);
 }

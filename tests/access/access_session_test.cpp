@@ -1,12 +1,13 @@
 #include "access/access_session.h"
 
-#include <sys/stat.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include "access/folder_access_manager.h"
 #include "access/folder_bookmark.h"
 #include "access/unprivileged_child.h"
 #include "model/kelo_error.h"
@@ -20,7 +21,7 @@ using testing::TempDir;
 using testing::writeFile;
 
 FolderGrant grantFor(const fs::path& folder, FolderGrant::Role role) {
-    return FolderGrant{Uuid::random(), FolderBookmark::make(folder).encode(), folder.native(), role};
+    return FolderAccessManager::grant(folder, role);
 }
 
 using Paths = std::vector<fs::path>;
@@ -46,10 +47,23 @@ TEST(FolderBookmarkTest, RefusesFilesLinksAndForeignBytes) {
     EXPECT_THROW(FolderBookmark::make(dir / "file"), KeloError);
     EXPECT_THROW(FolderBookmark::make(dir / "link"), KeloError);
     EXPECT_THROW(FolderBookmark::make(dir / "missing"), std::system_error);
-    for (const std::string text : {"", "not json", "[]", R"({"device":1,"inode":2})",
-                                   R"({"device":-1,"inode":2,"path":"file:///a"})",
-                                   R"({"device":1,"inode":2,"path":"/a"})"})
+    for (const std::string text :
+         {"", "not json", "[]", R"({"device":1,"inode":2})", R"({"device":-1,"inode":2,"path":"file:///a"})",
+          R"({"device":1,"inode":2,"path":"/a"})"})
         EXPECT_EQ(FolderBookmark::decode(Bytes(text.begin(), text.end())), std::nullopt) << text;
+}
+
+TEST(FolderAccessManagerTest, GrantKeepsTheReplacedIdAndShowsTheStandardizedPath) {
+    TempDir dir;
+    fs::create_directories(dir / "Downloads");
+    const Uuid old = Uuid::random();
+    const FolderGrant grant =
+        FolderAccessManager::grant(dir.path().native() + "/./Downloads/", FolderGrant::Role::watch, old);
+    EXPECT_EQ(grant.id, old);
+    EXPECT_EQ(grant.displayPath, (dir / "Downloads").native());
+    EXPECT_EQ(grant.role, FolderGrant::Role::watch);
+    EXPECT_EQ(FolderBookmark::decode(grant.bookmark), FolderBookmark::make(dir / "Downloads"));
+    EXPECT_NE(FolderAccessManager::grant(dir / "Downloads", FolderGrant::Role::watch).id, old);
 }
 
 TEST(AccessSessionTest, UsableFoldersFormTheScopeInGrantOrder) {
@@ -87,11 +101,11 @@ TEST(AccessSessionTest, UnusableFoldersGiveOneLineEachAndTheOthersStillWork) {
     AccessSession session({deleted, linked, garbage, filed, fine});
     EXPECT_EQ(session.scope().watched, Paths{});
     EXPECT_EQ(session.scope().homes, Paths{dir / "Fine"});
-    EXPECT_EQ(session.errors(),
-              (Lines{(dir / "Deleted").native() + ": No such file or directory",
-                     "Symbolic links are outside Kelo's safe operation scope: " + (dir / "Linked").native(),
-                     "The saved reference to this folder cannot be read. Reconnect ~/Lost.",
-                     "Folder unavailable: ~/Filed"}));
+    EXPECT_EQ(
+        session.errors(),
+        (Lines{(dir / "Deleted").native() + ": No such file or directory",
+               "Symbolic links are outside Kelo's safe operation scope: " + (dir / "Linked").native(),
+               "The saved reference to this folder cannot be read. Reconnect ~/Lost.", "Folder unavailable: ~/Filed"}));
     EXPECT_TRUE(session.refreshed().empty());
 }
 
@@ -121,7 +135,8 @@ TEST(AccessSessionTest, FolderReplacedAtItsPathIsUsableAndItsGrantRenewed) {
 TEST(AccessSessionTest, FolderThatCannotBeReadIsUnavailable) {
     TempDir dir;
     fs::create_directories(dir / "Locked");
-    ASSERT_EQ(::chmod((dir / "Locked").c_str(), 0700), 0);
+    // Not readable by anyone but root, so the case holds whoever runs the tests.
+    ASSERT_EQ(::chmod((dir / "Locked").c_str(), 0300), 0);
     auto grant = grantFor(dir / "Locked", FolderGrant::Role::watch);
     grant.displayPath = "~/Locked";
     const std::string answer = testing::runUnprivileged([&] {

@@ -106,6 +106,10 @@ TEST_F(SymbolicComponentsTest, LinkAnywhereIsRefusedWithItsPrefix) {
     EXPECT_EQ(refusal(dir / "real/dangling"), message(dir / "real/dangling"));
     // The path is standardized first: the message names the link, not the spelling.
     EXPECT_EQ(refusal((dir / "real/../link/./sub/").native()), message(dir / "link"));
+    // "link/.." is the link target's parent to the kernel, not `dir`: refused,
+    // although the standardized path has no link in it.
+    EXPECT_EQ(refusal(dir / "link/../real/file.txt"), message(dir / "link"));
+    EXPECT_EQ(refusal(dir / "real/sub/../file.txt"), "");
 }
 
 TEST_F(SymbolicComponentsTest, FolderReplacedByLinkAfterwardsIsRefused) {

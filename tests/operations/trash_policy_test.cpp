@@ -1,8 +1,8 @@
 #include "operations/trash_policy.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <string>
@@ -68,6 +68,10 @@ TEST_F(TrashPolicyTest, FileMustBeApprovedFreeOfLinksAndUnchanged) {
     fs::create_directory_symlink(inbox, home / "inbox-link");
     FileRecord linked = record;
     linked.url = home / "inbox-link/a.pdf";
+    EXPECT_EQ(fileRefusal(linked),
+              "Symbolic links are outside Kelo's safe operation scope: " + (home / "inbox-link").native());
+
+    linked.url = home / "inbox-link/../../Downloads/a.pdf";
     EXPECT_EQ(fileRefusal(linked),
               "Symbolic links are outside Kelo's safe operation scope: " + (home / "inbox-link").native());
 

@@ -1,8 +1,8 @@
 #include "scan/file_scanner.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -65,14 +65,14 @@ TEST(FileScannerTest, UnreadableRootsBecomeOneLineEachAndOthersAreStillScanned) 
     fs::create_directory_symlink(dir / "real", dir / "linked");
 
     const ScanResult result =
-        FileScanner::scan({dir / "linked", dir / "missing", dir / "plain-file", dir / "good"});
+        FileScanner::scan({dir / "linked", dir / "linked/../good", dir / "missing", dir / "plain-file", dir / "good"});
     EXPECT_EQ(names(result), std::vector<std::string>{"g.txt"});
-    EXPECT_EQ(result.errors,
-              (std::vector<std::string>{
-                  "Symbolic links are outside Kelo's safe operation scope: " + (dir / "linked").native(),
-                  (dir / "missing").native() + ": No such file or directory",
-                  (dir / "plain-file").native() + ": Not a directory",
-              }));
+    EXPECT_EQ(result.errors, (std::vector<std::string>{
+                                 "Symbolic links are outside Kelo's safe operation scope: " + (dir / "linked").native(),
+                                 "Symbolic links are outside Kelo's safe operation scope: " + (dir / "linked").native(),
+                                 (dir / "missing").native() + ": No such file or directory",
+                                 (dir / "plain-file").native() + ": Not a directory",
+                             }));
 }
 
 TEST(FileScannerTest, UnchangedFolderScansEquallyAndTouchingChangesTheFingerprint) {
@@ -107,6 +107,19 @@ TEST(FileScannerTest, UnreadableEntryBecomesALineNotARecord) {
     });
     EXPECT_EQ(answer, "0 files\n" + (dir / "in/a.txt").native() + ": Permission denied\n" +
                           (dir / "in/b.txt").native() + ": Permission denied\n");
+}
+
+// A folder on the way that others may pass through but not list (0711, as some
+// home folders are) must not stop the scan: only the inbox itself is listed.
+TEST(FileScannerTest, ParentThatMayOnlyBeSearchedDoesNotStopTheScan) {
+    TempDir dir;
+    writeFile(dir / "home/in/a.txt", "a");
+    ASSERT_EQ(::chmod((dir / "home").c_str(), 0711), 0);
+    const std::string answer = testing::runUnprivileged([&] {
+        const ScanResult result = FileScanner::scan({dir / "home/in"});
+        return std::to_string(result.files.size()) + " files, " + std::to_string(result.errors.size()) + " errors";
+    });
+    EXPECT_EQ(answer, "1 files, 0 errors");
 }
 
 }  // namespace

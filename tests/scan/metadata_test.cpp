@@ -1,8 +1,8 @@
 #include "scan/metadata.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <system_error>
@@ -44,18 +44,6 @@ TEST(MetadataTest, IdentityIsDeviceInodeSizeAndModified) {
     EXPECT_EQ(identity.size, 5u);
     EXPECT_EQ(identity.modified, Date::fromUnix(1700000000.25));
     EXPECT_EQ(Metadata::identity(dir / "x.pdf"), identity);
-}
-
-TEST(MetadataTest, TouchingChangesModifiedAndFingerprint) {
-    TempDir dir;
-    writeFile(dir / "x.pdf", "12345");
-    setModified(dir / "x.pdf", 1700000000, 0);
-    const FileRecord before = Metadata::record(dir / "x.pdf", dir.path());
-    EXPECT_EQ(Metadata::record(dir / "x.pdf", dir.path()), before);
-    setModified(dir / "x.pdf", 1700000001, 0);
-    const FileRecord after = Metadata::record(dir / "x.pdf", dir.path());
-    EXPECT_NE(after.identity.modified, before.identity.modified);
-    EXPECT_NE(after.fingerprint(), before.fingerprint());
 }
 
 TEST(MetadataTest, LinksFoldersAndSpecialFilesAreRefusedByName) {

@@ -1,8 +1,8 @@
 #include "scan/project_inventory.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <string>
@@ -132,6 +132,7 @@ TEST(ProjectInventoryTest, TheProjectItselfMustBeAnOrdinaryFolder) {
     fs::create_directory_symlink(dir / "Real", dir / "Alias");
     const std::string link = "Symbolic links are outside Kelo's safe operation scope: " + (dir / "Alias").native();
     EXPECT_EQ(refusals(dir / "Alias"), link + "|" + link);
+    EXPECT_EQ(refusals(dir / "Alias/../Real"), link + "|" + link);
     EXPECT_THROW(ProjectInventory::read(dir / "Missing"), std::system_error);
 }
 
