@@ -86,7 +86,7 @@ ClassificationEngine::ClassificationEngine(const std::vector<Project>& projects,
         for (const auto& alias : project.aliases) addName(alias);
         std::sort(indexTokens.begin(), indexTokens.end());
         indexTokens.erase(std::unique(indexTokens.begin(), indexTokens.end()), indexTokens.end());
-        for (const auto& token : indexTokens) projectsByToken_[token].push_back(index);
+        for (const auto& token : indexTokens) byToken_[token].projects.push_back(index);
         firstIndexById_.emplace(project.id, index);
         ids->push_back(project.id);
         projects_.push_back(std::move(entry));
@@ -99,8 +99,9 @@ ClassificationEngine::ClassificationEngine(const std::vector<Project>& projects,
         const int strength = association.strength();
         auto project = firstIndexById_.find(association.projectID);
         if (strength == 0 || project == firstIndexById_.end()) continue;
-        auto [slot, inserted] = learnedByToken_.try_emplace(association.token);
-        slot->second.push_back(Learned{project->second, static_cast<std::uint32_t>(order), strength, &slot->first});
+        auto [slot, inserted] = byToken_.try_emplace(association.token);
+        slot->second.learned.push_back(
+            Learned{project->second, static_cast<std::uint32_t>(order), strength, &slot->first});
     }
 }
 
@@ -180,7 +181,9 @@ Classification ClassificationEngine::classify(const PreparedFile& file, std::spa
         context.assignedProject = assignment->projectID;
     }
     for (const PreparedFile* other : neighbors) {
-        if (other->fingerprint == file.fingerprint || other->record.sourceFolder != file.record.sourceFolder) continue;
+        if (other->fingerprint == file.fingerprint ||
+            other->record.sourceFolder.native() != file.record.sourceFolder.native())
+            continue;
         const double apart = other->record.identity.modified.secondsSince(file.record.identity.modified);
         if (std::abs(apart) > kExportWindowSeconds || !sharesToken(other->meaningful, file.meaningful)) continue;
         context.related.push_back(other);
@@ -191,10 +194,10 @@ Classification ClassificationEngine::classify(const PreparedFile& file, std::spa
     std::vector<Learned> learned;
     std::vector<std::uint32_t> touched;
     for (const auto& token : file.meaningful) {
-        if (auto hit = learnedByToken_.find(token); hit != learnedByToken_.end())
-            learned.insert(learned.end(), hit->second.begin(), hit->second.end());
-        if (auto hit = projectsByToken_.find(token); hit != projectsByToken_.end())
-            touched.insert(touched.end(), hit->second.begin(), hit->second.end());
+        auto hit = byToken_.find(token);
+        if (hit == byToken_.end()) continue;
+        learned.insert(learned.end(), hit->second.learned.begin(), hit->second.learned.end());
+        touched.insert(touched.end(), hit->second.projects.begin(), hit->second.projects.end());
     }
     std::sort(learned.begin(), learned.end(), [](const Learned& a, const Learned& b) {
         return std::tie(a.project, a.order) < std::tie(b.project, b.order);

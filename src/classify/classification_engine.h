@@ -59,7 +59,7 @@ private:
         std::uint32_t project = 0;  // index into projects_
         std::uint32_t order = 0;    // position in the stored associations
         int strength = 0;
-        const std::string* token = nullptr;  // the key it is filed under in learnedByToken_
+        const std::string* token = nullptr;  // the key it is filed under in byToken_
     };
     struct FileContext;
 
@@ -67,8 +67,13 @@ private:
     static bool namesMatch(const ProjectEntry& project, const std::vector<std::string>& tokens);
 
     std::vector<ProjectEntry> projects_;
-    std::unordered_map<std::string, std::vector<std::uint32_t>> projectsByToken_;
-    std::unordered_map<std::string, std::vector<Learned>> learnedByToken_;
+    // What one token of a file can lead to.
+    struct TokenEntry {
+        std::vector<std::uint32_t> projects;  // projects with the token in a name or alias
+        std::vector<Learned> learned;         // associations of the token, in stored order
+    };
+
+    std::unordered_map<std::string, TokenEntry> byToken_;
     std::unordered_map<Uuid, std::uint32_t> firstIndexById_;
     std::shared_ptr<const std::vector<Uuid>> idsAscending_;
 };
