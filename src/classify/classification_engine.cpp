@@ -6,6 +6,7 @@
 #include <numeric>
 #include <tuple>
 
+#include "classify/neighbor_index.h"
 #include "classify/tokens.h"
 
 namespace kelo {
@@ -246,7 +247,7 @@ Classification ClassificationEngine::classify(const PreparedFile& file, std::spa
     int topScore = 0;
     bool topArchived = false;
     if (!result.candidates.empty()) {
-        const Candidate& top = result.candidates.front();
+        const Candidate top = result.candidates.front();
         topScore = top.score;
         auto index = firstIndexById_.find(top.projectID);
         topArchived = index != firstIndexById_.end() && projects_[index->second].status == ProjectStatus::archived;
@@ -268,6 +269,23 @@ Classification ClassificationEngine::classify(const FileRecord& file, const std:
     pointers.reserve(prepared.size());
     for (const auto& neighbor : prepared) pointers.push_back(&neighbor);
     return classify(PreparedFile::make(file), pointers, thresholds, assignment, now);
+}
+
+std::vector<Classification> ClassificationEngine::classifyAll(const std::vector<FileRecord>& files,
+                                                              const std::map<std::string, Assignment>& assignments,
+                                                              const Thresholds& thresholds, Date now) const {
+    std::vector<PreparedFile> prepared;
+    prepared.reserve(files.size());
+    for (const auto& file : files) prepared.push_back(PreparedFile::make(file));
+    const NeighborIndex neighbors(prepared);
+    std::vector<Classification> out;
+    out.reserve(prepared.size());
+    for (const auto& file : prepared) {
+        std::optional<Assignment> assignment;
+        if (auto stored = assignments.find(file.fingerprint); stored != assignments.end()) assignment = stored->second;
+        out.push_back(classify(file, neighbors.candidatesFor(file), thresholds, assignment, now));
+    }
+    return out;
 }
 
 Classification classify(const FileRecord& file, const std::vector<Project>& projects, const LearningData& learning,

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -38,6 +39,13 @@ public:
     // The same for plain records, tokenising each one here.
     Classification classify(const FileRecord& file, const std::vector<FileRecord>& neighbors,
                             const Thresholds& thresholds, const std::optional<Assignment>& assignment, Date now) const;
+
+    // The engine worker's pass over a whole scan: each file classified with the
+    // neighbours a NeighborIndex offers and the assignment stored for its fingerprint;
+    // results in the order of `files`.
+    std::vector<Classification> classifyAll(const std::vector<FileRecord>& files,
+                                            const std::map<std::string, Assignment>& assignments,
+                                            const Thresholds& thresholds, Date now) const;
 
     std::size_t projectCount() const { return projects_.size(); }
 

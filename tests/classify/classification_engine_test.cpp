@@ -3,6 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
+
+#include "classify/tokens.h"
+
 namespace kelo {
 namespace {
 
@@ -372,6 +377,70 @@ TEST(ClustersTest, GroupsOfThreeOrMoreSortedByToken) {
     EXPECT_THAT(groups[1].files, ElementsAre(files[1], files[2], files[4]));
     EXPECT_EQ(clusters(files, {"menu"}).size(), 1u);
     EXPECT_THAT(clusters({file("menu a.png"), file("menu b.png")}, {}), IsEmpty());
+}
+
+// The token index must never hide a project that has evidence: whatever the names,
+// every project an alias or name matches carries that signal, every learned token of
+// the file shows, and the list holds each project once in score-then-id order.
+TEST(ClassificationEngineTest, IndexNeverHidesEvidence) {
+    std::mt19937 random(5);
+    const std::vector<std::string> words = {"hydro", "Cafe", "menu", "Bài", "ĐĂNG", "final",  "v2",    "2024", "0815",
+                                            "x",     "kp",   "kv",   "a2b", "Ảnh",  "copy01", "board", "7"};
+    const auto phrase = [&](int most) {
+        std::string text;
+        for (int i = 0, n = 1 + static_cast<int>(random() % most); i < n; ++i)
+            text += (i ? (random() % 2 ? " " : "_") : "") + words[random() % words.size()];
+        return text;
+    };
+    for (int round = 0; round < 200; ++round) {
+        Scene scene;
+        for (int p = 0; p < 6; ++p) scene.projects.push_back(project(p + 1, phrase(2), {phrase(2), phrase(3)}));
+        for (int a = 0; a < 6; ++a)
+            scene.learning.associations.push_back(Association{
+                Tokens::normalize(words[random() % words.size()]), idNumber(1 + static_cast<int>(random() % 6)),
+                static_cast<int>(random() % 3), static_cast<int>(random() % 2)});
+        const std::string stem = phrase(5);
+        const auto candidates = scene.classify(file(stem + ".png")).candidates.toVector();
+        ASSERT_EQ(candidates.size(), 6u);
+        const auto meaningful = Tokens::meaningful(stem);
+        for (const auto& p : scene.projects) {
+            const auto c = std::find_if(candidates.begin(), candidates.end(),
+                                        [&](const Candidate& c) { return c.projectID == p.id; });
+            ASSERT_NE(c, candidates.end());
+            bool nameMatches = Tokens::aliasMatches(p.name, stem);
+            for (const auto& alias : p.aliases) nameMatches = nameMatches || Tokens::aliasMatches(alias, stem);
+            const bool aliasSignal = !c->signals.empty() && c->signals[0].reason.starts_with("Alias: ");
+            EXPECT_EQ(aliasSignal, nameMatches) << stem << " / " << p.name;
+            bool learnedToken = false;
+            for (const auto& a : scene.learning.associations)
+                learnedToken = learnedToken || (a.projectID == p.id && a.strength() != 0 &&
+                                                std::binary_search(meaningful.begin(), meaningful.end(), a.token));
+            const bool learnedSignal = std::any_of(c->signals.begin(), c->signals.end(), [](const Signal& s) {
+                return s.reason.starts_with("Learned token") || s.reason.starts_with("Rejected token");
+            });
+            EXPECT_EQ(learnedSignal, learnedToken) << stem << " / " << p.name;
+        }
+        for (std::size_t i = 1; i + 1 < candidates.size(); ++i) {
+            const auto& a = candidates[i];
+            const auto& b = candidates[i + 1];
+            EXPECT_TRUE(a.score > b.score || (a.score == b.score && a.projectID < b.projectID)) << stem;
+        }
+    }
+}
+
+TEST(ClassificationEngineTest, ClassifyAllUsesNeighboursAndStoredAssignments) {
+    const std::vector<Project> projects = {project(1, "Hydro", {}, ProjectStatus::dormant), project(2, "Minh")};
+    const std::vector<FileRecord> files = {file("hydro menu.png", 1'000'000), file("hydro poster.png", 1'000'300),
+                                           file("minh.png", 1'000'000)};
+    const std::map<std::string, Assignment> assignments = {
+        {files[2].fingerprint(), Assignment{files[2].fingerprint(), idNumber(1), Category::export_}}};
+    const auto results = ClassificationEngine(projects, {}).classifyAll(files, assignments, Thresholds{}, kNow);
+    ASSERT_EQ(results.size(), 3u);
+    EXPECT_EQ(results[0].file, files[0]);
+    EXPECT_EQ(results[0].candidates.front().signals,
+              signals({{"Alias: Hydro", 72}, {"Related files in export window", 9}}));
+    EXPECT_EQ(results[2].candidates.front().signals, signals({{"Explicitly confirmed file", 100}}));
+    EXPECT_EQ(results[2].category, Category::export_);
 }
 
 }  // namespace
