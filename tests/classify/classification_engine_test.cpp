@@ -330,26 +330,6 @@ TEST(ClassificationEngineTest, ThresholdState) {
     EXPECT_EQ(state(Thresholds{2, 1}, 1), ConfidenceState::probably);
 }
 
-TEST(ClassificationEngineTest, CategoryFromExtension) {
-    Scene setup;
-    EXPECT_EQ(setup.classify(file("a.PSD")).category, Category::working);
-    EXPECT_EQ(setup.classify(file("a.PDF")).category, Category::reference);
-    EXPECT_EQ(setup.classify(file("README")).category, Category::reference);
-}
-
-TEST(ClassificationEngineTest, EngineIsReusableAcrossFiles) {
-    std::vector<Project> projects = {project(1, "Hydro"), project(2, "Minh Long", {"ML Studio"})};
-    LearningData learning;
-    learning.associations = {learned("poster", 2, 3)};
-    const ClassificationEngine engine(projects, learning);
-    for (const char* name : {"hydro.png", "ml studio poster.png", "poster.png", "nothing here.png"}) {
-        const FileRecord f = file(name);
-        EXPECT_EQ(engine.classify(f, {}, Thresholds{}, std::nullopt, kNow),
-                  classify(f, projects, learning, {}, Thresholds{}, std::nullopt, kNow))
-            << name;
-    }
-}
-
 TEST(ClassificationEngineTest, JsonForm) {
     Scene setup;
     setup.projects = {project(1, "Hydro"), project(2, "Minh")};
