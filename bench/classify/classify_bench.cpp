@@ -4,6 +4,8 @@
 // neighbours the index offers. The floor is the Unicode work no implementation
 // avoids: Tokens::meaningful of every file name, once. Prints each figure as a ratio
 // to that floor, the peak memory the run added, and how the cost grows with N.
+#include <time.h>
+
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -18,7 +20,17 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+// This thread's CPU time: the machine is shared, and other work must not count
+// against either the floor or the figure measured against it.
+struct Clock {
+    using duration = std::chrono::nanoseconds;
+    using time_point = std::chrono::time_point<Clock, duration>;
+    static time_point now() {
+        timespec ts{};
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
+        return time_point(duration(std::int64_t(ts.tv_sec) * 1'000'000'000 + ts.tv_nsec));
+    }
+};
 using namespace kelo;
 
 constexpr int kProjects = 500;
@@ -86,8 +98,8 @@ std::vector<FileRecord> makeFiles(const Corpus& corpus, int count) {
         // 20,000 files over 30 days, more files over a longer time: a bucket holds the
         // same handful of files at every size, as a real inbox does.
         const std::uint64_t span = static_cast<std::uint64_t>(count) * 30 * 86400 / 20'000;
-        file.identity = FileIdentity{42, static_cast<std::uint64_t>(i), 1000,
-                                     kNow.adding(-static_cast<double>(random() % span))};
+        file.identity =
+            FileIdentity{42, static_cast<std::uint64_t>(i), 1000, kNow.adding(-static_cast<double>(random() % span))};
         file.created = file.identity.modified;
         files.push_back(std::move(file));
     }
@@ -136,39 +148,52 @@ Run run(const Corpus& corpus, int count) {
     Run result;
     result.files = count;
 
-    // Floor: the meaningful tokens of every name, once; best of three.
+    // Floor: the meaningful tokens of every name, once; best of five.
     result.floorSeconds = 1e9;
     std::size_t sink = 0;
-    for (int round = 0; round < 3; ++round) {
+    for (int round = 0; round < 5; ++round) {
         const auto start = Clock::now();
         for (const auto& file : files) sink += Tokens::meaningful(Tokens::withoutExtension(file.filename())).size();
         result.floorSeconds = std::min(result.floorSeconds, secondsSince(start));
     }
     if (sink == 0) std::puts("(no tokens?)");
 
-    const long baseline = residentBytes();
-    resetPeak();
-    const auto start = Clock::now();
-    std::vector<PreparedFile> prepared;
-    prepared.reserve(files.size());
-    for (const auto& file : files) prepared.push_back(PreparedFile::make(file));
-    result.prepareSeconds = secondsSince(start);
-    auto phase = Clock::now();
-    const NeighborIndex neighbors(prepared);
-    const ClassificationEngine engine(corpus.projects, corpus.learning);
-    result.indexSeconds = secondsSince(phase);
+    // Best of three runs, the machine being shared; memory from the first.
     std::vector<Classification> results;
-    results.reserve(prepared.size());
-    for (const auto& file : prepared) {
-        phase = Clock::now();
-        const auto near = neighbors.candidatesFor(file);
-        const auto asked = Clock::now();
-        results.push_back(engine.classify(file, near, Thresholds{}, std::nullopt, kNow));
-        result.neighborSeconds += std::chrono::duration<double>(asked - phase).count();
-        result.classifySeconds += secondsSince(asked);
+    result.totalSeconds = 1e9;
+    for (int round = 0; round < 3; ++round) {
+        results = {};
+        Run timing;
+        const long baseline = residentBytes();
+        resetPeak();
+        const auto start = Clock::now();
+        std::vector<PreparedFile> prepared;
+        prepared.reserve(files.size());
+        for (const auto& file : files) prepared.push_back(PreparedFile::make(file));
+        timing.prepareSeconds = secondsSince(start);
+        auto phase = Clock::now();
+        const NeighborIndex neighbors(prepared);
+        const ClassificationEngine engine(corpus.projects, corpus.learning);
+        timing.indexSeconds = secondsSince(phase);
+        results.reserve(prepared.size());
+        for (const auto& file : prepared) {
+            phase = Clock::now();
+            const auto near = neighbors.candidatesFor(file);
+            const auto asked = Clock::now();
+            results.push_back(engine.classify(file, near, Thresholds{}, std::nullopt, kNow));
+            timing.neighborSeconds += std::chrono::duration<double>(asked - phase).count();
+            timing.classifySeconds += secondsSince(asked);
+        }
+        timing.totalSeconds = secondsSince(start);
+        if (round == 0) result.peakAdded = peakResidentBytes() - baseline;
+        if (timing.totalSeconds < result.totalSeconds) {
+            result.totalSeconds = timing.totalSeconds;
+            result.prepareSeconds = timing.prepareSeconds;
+            result.indexSeconds = timing.indexSeconds;
+            result.neighborSeconds = timing.neighborSeconds;
+            result.classifySeconds = timing.classifySeconds;
+        }
     }
-    result.totalSeconds = secondsSince(start);
-    result.peakAdded = peakResidentBytes() - baseline;
 
     for (const auto& classification : results) {
         result.ready += classification.state == ConfidenceState::ready;
@@ -189,7 +214,7 @@ int main(int argc, char** argv) {
     if (sizes.empty()) sizes = {2'000, 20'000, 100'000};
     const Corpus corpus = makeCorpus();
     std::printf("%d projects (2 aliases each), %d learned associations\n", kProjects, kAssociations);
-    std::printf("floor: Tokens::meaningful of every file name once (best of 3)\n\n");
+    std::printf("floor: Tokens::meaningful of every file name once (best of 5); times are CPU time of this thread\n\n");
     std::printf("%8s %10s %12s %8s %13s %8s %12s %10s %s\n", "files", "floor ms", "classify ms", "ratio", "us per file",
                 "growth", "peak MB", "KB/file", "(ready/probably, scored candidates per file)");
     const Run* previous = nullptr;
@@ -213,7 +238,7 @@ int main(int argc, char** argv) {
         "scoring %.2fx (each over the floor)\n",
         middle.files, middle.prepareSeconds / middle.floorSeconds, middle.indexSeconds / middle.floorSeconds,
         middle.neighborSeconds / middle.floorSeconds, middle.classifySeconds / middle.floorSeconds);
-    std::printf("\nclassify ms: tokenise, index neighbours, build the engine and classify every file\n");
+    std::printf("\nclassify ms: tokenise, index neighbours, build the engine and classify every file (best of 3)\n");
     std::printf("ratio: that time over the floor; growth: per-file cost over the previous size's\n");
     std::printf("peak MB: resident memory the run added at its peak, results kept\n");
     return 0;
