@@ -70,6 +70,19 @@ private:
         const std::string* token = nullptr;  // the key it is filed under in byToken_
     };
     struct FileContext;
+    // The projects worth a full scoring pass for one file, ascending, and the learned
+    // associations of its tokens, by project and then stored order.
+    struct Evidence {
+        std::vector<std::uint32_t> projects;
+        std::vector<Learned> learned;
+    };
+
+    // The phases of classify, in order.
+    static std::vector<const PreparedFile*> relatedNeighbors(const PreparedFile& file,
+                                                             std::span<const PreparedFile* const> neighbors);
+    Evidence gatherEvidence(const FileContext& context) const;
+    CandidateList rank(const FileContext& context, const Evidence& evidence) const;
+    ConfidenceState decideState(const CandidateList& candidates, const Thresholds& thresholds) const;
 
     Candidate score(const ProjectEntry& project, const FileContext& context, std::span<const Learned> learned) const;
     static bool namesMatch(const ProjectEntry& project, const std::vector<std::string>& tokens);
