@@ -69,7 +69,9 @@ class CandidateList {
 public:
     class Iterator {
     public:
-        using iterator_category = std::forward_iterator_tag;
+        // The reference stays valid only while this iterator does (blank candidates
+        // live in the iterator), hence an input iterator.
+        using iterator_category = std::input_iterator_tag;
         using value_type = Candidate;
         using difference_type = std::ptrdiff_t;
         using pointer = const Candidate*;
@@ -113,8 +115,8 @@ public:
     bool empty() const { return size() == 0; }
     Iterator begin() const { return Iterator(this, 0, 0); }
     Iterator end() const;
-    // The leading candidate; the list must not be empty.
-    // By value: a candidate without evidence lives only inside its iterator.
+    // The leading candidate; the list must not be empty. A copy: a blank candidate
+    // has no storage in the list.
     Candidate front() const { return *begin(); }
     // Every candidate in order, as plain values.
     std::vector<Candidate> toVector() const;

@@ -6,6 +6,7 @@
 #include <numeric>
 #include <tuple>
 
+#include "classify/neighbor_index.h"
 #include "classify/tokens.h"
 
 namespace kelo {
@@ -86,7 +87,7 @@ ClassificationEngine::ClassificationEngine(const std::vector<Project>& projects,
         for (const auto& alias : project.aliases) addName(alias);
         std::sort(indexTokens.begin(), indexTokens.end());
         indexTokens.erase(std::unique(indexTokens.begin(), indexTokens.end()), indexTokens.end());
-        for (const auto& token : indexTokens) projectsByToken_[token].push_back(index);
+        for (const auto& token : indexTokens) byToken_[token].projects.push_back(index);
         firstIndexById_.emplace(project.id, index);
         ids->push_back(project.id);
         projects_.push_back(std::move(entry));
@@ -99,8 +100,9 @@ ClassificationEngine::ClassificationEngine(const std::vector<Project>& projects,
         const int strength = association.strength();
         auto project = firstIndexById_.find(association.projectID);
         if (strength == 0 || project == firstIndexById_.end()) continue;
-        auto [slot, inserted] = learnedByToken_.try_emplace(association.token);
-        slot->second.push_back(Learned{project->second, static_cast<std::uint32_t>(order), strength, &slot->first});
+        auto [slot, inserted] = byToken_.try_emplace(association.token);
+        slot->second.learned.push_back(
+            Learned{project->second, static_cast<std::uint32_t>(order), strength, &slot->first});
     }
 }
 
@@ -171,48 +173,48 @@ Candidate ClassificationEngine::score(const ProjectEntry& project, const FileCon
     return candidate;
 }
 
-Classification ClassificationEngine::classify(const PreparedFile& file, std::span<const PreparedFile* const> neighbors,
-                                              const Thresholds& thresholds, const std::optional<Assignment>& assignment,
-                                              Date now) const {
-    FileContext context{file, {}, false, std::nullopt, now};
-    if (assignment && assignment->fingerprint == file.fingerprint) {
-        context.assigned = true;
-        context.assignedProject = assignment->projectID;
-    }
+std::vector<const PreparedFile*> ClassificationEngine::relatedNeighbors(
+    const PreparedFile& file, std::span<const PreparedFile* const> neighbors) {
+    std::vector<const PreparedFile*> related;
     for (const PreparedFile* other : neighbors) {
-        if (other->fingerprint == file.fingerprint || other->record.sourceFolder != file.record.sourceFolder) continue;
+        if (other->fingerprint == file.fingerprint ||
+            other->record.sourceFolder.native() != file.record.sourceFolder.native())
+            continue;
         const double apart = other->record.identity.modified.secondsSince(file.record.identity.modified);
         if (std::abs(apart) > kExportWindowSeconds || !sharesToken(other->meaningful, file.meaningful)) continue;
-        context.related.push_back(other);
+        related.push_back(other);
     }
+    return related;
+}
 
-    // The projects worth a full pass: those sharing a token with the file, those with
-    // a learned association for one of its tokens, and the assigned one.
-    std::vector<Learned> learned;
-    std::vector<std::uint32_t> touched;
-    for (const auto& token : file.meaningful) {
-        if (auto hit = learnedByToken_.find(token); hit != learnedByToken_.end())
-            learned.insert(learned.end(), hit->second.begin(), hit->second.end());
-        if (auto hit = projectsByToken_.find(token); hit != projectsByToken_.end())
-            touched.insert(touched.end(), hit->second.begin(), hit->second.end());
+ClassificationEngine::Evidence ClassificationEngine::gatherEvidence(const FileContext& context) const {
+    Evidence evidence;
+    for (const auto& token : context.file.meaningful) {
+        auto hit = byToken_.find(token);
+        if (hit == byToken_.end()) continue;
+        evidence.learned.insert(evidence.learned.end(), hit->second.learned.begin(), hit->second.learned.end());
+        evidence.projects.insert(evidence.projects.end(), hit->second.projects.begin(), hit->second.projects.end());
     }
-    std::sort(learned.begin(), learned.end(), [](const Learned& a, const Learned& b) {
+    std::sort(evidence.learned.begin(), evidence.learned.end(), [](const Learned& a, const Learned& b) {
         return std::tie(a.project, a.order) < std::tie(b.project, b.order);
     });
-    for (const auto& entry : learned) touched.push_back(entry.project);
+    for (const auto& entry : evidence.learned) evidence.projects.push_back(entry.project);
     if (context.assigned)
         if (auto index = firstIndexById_.find(*context.assignedProject); index != firstIndexById_.end())
-            touched.push_back(index->second);
-    std::sort(touched.begin(), touched.end());
-    touched.erase(std::unique(touched.begin(), touched.end()), touched.end());
+            evidence.projects.push_back(index->second);
+    std::sort(evidence.projects.begin(), evidence.projects.end());
+    evidence.projects.erase(std::unique(evidence.projects.begin(), evidence.projects.end()), evidence.projects.end());
+    return evidence;
+}
 
+CandidateList ClassificationEngine::rank(const FileContext& context, const Evidence& evidence) const {
     std::vector<Candidate> ranked;
     std::vector<Candidate> zero;
-    auto learnedFrom = learned.begin();
-    for (const auto index : touched) {
-        while (learnedFrom != learned.end() && learnedFrom->project < index) ++learnedFrom;
+    auto learnedFrom = evidence.learned.begin();
+    for (const auto index : evidence.projects) {
+        while (learnedFrom != evidence.learned.end() && learnedFrom->project < index) ++learnedFrom;
         auto learnedTo = learnedFrom;
-        while (learnedTo != learned.end() && learnedTo->project == index) ++learnedTo;
+        while (learnedTo != evidence.learned.end() && learnedTo->project == index) ++learnedTo;
         Candidate candidate = score(projects_[index], context, std::span<const Learned>(learnedFrom, learnedTo));
         learnedFrom = learnedTo;
         if (candidate.score > 0) {
@@ -226,7 +228,7 @@ Classification ClassificationEngine::classify(const PreparedFile& file, std::spa
                      [](const Candidate& a, const Candidate& b) { return a.projectID < b.projectID; });
 
     // Two leaders within a few points of each other need the user to choose, unless
-    // the user already chose for this very file.
+    // the user already chose for this very file. Not re-sorted afterwards.
     if (projects_.size() >= 2 && !ranked.empty() && !context.assigned) {
         Candidate& leader = ranked.front();
         const int runnerUp = ranked.size() >= 2 ? ranked[1].score : 0;
@@ -236,21 +238,31 @@ Classification ClassificationEngine::classify(const PreparedFile& file, std::spa
             leader.score = capped;
         }
     }
+    return CandidateList(std::move(ranked), std::move(zero), idsAscending_);
+}
 
+ConfidenceState ClassificationEngine::decideState(const CandidateList& candidates, const Thresholds& thresholds) const {
+    if (candidates.empty()) return state(thresholds, 0);
+    const Candidate top = candidates.front();
+    auto index = firstIndexById_.find(top.projectID);
+    const bool archived = index != firstIndexById_.end() && projects_[index->second].status == ProjectStatus::archived;
+    // Deliberately never "Ready" for an archived project.
+    if (archived && top.score >= thresholds.probably) return ConfidenceState::probably;
+    return state(thresholds, top.score);
+}
+
+Classification ClassificationEngine::classify(const PreparedFile& file, std::span<const PreparedFile* const> neighbors,
+                                              const Thresholds& thresholds, const std::optional<Assignment>& assignment,
+                                              Date now) const {
+    FileContext context{file, relatedNeighbors(file, neighbors), false, std::nullopt, now};
+    if (assignment && assignment->fingerprint == file.fingerprint) {
+        context.assigned = true;
+        context.assignedProject = assignment->projectID;
+    }
     Classification result;
     result.file = file.record;
-    result.candidates = CandidateList(std::move(ranked), std::move(zero), idsAscending_);
-    int topScore = 0;
-    bool topArchived = false;
-    if (!result.candidates.empty()) {
-        const Candidate& top = result.candidates.front();
-        topScore = top.score;
-        auto index = firstIndexById_.find(top.projectID);
-        topArchived = index != firstIndexById_.end() && projects_[index->second].status == ProjectStatus::archived;
-    }
-    // Deliberately never "Ready" for an archived project.
-    result.state =
-        topArchived && topScore >= thresholds.probably ? ConfidenceState::probably : state(thresholds, topScore);
+    result.candidates = rank(context, gatherEvidence(context));
+    result.state = decideState(result.candidates, thresholds);
     result.category = context.assigned ? assignment->category : Category::infer(file.record.fileExtension());
     return result;
 }
@@ -265,6 +277,23 @@ Classification ClassificationEngine::classify(const FileRecord& file, const std:
     pointers.reserve(prepared.size());
     for (const auto& neighbor : prepared) pointers.push_back(&neighbor);
     return classify(PreparedFile::make(file), pointers, thresholds, assignment, now);
+}
+
+std::vector<Classification> ClassificationEngine::classifyAll(const std::vector<FileRecord>& files,
+                                                              const std::map<std::string, Assignment>& assignments,
+                                                              const Thresholds& thresholds, Date now) const {
+    std::vector<PreparedFile> prepared;
+    prepared.reserve(files.size());
+    for (const auto& file : files) prepared.push_back(PreparedFile::make(file));
+    const NeighborIndex neighbors(prepared);
+    std::vector<Classification> out;
+    out.reserve(prepared.size());
+    for (const auto& file : prepared) {
+        std::optional<Assignment> assignment;
+        if (auto stored = assignments.find(file.fingerprint); stored != assignments.end()) assignment = stored->second;
+        out.push_back(classify(file, neighbors.candidatesFor(file), thresholds, assignment, now));
+    }
+    return out;
 }
 
 Classification classify(const FileRecord& file, const std::vector<Project>& projects, const LearningData& learning,

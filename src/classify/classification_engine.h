@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -39,6 +40,13 @@ public:
     Classification classify(const FileRecord& file, const std::vector<FileRecord>& neighbors,
                             const Thresholds& thresholds, const std::optional<Assignment>& assignment, Date now) const;
 
+    // The engine worker's pass over a whole scan: each file classified with the
+    // neighbours a NeighborIndex offers and the assignment stored for its fingerprint;
+    // results in the order of `files`.
+    std::vector<Classification> classifyAll(const std::vector<FileRecord>& files,
+                                            const std::map<std::string, Assignment>& assignments,
+                                            const Thresholds& thresholds, Date now) const;
+
     std::size_t projectCount() const { return projects_.size(); }
 
 private:
@@ -59,16 +67,34 @@ private:
         std::uint32_t project = 0;  // index into projects_
         std::uint32_t order = 0;    // position in the stored associations
         int strength = 0;
-        const std::string* token = nullptr;  // the key it is filed under in learnedByToken_
+        const std::string* token = nullptr;  // the key it is filed under in byToken_
     };
     struct FileContext;
+    // The projects worth a full scoring pass for one file, ascending, and the learned
+    // associations of its tokens, by project and then stored order.
+    struct Evidence {
+        std::vector<std::uint32_t> projects;
+        std::vector<Learned> learned;
+    };
+
+    // The phases of classify, in order.
+    static std::vector<const PreparedFile*> relatedNeighbors(const PreparedFile& file,
+                                                             std::span<const PreparedFile* const> neighbors);
+    Evidence gatherEvidence(const FileContext& context) const;
+    CandidateList rank(const FileContext& context, const Evidence& evidence) const;
+    ConfidenceState decideState(const CandidateList& candidates, const Thresholds& thresholds) const;
 
     Candidate score(const ProjectEntry& project, const FileContext& context, std::span<const Learned> learned) const;
     static bool namesMatch(const ProjectEntry& project, const std::vector<std::string>& tokens);
 
     std::vector<ProjectEntry> projects_;
-    std::unordered_map<std::string, std::vector<std::uint32_t>> projectsByToken_;
-    std::unordered_map<std::string, std::vector<Learned>> learnedByToken_;
+    // What one token of a file can lead to.
+    struct TokenEntry {
+        std::vector<std::uint32_t> projects;  // projects with the token in a name or alias
+        std::vector<Learned> learned;         // associations of the token, in stored order
+    };
+
+    std::unordered_map<std::string, TokenEntry> byToken_;
     std::unordered_map<Uuid, std::uint32_t> firstIndexById_;
     std::shared_ptr<const std::vector<Uuid>> idsAscending_;
 };

@@ -7,16 +7,10 @@
 
 namespace kelo {
 
-namespace {
-
-Association* find(LearningData& learning, const std::string& token, const Uuid& project) {
-    for (auto& association : learning.associations)
-        if (association.projectID == project && association.token == token) return &association;
-    return nullptr;
-}
-
-void count(LearningData& learning, const std::string& token, const Uuid& project, int direction, bool confirmation) {
-    if (Association* existing = find(learning, token, project)) {
+void Learning::count(const std::string& token, const Uuid& project, int direction, bool confirmation) {
+    auto existing = std::find_if(data_.associations.begin(), data_.associations.end(),
+                                 [&](const Association& a) { return a.projectID == project && a.token == token; });
+    if (existing != data_.associations.end()) {
         int& changed = confirmation ? existing->confirmations : existing->rejections;
         int& other = confirmation ? existing->rejections : existing->confirmations;
         changed = std::max(changed + direction, 0);
@@ -25,20 +19,18 @@ void count(LearningData& learning, const std::string& token, const Uuid& project
     }
     Association created{token, project, 0, 0};
     (confirmation ? created.confirmations : created.rejections) = std::max(direction, 0);
-    learning.associations.push_back(std::move(created));
+    data_.associations.push_back(std::move(created));
 }
 
-}  // namespace
-
-void apply(LearningData& learning, const Feedback& entry, int direction) {
+void Learning::apply(const Feedback& entry, int direction) {
     for (const auto& token : entry.tokens) {
-        if (entry.confirmed) count(learning, token, *entry.confirmed, direction, true);
-        if (entry.rejected) count(learning, token, *entry.rejected, direction, false);
+        if (entry.confirmed) count(token, *entry.confirmed, direction, true);
+        if (entry.rejected) count(token, *entry.rejected, direction, false);
     }
 }
 
-const Feedback& record(LearningData& learning, std::string_view filename, const std::optional<Uuid>& confirmed,
-                       const std::optional<Uuid>& rejected, const Uuid& id, Date now) {
+const Feedback& Learning::record(std::string_view filename, const std::optional<Uuid>& confirmed,
+                                 const std::optional<Uuid>& rejected, const Uuid& id, Date now) {
     Feedback entry;
     entry.id = id;
     entry.timestamp = now;
@@ -46,17 +38,18 @@ const Feedback& record(LearningData& learning, std::string_view filename, const 
     entry.tokens = Tokens::meaningful(Tokens::withoutExtension(filename));
     entry.confirmed = confirmed;
     if (rejected != confirmed) entry.rejected = rejected;
-    learning.feedback.push_back(std::move(entry));
-    apply(learning, learning.feedback.back(), +1);
-    return learning.feedback.back();
+    data_.feedback.push_back(std::move(entry));
+    apply(data_.feedback.back(), +1);
+    return data_.feedback.back();
 }
 
-bool reverse(LearningData& learning, const Uuid& id) {
+bool Learning::reverse(const Uuid& id) {
     auto entry =
-        std::find_if(learning.feedback.begin(), learning.feedback.end(), [&](const Feedback& f) { return f.id == id; });
-    if (entry == learning.feedback.end()) return false;
-    apply(learning, *entry, -1);
-    learning.feedback.erase(entry);
+        std::find_if(data_.feedback.begin(), data_.feedback.end(), [&](const Feedback& f) { return f.id == id; });
+    if (entry == data_.feedback.end()) return false;
+    const Feedback taken = std::move(*entry);
+    data_.feedback.erase(entry);
+    apply(taken, -1);
     return true;
 }
 

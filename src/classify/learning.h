@@ -1,7 +1,8 @@
-// Recording and taking back the user's decisions in LearningData (model/learning_data.h).
-// Free functions over a LearningData the caller owns (the engine worker's AppState);
-// the new entry's id and time are passed in so results are reproducible. Not
-// thread-safe: call from the one thread that owns the data.
+// Learning: records and takes back the user's decisions in a LearningData
+// (model/learning_data.h). Borrows the data, which the caller owns (the engine
+// worker's AppState) and which must outlive this object; the new entry's id and time
+// are passed in so results are reproducible. Not thread-safe: use it on the one
+// thread that owns the data.
 #pragma once
 
 #include <optional>
@@ -13,20 +14,30 @@
 
 namespace kelo {
 
-// Records one decision about a file name (extension included) and applies it: one
-// more confirmation for each meaningful token and `confirmed`, one more rejection
-// for each token and `rejected`. Naming the same project both ways counts only as a
-// confirmation. Returns the appended entry.
-const Feedback& record(LearningData& learning, std::string_view filename, const std::optional<Uuid>& confirmed,
-                       const std::optional<Uuid>& rejected, const Uuid& id, Date now);
+class Learning {
+public:
+    explicit Learning(LearningData& data) : data_(data) {}
 
-// Takes back the first entry with this id and removes it; false when there is none
-// (nothing changes then).
-bool reverse(LearningData& learning, const Uuid& id);
+    // Records one decision about a file name (extension included) and applies it: one
+    // more confirmation for each meaningful token and `confirmed`, one more rejection
+    // for each token and `rejected`. Naming the same project both ways counts only as
+    // a confirmation. Returns the appended entry.
+    const Feedback& record(std::string_view filename, const std::optional<Uuid>& confirmed,
+                           const std::optional<Uuid>& rejected, const Uuid& id, Date now);
 
-// Applies one entry's counts with direction +1 (recording) or -1 (reversing). A pair
-// with no association gets a new one, even when reversing (with counts 0, which
-// changes no score). Counts never go below 0.
-void apply(LearningData& learning, const Feedback& entry, int direction);
+    // Takes back the first entry with this id and removes it; false when there is none
+    // (nothing changes then).
+    bool reverse(const Uuid& id);
+
+    // Applies one entry's counts with direction +1 (recording) or -1 (reversing). A
+    // pair with no association gets a new one, even when reversing (with counts 0,
+    // which changes no score). Counts never go below 0.
+    void apply(const Feedback& entry, int direction);
+
+private:
+    void count(const std::string& token, const Uuid& project, int direction, bool confirmation);
+
+    LearningData& data_;
+};
 
 }  // namespace kelo

@@ -9,13 +9,15 @@ std::int64_t NeighborIndex::bucket(Date modified) {
     return static_cast<std::int64_t>(std::trunc(modified.sinceUnixEpoch() / kBucketSeconds));
 }
 
-std::string NeighborIndex::key(const std::filesystem::path& sourceFolder, std::string_view token, std::int64_t bucket) {
+std::string NeighborIndex::folderAndToken(const std::filesystem::path& sourceFolder, std::string_view token) {
     std::string out = sourceFolder.native();
     out += '|';
     out += token;
-    out += '|';
-    out += std::to_string(bucket);
     return out;
+}
+
+std::string NeighborIndex::key(const std::filesystem::path& sourceFolder, std::string_view token, std::int64_t bucket) {
+    return folderAndToken(sourceFolder, token) + '|' + std::to_string(bucket);
 }
 
 NeighborIndex::NeighborIndex(std::span<const PreparedFile> files) : files_(files) {
@@ -23,18 +25,22 @@ NeighborIndex::NeighborIndex(std::span<const PreparedFile> files) : files_(files
         const auto& file = files[i];
         const auto timeBucket = bucket(file.record.identity.modified);
         for (const auto& token : file.meaningful)
-            byKey_[key(file.record.sourceFolder, token, timeBucket)].push_back(static_cast<std::uint32_t>(i));
+            byFolderAndToken_[folderAndToken(file.record.sourceFolder, token)].push_back(
+                Filed{timeBucket, static_cast<std::uint32_t>(i)});
     }
+    for (auto& [key, filed] : byFolderAndToken_) std::sort(filed.begin(), filed.end());
 }
 
 std::vector<const PreparedFile*> NeighborIndex::candidatesFor(const PreparedFile& file) const {
     std::vector<std::uint32_t> found;
     const auto timeBucket = bucket(file.record.identity.modified);
     for (const auto& token : file.meaningful) {
-        for (std::int64_t near = timeBucket - 1; near <= timeBucket + 1; ++near) {
-            auto hit = byKey_.find(key(file.record.sourceFolder, token, near));
-            if (hit != byKey_.end()) found.insert(found.end(), hit->second.begin(), hit->second.end());
-        }
+        auto hit = byFolderAndToken_.find(folderAndToken(file.record.sourceFolder, token));
+        if (hit == byFolderAndToken_.end()) continue;
+        const auto& filed = hit->second;
+        for (auto it = std::lower_bound(filed.begin(), filed.end(), Filed{timeBucket - 1, 0});
+             it != filed.end() && it->bucket <= timeBucket + 1; ++it)
+            found.push_back(it->file);
     }
     std::sort(found.begin(), found.end());
     found.erase(std::unique(found.begin(), found.end()), found.end());

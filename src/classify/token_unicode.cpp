@@ -10,7 +10,8 @@ namespace kelo::token_unicode {
 
 namespace {
 
-constexpr UChar32 kSmallDStroke = 0x0111;  // "đ"; "Đ" case-folds to it
+constexpr UChar32 kCapitalDStroke = 0x0110;  // "Đ"
+constexpr UChar32 kSmallDStroke = 0x0111;    // "đ"
 
 const icu::Locale& foldingLocale() {
     static const icu::Locale locale("en_US_POSIX");
@@ -33,23 +34,23 @@ std::string fold(std::string_view utf8) {
     const icu::Normalizer2* nfc = icu::Normalizer2::getNFCInstance(status);
     if (U_FAILURE(status)) return std::string(utf8);
 
-    // Case-fold before decomposing so marks that folding itself introduces are
-    // removed with the rest.
-    icu::UnicodeString text = icu::UnicodeString::fromUTF8(icu::StringPiece(utf8.data(), int32_t(utf8.size())));
-    text.foldCase(U_FOLD_CASE_DEFAULT);
-    icu::UnicodeString decomposed = nfd->normalize(text, status);
+    // Marks go before case folding, so a mark that folding would turn into a letter
+    // (the Greek iota subscript) is dropped as the diacritic it is.
+    const icu::UnicodeString text = icu::UnicodeString::fromUTF8(icu::StringPiece(utf8.data(), int32_t(utf8.size())));
+    const icu::UnicodeString decomposed = nfd->normalize(text, status);
     icu::UnicodeString bare;
     for (int32_t i = 0; i < decomposed.length();) {
-        UChar32 c = decomposed.char32At(i);
+        const UChar32 c = decomposed.char32At(i);
         i += U16_LENGTH(c);
         if (u_charType(c) == U_NON_SPACING_MARK) continue;
-        bare.append(c == kSmallDStroke ? UChar32('d') : c);
+        bare.append(c == kCapitalDStroke || c == kSmallDStroke ? UChar32('d') : c);
     }
-    icu::UnicodeString composed = nfc->normalize(bare, status);
+    icu::UnicodeString folded = nfc->normalize(bare, status);
     if (U_FAILURE(status)) return std::string(utf8);
-    composed.toLower(foldingLocale());
+    folded.foldCase(U_FOLD_CASE_DEFAULT);
+    folded.toLower(foldingLocale());
     std::string out;
-    composed.toUTF8String(out);
+    folded.toUTF8String(out);
     return out;
 }
 

@@ -9,8 +9,9 @@
 
 namespace kelo::token_unicode {
 
-// Case-folds, removes non-spacing marks (so Vietnamese letters with stacked marks
-// lose all of them), lower-cases under "en_US_POSIX" and folds "đ" to "d".
+// Decomposes, removes non-spacing marks (so Vietnamese letters with stacked marks
+// lose all of them) and folds "đ"/"Đ" to "d", recomposes, then case-folds and
+// lower-cases under "en_US_POSIX".
 std::string fold(std::string_view utf8);
 
 // Appends the runs of letters, marks and numbers (general categories L, M, N) of

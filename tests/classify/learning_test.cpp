@@ -25,7 +25,7 @@ Uuid idNumber(int n) {
 class Recorder {
 public:
     const Feedback& operator()(std::string_view name, std::optional<Uuid> confirmed, std::optional<Uuid> rejected) {
-        return record(learning, name, confirmed, rejected, idNumber(++next_), kNow);
+        return Learning(learning).record(name, confirmed, rejected, idNumber(++next_), kNow);
     }
     const Association* find(std::string_view token, const Uuid& project) const {
         for (const auto& a : learning.associations)
@@ -92,7 +92,7 @@ TEST(LearningTest, ReverseRestoresCountsExactly) {
     const LearningData before = decide.learning;
     const Uuid id = decide("menu board.png", kMinh, kHydro).id;
     EXPECT_NE(decide.learning, before);
-    EXPECT_TRUE(reverse(decide.learning, id));
+    EXPECT_TRUE(Learning(decide.learning).reverse(id));
     // The pairs first created by the reversed entry stay, at zero counts.
     ASSERT_EQ(decide.learning.associations.size(), 4u);
     EXPECT_EQ(decide.learning.feedback, before.feedback);
@@ -105,7 +105,7 @@ TEST(LearningTest, UnknownIdChangesNothing) {
     Recorder decide;
     decide("menu.png", kHydro, std::nullopt);
     const LearningData before = decide.learning;
-    EXPECT_FALSE(reverse(decide.learning, idNumber(999)));
+    EXPECT_FALSE(Learning(decide.learning).reverse(idNumber(999)));
     EXPECT_EQ(decide.learning, before);
 }
 
@@ -113,7 +113,7 @@ TEST(LearningTest, ReversingAfterResetCreatesZeroAssociations) {
     Recorder decide;
     const Uuid id = decide("menu.png", kHydro, kMinh).id;
     decide.learning.associations.clear();
-    EXPECT_TRUE(reverse(decide.learning, id));
+    EXPECT_TRUE(Learning(decide.learning).reverse(id));
     EXPECT_THAT(decide.learning.associations,
                 ElementsAre(Association{"menu", kHydro, 0, 0}, Association{"menu", kMinh, 0, 0}));
     EXPECT_THAT(decide.learning.feedback, IsEmpty());
@@ -132,7 +132,7 @@ TEST(LearningTest, CountsNeverGoNegative) {
                 decide(names[random() % names.size()], projects[random() % 3], projects[random() % 3]).id);
         } else if (action < 9) {
             // Reverse something, sometimes twice over.
-            reverse(decide.learning, recorded[random() % recorded.size()]);
+            Learning(decide.learning).reverse(recorded[random() % recorded.size()]);
         } else {
             decide.learning.associations.clear();
         }

@@ -32,6 +32,7 @@ TEST(TokensTest, SplitsAtEveryNonAlphanumericAndFolds) {
         {"TRƯỜNG ĐẠI HỌC Ngoại Thương", {"truong", "dai", "hoc", "ngoai", "thuong"}},
         {"Ổ Ẩm Ữa Ỵ", {"o", "am", "ua", "y"}},
         {"Straße", {"strasse"}},
+        {"ΚΑΦΈ ᾳ İstanbul", {"καφε", "α", "istanbul"}},
         // Kana sound marks are diacritics too.
         {"東京 デザイン_案", {"東京", "テサイン", "案"}},
         // Spacing marks are letters' parts, not separators.
