@@ -7,7 +7,6 @@
 #include "access/folder_bookmark.h"
 #include "access/path_safety.h"
 #include "classify/classification_engine.h"
-#include "classify/neighbor_index.h"
 #include "engine/project_discovery.h"
 #include "model/kelo_error.h"
 #include "scan/file_scanner.h"
@@ -55,22 +54,8 @@ std::shared_ptr<const std::vector<Classification>> Engine::classifications() {
     if (classifications_) return classifications_;
     const AppState& state = *state_;
     const ClassificationEngine engine(state.projects, state.learning);
-    std::vector<PreparedFile> prepared;
-    prepared.reserve(files_->size());
-    for (const auto& file : *files_) prepared.push_back(PreparedFile::make(file));
-    const NeighborIndex neighbors(prepared);
-    const Date now = clock_();
-
-    auto results = std::make_shared<std::vector<Classification>>();
-    results->reserve(prepared.size());
-    for (const auto& file : prepared) {
-        std::optional<Assignment> assignment;
-        if (auto it = state.assignments.find(file.fingerprint); it != state.assignments.end())
-            assignment = it->second;
-        const auto related = neighbors.candidatesFor(file);
-        results->push_back(engine.classify(file, related, state.settings.thresholds, assignment, now));
-    }
-    classifications_ = std::move(results);
+    classifications_ = std::make_shared<const std::vector<Classification>>(
+        engine.classifyAll(*files_, state.assignments, state.settings.thresholds, clock_()));
     return classifications_;
 }
 
