@@ -1,0 +1,197 @@
+// The engine end to end on real temporary folders: start-up, scan, settings,
+// grants and the classification cache, checking snapshots and the stores on disk.
+#include "engine/engine.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "engine/engine_worker.h"
+#include "model/kelo_error.h"
+#include "support/temp_dir.h"
+
+namespace kelo {
+namespace {
+
+using testing::readFile;
+using testing::TempDir;
+using testing::writeFile;
+namespace fs = std::filesystem;
+
+class EngineTest : public ::testing::Test {
+protected:
+    TempDir dir;
+    fs::path data = dir / "data";
+    fs::path inbox = dir / "Downloads";
+    fs::path home = dir / "Projects";
+    Date clockNow = Date::now().adding(3600);
+
+    void SetUp() override {
+        fs::create_directories(inbox);
+        fs::create_directories(home / "Hydro Cafe" / "Export");
+        fs::create_directories(home / "Lotus Spa");
+        fs::create_directories(home / ".hidden");
+        fs::create_directories(home / "Final.app");  // a package, not a project
+        fs::create_directory_symlink(home / "Lotus Spa", home / "Linked");
+        writeFile(home / "notes.txt", "a file, not a project");
+    }
+
+    std::unique_ptr<Engine> start() { return std::make_unique<Engine>(data, [this] { return clockNow; }); }
+
+    static std::string refusal(const std::function<void()>& action) {
+        try {
+            action();
+        } catch (const KeloError& e) {
+            return e.message();
+        }
+        return "(no refusal)";
+    }
+
+    static std::vector<std::string> projectNames(const Snapshot& snapshot) {
+        std::vector<std::string> names;
+        for (const auto& project : snapshot.state->projects) names.push_back(project.name);
+        return names;
+    }
+};
+
+TEST_F(EngineTest, FirstStartThenGrantsDiscoverProjectsAndClassifyTheInbox) {
+    auto engine = start();
+    EXPECT_TRUE(fs::exists(data / "journal.json"));
+    writeFile(inbox / "hydro cafe post 3.psd", "psd");
+    writeFile(inbox / "IMG_2024_0815.jpg", "jpg");
+    writeFile(inbox / ".hidden.png", "hidden");
+    fs::create_directories(inbox / "a folder");
+
+    engine->addGrant(inbox, FolderGrant::Role::watch);
+    const SnapshotPtr snapshot = engine->addGrant(home, FolderGrant::Role::projectHome);
+    EXPECT_EQ(projectNames(*snapshot), (std::vector<std::string>{"Hydro Cafe", "Lotus Spa"}));
+    ASSERT_EQ(snapshot->files->size(), 2u);
+    ASSERT_EQ(snapshot->classifications->size(), 2u);
+    const Classification* hydro = snapshot->classificationOf((*snapshot->files)[1].fingerprint());
+    ASSERT_NE(hydro, nullptr);
+    EXPECT_EQ(hydro->file.filename(), "hydro cafe post 3.psd");
+    EXPECT_EQ(hydro->candidates.front().projectID, snapshot->state->projects[0].id);
+    EXPECT_EQ(hydro->candidates.front().score, 78);
+    EXPECT_EQ(hydro->state, ConfidenceState::probably);
+
+    // What was decided is on disk: a restart sees the same grants and projects.
+    engine.reset();
+    auto restarted = start();
+    const SnapshotPtr again = restarted->scan();
+    EXPECT_EQ(again->state->grants, snapshot->state->grants);
+    EXPECT_EQ(projectNames(*again), projectNames(*snapshot));
+}
+
+TEST_F(EngineTest, GrantRefusals) {
+    auto engine = start();
+    fs::create_directory_symlink(inbox, dir / "link");
+    EXPECT_EQ(refusal([&] { engine->addGrant(dir / "link" / "sub", FolderGrant::Role::watch); }),
+              "Symbolic links are outside Kelo's safe operation scope: " + (dir / "link").string());
+    writeFile(dir / "file.txt", "x");
+    EXPECT_EQ(refusal([&] { engine->addGrant(dir / "file.txt", FolderGrant::Role::watch); }),
+              (dir / "file.txt").string() + " is not a folder. Nothing was approved.");
+    engine->addGrant(inbox, FolderGrant::Role::watch);
+    EXPECT_EQ(refusal([&] { engine->addGrant(inbox.string() + "/", FolderGrant::Role::projectHome); }),
+              inbox.string() + " is already approved. Nothing changed.");
+    EXPECT_EQ(engine->state().grants.size(), 1u);
+
+    const std::string id = engine->state().grants[0].id.text();
+    EXPECT_EQ(refusal([&] { engine->removeGrant("nope"); }), "No approved folder has the id nope. Nothing changed.");
+    const auto removed = engine->removeGrant(id);
+    EXPECT_TRUE(removed->state->grants.empty());
+    EXPECT_TRUE(fs::exists(inbox));
+}
+
+TEST_F(EngineTest, InvalidThresholdsAreRefusedAndTheOldSettingsStay) {
+    auto engine = start();
+    Settings settings = engine->state().settings;
+    settings.thresholds = {70, 70};
+    const std::string before = fs::exists(data / "state.json") ? readFile(data / "state.json") : "";
+    EXPECT_EQ(refusal([&] { engine->updateSettings(settings); }),
+              "Probably must be below Ready, and thresholds must be between 1 and 100.");
+    EXPECT_EQ(engine->state().settings.thresholds, (Thresholds{90, 70}));
+    EXPECT_EQ(fs::exists(data / "state.json") ? readFile(data / "state.json") : "", before);
+
+    settings.thresholds = {80, 60};
+    settings.dryRun = false;
+    engine->updateSettings(settings);
+    engine.reset();
+    EXPECT_EQ(start()->state().settings, settings);
+}
+
+TEST_F(EngineTest, ClassificationCacheFollowsFilesAndCommands) {
+    auto engine = start();
+    writeFile(inbox / "lotus spa menu.pdf", "v1");
+    writeFile(inbox / "hydro cafe.png", "png");
+    engine->addGrant(inbox, FolderGrant::Role::watch);
+    engine->addGrant(home, FolderGrant::Role::projectHome);
+
+    const SnapshotPtr first = engine->snapshot();
+    EXPECT_EQ(engine->snapshot()->classifications, first->classifications);  // cached, not recomputed
+
+    // Touch one file: after a scan it is classified afresh under its new fingerprint,
+    // and the unchanged one gets an equal classification.
+    const auto lotusBefore = *first->classificationOf((*first->files)[1].fingerprint());
+    fs::last_write_time(inbox / "lotus spa menu.pdf", fs::last_write_time(inbox / "lotus spa menu.pdf") - std::chrono::hours(1));
+    const SnapshotPtr second = engine->scan();
+    EXPECT_NE(second->classifications, first->classifications);
+    EXPECT_EQ(second->classificationOf(lotusBefore.file.fingerprint()), nullptr);
+    const auto& files = *second->files;
+    const auto* lotusAfter = second->classificationOf(files[1].fingerprint());
+    ASSERT_NE(lotusAfter, nullptr);
+    EXPECT_EQ(lotusAfter->file.identity.modified.sinceReference,
+              lotusBefore.file.identity.modified.sinceReference - 3600);
+    EXPECT_EQ(*second->classificationOf(files[0].fingerprint()), *first->classificationOf(files[0].fingerprint()));
+
+    // A settings change clears the cache.
+    Settings settings = engine->state().settings;
+    settings.thresholds = {60, 50};
+    const SnapshotPtr third = engine->updateSettings(settings);
+    EXPECT_NE(third->classifications, second->classifications);
+    EXPECT_EQ(third->classificationOf(files[0].fingerprint())->state, ConfidenceState::ready);
+}
+
+TEST_F(EngineTest, SecondEngineOnTheSameDataIsRefusedAndChangesNothing) {
+    auto engine = start();
+    engine->addGrant(inbox, FolderGrant::Role::watch);
+    const std::string state = readFile(data / "state.json");
+    const pid_t child = fork();
+    if (child == 0) {
+        try {
+            Engine second(data, Date::now);
+            _exit(0);
+        } catch (const KeloError& e) {
+            _exit(e.message() ==
+                          "Another Kelo instance is running. File operations are disabled in this instance."
+                      ? 42
+                      : 1);
+        }
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(WEXITSTATUS(status), 42);
+    EXPECT_EQ(readFile(data / "state.json"), state);
+}
+
+TEST_F(EngineTest, ScanReportsUnavailableFoldersAsIssues) {
+    auto engine = start();
+    engine->addGrant(inbox, FolderGrant::Role::watch);
+    fs::remove_all(inbox);
+    const SnapshotPtr snapshot = engine->scan();
+    ASSERT_FALSE(snapshot->issues.empty());
+    EXPECT_NE(snapshot->issues[0].find(inbox.string()), std::string::npos) << snapshot->issues[0];
+    EXPECT_TRUE(snapshot->files->empty());
+}
+
+TEST_F(EngineTest, WorkerRunsCommandsOnItsThreadAndSurvivesARefusal) {
+    EngineWorker worker(data, [this] { return clockNow; });
+    Settings bad;
+    bad.thresholds = {101, 50};
+    EXPECT_THROW(worker.updateSettings(bad).get(), KeloError);
+    const SnapshotPtr snapshot = worker.scan().get();
+    EXPECT_EQ(snapshot->state->settings.thresholds, (Thresholds{90, 70}));
+    EXPECT_FALSE(snapshot->canUndoTrash);
+}
+
+}  // namespace
+}  // namespace kelo
