@@ -62,8 +62,12 @@ OperationPlan clean(const std::vector<CleanCandidate>& classifications, const st
     for (const CleanCandidate& item : classifications) {
         if (!item.predictedProject) continue;
         const Project* project = nullptr;
-        for (const Project& candidate : projects)
-            if (candidate.id == *item.predictedProject) project = &candidate;
+        for (const Project& candidate : projects) {
+            if (candidate.id == *item.predictedProject) {
+                project = &candidate;
+                break;
+            }
+        }
         if (project == nullptr || project->status == ProjectStatus::archived) continue;
 
         std::filesystem::path target = categoryFolder(*project, item.category);
