@@ -1,6 +1,6 @@
-// Trash: moves items to the desktop's Trash as the freedesktop.org Trash
-// specification lays it out, so other tools list and restore them, and records where
-// each one went so that Kelo can put it back.
+// Trash: moves items to the desktop's Trash in the freedesktop.org Trash layout, so
+// that other tools list and restore them, and records where each one went so that
+// Kelo can put it back.
 //
 // An item on the same file system as the home trash ($XDG_DATA_HOME/Trash) goes
 // there; any other goes to its volume's trash: $topdir/.Trash/$uid when $topdir/.Trash

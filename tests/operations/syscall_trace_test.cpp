@@ -73,26 +73,5 @@ TEST(SyscallTraceTest, TrashClaimsTheInfoFileBeforeTheItemMoves) {
     EXPECT_LT(info, move);
 }
 
-// A mark is one append and one sync of the log; it never rewrites the document.
-TEST(SyscallTraceTest, JournalMarkIsOneSyncedAppend) {
-    if (!stracePresent()) GTEST_SKIP() << "strace is not installed";
-    const auto lines =
-        traceTest("JournalTest.ReopenReplaysAcknowledgedRecordsAndFoldsThem", "write,fsync,rename,renameat,renameat2");
-    if (lines.empty()) GTEST_SKIP() << "strace could not trace here";
-    // The run opens (a fold: the document and an empty log, each renamed into place),
-    // prepares, marks twice, and reopens (another fold).
-    std::vector<std::size_t> renames;
-    for (std::size_t i = 0; i < lines.size(); ++i)
-        if (contains(lines[i], "rename")) renames.push_back(i);
-    ASSERT_EQ(renames.size(), 4u);
-    int syncedRecords = 0;
-    for (std::size_t i = renames[1] + 1; i + 1 < renames[2]; ++i) {
-        const bool record = contains(lines[i], "write(") &&
-                            (contains(lines[i], "{\\\"prepare\\\"") || contains(lines[i], "{\\\"mark\\\""));
-        if (record && contains(lines[i + 1], "fsync(")) ++syncedRecords;
-    }
-    EXPECT_EQ(syncedRecords, 3);
-}
-
 }  // namespace
 }  // namespace kelo
