@@ -198,10 +198,16 @@ const JournalEntry* OperationJournal::entry(const Uuid& id) const {
     return it == index_.end() ? nullptr : &document_.entries[it->second];
 }
 
-std::vector<std::size_t> OperationJournal::positionsWithStatus(OperationStatus status) const {
+std::vector<std::size_t> OperationJournal::positionsWithStatus(std::initializer_list<OperationStatus> statuses) const {
     std::vector<std::size_t> positions;
-    for (std::size_t i = 0; i < document_.entries.size(); ++i)
-        if (document_.entries[i].status == status) positions.push_back(i);
+    for (std::size_t i = 0; i < document_.entries.size(); ++i) {
+        for (OperationStatus status : statuses) {
+            if (document_.entries[i].status == status) {
+                positions.push_back(i);
+                break;
+            }
+        }
+    }
     return positions;
 }
 

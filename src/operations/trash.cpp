@@ -24,6 +24,8 @@ constexpr const char* kTrashSyncFailed =
 constexpr const char* kRestoreSyncFailed =
     "Restored from the Trash but folder synchronization failed. Inspect the folder before continuing.";
 constexpr const char* kUnsafeTrash = "The Trash folder is not a private folder of this user. Nothing was moved.";
+constexpr const char* kTrashedItemChanged =
+    "The item in the Trash is no longer the one Kelo moved there. Nothing was restored.";
 constexpr int kMaxNames = 10000;
 
 [[noreturn]] void fail(int error, const std::string& what) {
@@ -165,7 +167,9 @@ TrashedItem Trash::moveInto(const TrashDirectory& trash, const std::filesystem::
         const bool synced =
             ::fsync(infoFolder.get()) == 0 && ::fsync(filesFolder.get()) == 0 && ::fsync(sourceFolder.get()) == 0;
         if (!synced) throw KeloError::unsafe(kTrashSyncFailed);
-        return TrashedItem{original, trash.files() / name, trash.info() / infoName};
+        const FileIdentity identity =
+            fd_path::identityOf(fd_path::statEntry(filesFolder.get(), name, trash.files() / name));
+        return TrashedItem{original, trash.files() / name, trash.info() / infoName, identity};
     }
     fail(EEXIST, "No free name in the Trash for " + item.string());
 }
@@ -178,6 +182,9 @@ void Trash::restore(const TrashedItem& item) const {
     const UniqueFd targetFolder = fd_path::openDirectory(to.parent);
     const UniqueFd infoFolder = fd_path::openDirectory(info.parent);
 
+    if (item.identity &&
+        fd_path::identityOf(fd_path::statEntry(filesFolder.get(), from.name, item.trashed)) != *item.identity)
+        throw KeloError::unsafe(kTrashedItemChanged);
     if (const int error = fd_path::renameNoReplace(filesFolder.get(), from.name, targetFolder.get(), to.name);
         error != 0)
         fail(error, "Cannot restore " + item.original.string());

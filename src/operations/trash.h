@@ -29,6 +29,9 @@ struct TrashedItem {
     std::filesystem::path original;  // where the item was
     std::filesystem::path trashed;   // <trash>/files/<name>
     std::filesystem::path info;      // <trash>/info/<name>.trashinfo
+    // The item's identity as it lay in the Trash just after the move; a restore
+    // refuses an item that no longer has it.
+    std::optional<FileIdentity> identity;
 
     friend bool operator==(const TrashedItem&, const TrashedItem&) = default;
 };
@@ -63,7 +66,8 @@ public:
                             const std::optional<FileIdentity>& expected = std::nullopt) const;
 
     // Puts a trashed item back with an exclusive rename (an item now at the original
-    // name is never replaced), then removes its info file.
+    // name is never replaced), then removes its info file. Throws KeloError when the
+    // item in the Trash is no longer the one Kelo put there.
     void restore(const TrashedItem& item) const;
 
     // The trash an item goes to, created (mode 0700) when missing.

@@ -78,7 +78,9 @@ TEST(JournalTest, PrepareRecordsPlannedEntriesAndMarksSetStatusAndOutcome) {
     EXPECT_EQ(journal.entry(ops[1].id)->outcome, OperationOutcome::failed);
     EXPECT_EQ(journal.entry(ops[1].id)->error, "Possibly active — left untouched.");
     EXPECT_EQ(journal.entry(ops[2].id)->outcome, OperationOutcome::skipped);
-    EXPECT_EQ(journal.positionsWithStatus(OperationStatus::failed), (std::vector<std::size_t>{1, 2}));
+    EXPECT_EQ(journal.positionsWithStatus({OperationStatus::failed}), (std::vector<std::size_t>{1, 2}));
+    EXPECT_EQ(journal.positionsWithStatus({OperationStatus::completed, OperationStatus::planned}),
+              (std::vector<std::size_t>{0}));
     EXPECT_EQ(journal.entry(Uuid::random()), nullptr);
     EXPECT_TRUE(journal.isConsistent());
 

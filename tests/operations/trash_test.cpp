@@ -124,6 +124,19 @@ TEST_F(TrashTest, RestoreNeverReplacesAndKeepsTheInfoUntilItSucceeds) {
     EXPECT_EQ(readFile(inbox / "a.png"), "new file with the same name");
     EXPECT_EQ(readFile(trashed.trashed), "old");
     EXPECT_TRUE(fs::exists(trashed.info));
+
+    // Something else now lies under the trashed name: it is not "restored".
+    fs::remove(inbox / "a.png");
+    fs::remove(trashed.trashed);
+    writeFile(trashed.trashed, "another program's file");
+    try {
+        trash.restore(trashed);
+        ADD_FAILURE() << "restored an item Kelo did not trash";
+    } catch (const KeloError& e) {
+        EXPECT_EQ(e.message(), "The item in the Trash is no longer the one Kelo moved there. Nothing was restored.");
+    }
+    EXPECT_FALSE(fs::exists(inbox / "a.png"));
+    EXPECT_TRUE(fs::exists(trashed.info));
 }
 
 TEST_F(TrashTest, VolumeTrashUsesStickyDotTrashOrFallsBackToDotTrashUid) {
