@@ -187,6 +187,9 @@ void OperationJournal::applyMark(std::size_t position, OperationStatus status, s
 }
 
 void OperationJournal::checkpoint() {
+    // Until both steps succeed nothing more may be appended: a log replaced on disk
+    // but not reopened would take appends into a file no longer at its path.
+    log_ = JournalLog();
     // The document must be durable before the log that it now contains is emptied;
     // a crash in between replays records the document already holds, which is harmless.
     LocalStore<JournalDocument>(url_).save(document_);

@@ -379,5 +379,28 @@ TEST(JournalTest, CheckpointRecoversAfterAFailedAppend) {
     EXPECT_TRUE(reopened.isConsistent());
 }
 
+// A checkpoint that fails half-way must not leave marks going to a log that is no
+// longer at its path.
+TEST(JournalTest, FailedCheckpointStopsRecordingUntilOneSucceeds) {
+    TempDir dir;
+    const auto path = dir / "journal.json";
+    const auto ops = makeBatch(1);
+    {
+        OperationJournal journal(path, fixedClock());
+        journal.prepare(ops);
+        // A folder where the fresh log should go makes the second step of the fold fail.
+        std::filesystem::remove(journal.logUrl());
+        std::filesystem::create_directory(journal.logUrl());
+        EXPECT_ANY_THROW(journal.checkpoint());
+        EXPECT_EQ(messageOf([&] { journal.mark(ops[0].id, OperationStatus::started); }),
+                  "The journal could not be made durable. Nothing more is recorded until it is written again.");
+        std::filesystem::remove(journal.logUrl());
+        journal.checkpoint();
+        journal.mark(ops[0].id, OperationStatus::started);
+    }
+    OperationJournal reopened(path, fixedClock());
+    EXPECT_EQ(reopened.entry(ops[0].id)->status, OperationStatus::started);
+}
+
 }  // namespace
 }  // namespace kelo
