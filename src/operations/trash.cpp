@@ -119,14 +119,25 @@ TrashDirectory Trash::directoryFor(const std::filesystem::path& item) const {
     }
     if (homeInfo && homeInfo->st_dev == info->st_dev) return homeTrash();
 
-    // The volume's top folder: the highest ancestor still on the item's device.
+    return volumeTrash(volumeTop(path, [](const std::filesystem::path& folder) -> std::optional<std::uint64_t> {
+        const auto folderInfo = lstatPath(folder);
+        if (!folderInfo) return std::nullopt;
+        return static_cast<std::uint64_t>(folderInfo->st_dev);
+    }));
+}
+
+std::filesystem::path Trash::volumeTop(
+    const std::filesystem::path& item,
+    const std::function<std::optional<std::uint64_t>(const std::filesystem::path&)>& deviceOf) {
+    const std::filesystem::path path = PathSafety::standardized(item);
+    const auto device = deviceOf(path);
     std::filesystem::path topdir = path.parent_path();
     while (topdir.has_relative_path()) {
-        const auto parent = lstatPath(topdir.parent_path());
-        if (!parent || parent->st_dev != info->st_dev) break;
+        const auto parent = deviceOf(topdir.parent_path());
+        if (!parent || parent != device) break;
         topdir = topdir.parent_path();
     }
-    return volumeTrash(topdir);
+    return topdir;
 }
 
 TrashedItem Trash::moveToTrash(const std::filesystem::path& item, const std::optional<FileIdentity>& expected) const {

@@ -15,6 +15,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -74,6 +75,12 @@ public:
     TrashDirectory directoryFor(const std::filesystem::path& item) const;
     TrashDirectory homeTrash() const;
     TrashDirectory volumeTrash(const std::filesystem::path& topdir) const;
+
+    // The top folder of the volume holding `item`: its highest ancestor on the same
+    // device, as `deviceOf` reports devices (nothing for a path that cannot be read).
+    static std::filesystem::path volumeTop(
+        const std::filesystem::path& item,
+        const std::function<std::optional<std::uint64_t>(const std::filesystem::path&)>& deviceOf);
 
     // Moves the item into the given trash (the step after choosing it).
     TrashedItem moveInto(const TrashDirectory& trash, const std::filesystem::path& item,

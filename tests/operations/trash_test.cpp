@@ -172,6 +172,19 @@ TEST_F(TrashTest, VolumeTrashUsesStickyDotTrashOrFallsBackToDotTrashUid) {
     EXPECT_EQ(readFile(topdir / "Jobs" / "c.pdf"), "y");
 }
 
+TEST(TrashVolumeTest, TopFolderIsTheHighestAncestorOnTheItemsDevice) {
+    const auto devices = [](const fs::path& path) -> std::optional<std::uint64_t> {
+        const std::string text = path.native();
+        if (text.rfind("/media/usb", 0) == 0) return 2;  // a drive mounted at /media/usb
+        if (text == "/media/locked") return std::nullopt;
+        return 1;
+    };
+    EXPECT_EQ(Trash::volumeTop("/media/usb/Jobs/Hydro/a.psd", devices), fs::path("/media/usb"));
+    EXPECT_EQ(Trash::volumeTop("/media/usb/a.psd", devices), fs::path("/media/usb"));
+    EXPECT_EQ(Trash::volumeTop("/home/u/a.psd", devices), fs::path("/"));
+    EXPECT_EQ(Trash::volumeTop("/media/locked/x/a.psd", devices), fs::path("/media/locked/x"));
+}
+
 std::string run(const std::string& command) {
     std::string output;
     std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(command.c_str(), "r"), ::pclose);
