@@ -75,4 +75,26 @@ int makeDirectory(int folder, const std::string& name, mode_t mode) {
     return ::mkdirat(folder, name.c_str(), mode) == 0 ? 0 : errno;
 }
 
+int createExclusiveFile(int folder, const std::string& name, const std::string& content) {
+    UniqueFd file(::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!file) return errno;
+    std::string_view rest = content;
+    int error = 0;
+    while (!rest.empty() && error == 0) {
+        const ssize_t n = ::write(file.get(), rest.data(), rest.size());
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0)
+            error = n < 0 ? errno : EIO;
+        else
+            rest.remove_prefix(static_cast<std::size_t>(n));
+    }
+    if (error == 0 && ::fsync(file.get()) != 0) error = errno;
+    if (error != 0) ::unlinkat(folder, name.c_str(), 0);
+    return error;
+}
+
+int removeFile(int folder, const std::string& name) {
+    return ::unlinkat(folder, name.c_str(), 0) == 0 ? 0 : errno;
+}
+
 }  // namespace kelo::fd_path

@@ -38,4 +38,11 @@ int renameNoReplace(int fromFolder, const std::string& fromName, int toFolder, c
 // mkdirat: 0 on success, else the errno value.
 int makeDirectory(int folder, const std::string& name, mode_t mode);
 
+// Creates a new file with O_EXCL (never following a link), writes `content` and syncs
+// it: 0 on success, else the errno value (EEXIST when the name is taken). A file that
+// was created but could not be written or synced is removed again.
+int createExclusiveFile(int folder, const std::string& name, const std::string& content);
+// unlinkat of a file: 0 on success, else the errno value.
+int removeFile(int folder, const std::string& name);
+
 }  // namespace kelo::fd_path

@@ -39,14 +39,7 @@ std::uint32_t checksum(std::string_view lengthBytes, std::string_view payload) {
     throw std::system_error(error, std::generic_category(), "Cannot write " + path.string());
 }
 
-}  // namespace
-
-LogCalls LogCalls::system() {
-    return LogCalls{[](int fd, const void* data, std::size_t size) { return ::write(fd, data, size); },
-                    [](int fd) { return ::fsync(fd); }};
-}
-
-std::string JournalLog::frame(std::string_view payload) {
+std::string frame(std::string_view payload) {
     std::string out;
     out.reserve(kHeaderSize + payload.size());
     putLittleEndian(out, static_cast<std::uint32_t>(payload.size()));
@@ -54,6 +47,13 @@ std::string JournalLog::frame(std::string_view payload) {
     putLittleEndian(out, checksum(lengthBytes, payload));
     out.append(payload);
     return out;
+}
+
+}  // namespace
+
+LogCalls LogCalls::system() {
+    return LogCalls{[](int fd, const void* data, std::size_t size) { return ::write(fd, data, size); },
+                    [](int fd) { return ::fsync(fd); }};
 }
 
 std::vector<std::string> JournalLog::readRecords(const std::filesystem::path& path) {

@@ -50,9 +50,6 @@ public:
     bool broken() const { return broken_; }
     const std::filesystem::path& path() const { return path_; }
 
-    // The bytes of one framed record (exposed for tests and benchmarks).
-    static std::string frame(std::string_view payload);
-
 private:
     JournalLog(std::filesystem::path path, UniqueFd fd, LogCalls calls);
 

@@ -187,6 +187,9 @@ void OperationJournal::applyMark(std::size_t position, OperationStatus status, s
 }
 
 void OperationJournal::checkpoint() {
+    // Until both steps succeed nothing more may be appended: a log replaced on disk
+    // but not reopened would take appends into a file no longer at its path.
+    log_ = JournalLog();
     // The document must be durable before the log that it now contains is emptied;
     // a crash in between replays records the document already holds, which is harmless.
     LocalStore<JournalDocument>(url_).save(document_);
@@ -198,10 +201,16 @@ const JournalEntry* OperationJournal::entry(const Uuid& id) const {
     return it == index_.end() ? nullptr : &document_.entries[it->second];
 }
 
-std::vector<std::size_t> OperationJournal::positionsWithStatus(OperationStatus status) const {
+std::vector<std::size_t> OperationJournal::positionsWithStatus(std::initializer_list<OperationStatus> statuses) const {
     std::vector<std::size_t> positions;
-    for (std::size_t i = 0; i < document_.entries.size(); ++i)
-        if (document_.entries[i].status == status) positions.push_back(i);
+    for (std::size_t i = 0; i < document_.entries.size(); ++i) {
+        for (OperationStatus status : statuses) {
+            if (document_.entries[i].status == status) {
+                positions.push_back(i);
+                break;
+            }
+        }
+    }
     return positions;
 }
 

@@ -18,6 +18,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -78,6 +79,7 @@ public:
     // Records the operations as `planned`, all in one durable record. Refuses the
     // whole list, writing nothing, when any id is already recorded.
     void prepare(const std::vector<PlannedOperation>& operations);
+    void prepare(const OperationPlan& plan) { prepare(plan.operations); }
 
     // Sets the status of one operation's entry; `outcome` is kept only for `failed`
     // (defaulting to `failed`). Durable before it returns.
@@ -94,8 +96,9 @@ public:
 
     // The entry of one operation id, or null. Constant time.
     const JournalEntry* entry(const Uuid& id) const;
-    // Positions in `document().entries` of the entries with this status, in journal order.
-    std::vector<std::size_t> positionsWithStatus(OperationStatus status) const;
+    // Positions in `document().entries` of the entries with any of these statuses, in
+    // journal order (recovery asks for planned and started).
+    std::vector<std::size_t> positionsWithStatus(std::initializer_list<OperationStatus> statuses) const;
 
     // True when every id occurs once and the index points at its entry.
     bool isConsistent() const;

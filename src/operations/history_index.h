@@ -1,0 +1,35 @@
+// HistoryIndex: the user's history, one line per batch, newest first, computed on
+// demand from the journal's entries (the journal is the only record). Stateless;
+// called from the engine thread.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "model/date.h"
+#include "model/uuid.h"
+#include "operations/operation_journal.h"
+
+namespace kelo {
+
+struct HistoryBatch {
+    Uuid id;                           // the batchID its operations share
+    std::vector<std::size_t> indices;  // positions in the journal's entries, oldest first
+    Date date;                         // timestamp of the oldest counted entry
+    int moved = 0;                     // completed moves
+    int renamed = 0;                   // completed renames
+    int skipped = 0;                   // entries with outcome skipped
+    int failed = 0;                    // failed entries whose outcome is not skipped
+    int undone = 0;                    // entries now undone
+    bool canUndo = false;              // holds a completed entry that is not an undo
+
+    friend bool operator==(const HistoryBatch&, const HistoryBatch&) = default;
+};
+
+namespace HistoryIndex {
+
+// Batches newest first. Folder creations never appear and are never counted.
+std::vector<HistoryBatch> build(const std::vector<JournalEntry>& entries);
+
+}  // namespace HistoryIndex
+}  // namespace kelo

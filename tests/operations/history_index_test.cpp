@@ -1,0 +1,117 @@
+#include "operations/history_index.h"
+
+#include <gtest/gtest.h>
+
+namespace kelo {
+namespace {
+
+struct JournalBuilder {
+    std::vector<JournalEntry> entries;
+    double clock = 100;
+
+    Uuid add(const Uuid& batch, OperationType type, OperationStatus status,
+             std::optional<OperationOutcome> outcome = std::nullopt, std::optional<Uuid> reverses = std::nullopt) {
+        PlannedOperation op;
+        op.id = Uuid::random();
+        op.batchID = batch;
+        op.source = "/in/a";
+        op.destination = "/jobs/a";
+        op.type = type;
+        op.reverses = reverses;
+        entries.push_back(JournalEntry{op, Date{clock++}, status, std::nullopt, outcome});
+        return op.id;
+    }
+    void set(const Uuid& id, OperationStatus status) {
+        for (auto& entry : entries)
+            if (entry.operation.id == id) entry.status = status;
+    }
+};
+
+TEST(HistoryIndexTest, EmptyJournalHasNoHistory) {
+    EXPECT_TRUE(HistoryIndex::build({}).empty());
+}
+
+TEST(HistoryIndexTest, CountsABatchAndLeavesFolderCreationsOut) {
+    JournalBuilder journal;
+    const Uuid batch = Uuid::random();
+    journal.add(batch, OperationType::createDirectory, OperationStatus::completed);
+    journal.add(batch, OperationType::move, OperationStatus::completed);
+    journal.add(batch, OperationType::move, OperationStatus::completed);
+    journal.add(batch, OperationType::rename, OperationStatus::failed, OperationOutcome::failed);
+    journal.add(batch, OperationType::move, OperationStatus::failed, OperationOutcome::skipped);
+    journal.add(batch, OperationType::move, OperationStatus::started);  // interrupted: listed, counted nowhere
+
+    const auto history = HistoryIndex::build(journal.entries);
+    ASSERT_EQ(history.size(), 1u);
+    const HistoryBatch& b = history[0];
+    EXPECT_EQ(b.id, batch);
+    EXPECT_EQ(b.indices, (std::vector<std::size_t>{1, 2, 3, 4, 5}));
+    EXPECT_EQ(b.date, Date{101});  // the oldest counted entry, not the folder creation
+    EXPECT_EQ(b.moved, 2);
+    EXPECT_EQ(b.renamed, 0);
+    EXPECT_EQ(b.failed, 1);
+    EXPECT_EQ(b.skipped, 1);
+    EXPECT_EQ(b.undone, 0);
+    EXPECT_TRUE(b.canUndo);
+}
+
+TEST(HistoryIndexTest, BatchSkippedAtPreviewCannotBeUndone) {
+    JournalBuilder journal;
+    const Uuid batch = Uuid::random();
+    journal.add(batch, OperationType::move, OperationStatus::failed, OperationOutcome::skipped);
+    journal.add(batch, OperationType::rename, OperationStatus::failed, OperationOutcome::skipped);
+    const auto history = HistoryIndex::build(journal.entries);
+    ASSERT_EQ(history.size(), 1u);
+    EXPECT_EQ(history[0].skipped, 2);
+    EXPECT_EQ(history[0].failed, 0);
+    EXPECT_FALSE(history[0].canUndo);
+}
+
+// After an undo run, the first batch counts its entries as undone and offers no undo;
+// the undo run is a newer batch of its own that never offers undo.
+TEST(HistoryIndexTest, CountsAfterAnUndoEntryExists) {
+    JournalBuilder journal;
+    const Uuid sort = Uuid::random();
+    const Uuid moveA = journal.add(sort, OperationType::move, OperationStatus::completed);
+    const Uuid renameB = journal.add(sort, OperationType::rename, OperationStatus::completed);
+    const Uuid other = Uuid::random();
+    journal.add(other, OperationType::move, OperationStatus::completed);
+
+    const Uuid undoRun = Uuid::random();
+    journal.add(undoRun, OperationType::undo, OperationStatus::completed, std::nullopt, renameB);
+    journal.set(renameB, OperationStatus::undone);
+    // Half-way through the undo: the sort batch can still be undone for its move.
+    auto history = HistoryIndex::build(journal.entries);
+    ASSERT_EQ(history.size(), 3u);
+    EXPECT_EQ(history[2].id, sort);
+    EXPECT_EQ(history[2].moved, 1);
+    EXPECT_EQ(history[2].undone, 1);
+    EXPECT_TRUE(history[2].canUndo);
+
+    journal.add(undoRun, OperationType::undo, OperationStatus::failed, OperationOutcome::failed, moveA);
+    history = HistoryIndex::build(journal.entries);
+    EXPECT_EQ(history[0].id, undoRun);
+    EXPECT_EQ(history[0].failed, 1);
+    EXPECT_FALSE(history[0].canUndo);
+
+    journal.entries.back().status = OperationStatus::completed;
+    journal.entries.back().outcome = std::nullopt;
+    journal.set(moveA, OperationStatus::undone);
+    history = HistoryIndex::build(journal.entries);
+    ASSERT_EQ(history.size(), 3u);
+    EXPECT_EQ(history[0].id, undoRun);  // newest first
+    EXPECT_EQ(history[0].indices, (std::vector<std::size_t>{3, 4}));
+    EXPECT_EQ(history[0].moved + history[0].renamed + history[0].failed + history[0].skipped + history[0].undone, 0);
+    EXPECT_FALSE(history[0].canUndo);
+    EXPECT_EQ(history[1].id, other);
+    EXPECT_TRUE(history[1].canUndo);
+    const HistoryBatch& first = history[2];
+    EXPECT_EQ(first.undone, 2);
+    EXPECT_EQ(first.moved, 0);
+    EXPECT_EQ(first.renamed, 0);
+    EXPECT_FALSE(first.canUndo);
+    EXPECT_EQ(first.date, Date{100});
+}
+
+}  // namespace
+}  // namespace kelo

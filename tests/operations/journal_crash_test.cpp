@@ -1,0 +1,112 @@
+// Kills a process that is writing the journal after each acknowledged step, at
+// whatever point it has reached by then (inside an append, a sync or a fold), and
+// reopens: the journal must hold every acknowledged step and be exactly the state
+// after some later step, never anything in between.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <functional>
+
+#include "operations/operation_journal.h"
+#include "support/temp_dir.h"
+
+namespace kelo {
+namespace {
+
+using Step = std::function<void(OperationJournal&)>;
+
+std::vector<Step> makeSteps() {
+    const Uuid batch = Uuid::random();
+    std::vector<PlannedOperation> first, second;
+    for (int i = 0; i < 6; ++i) {
+        PlannedOperation op;
+        op.id = Uuid::random();
+        op.batchID = batch;
+        op.source = "/in/f" + std::to_string(i);
+        op.destination = "/jobs/f" + std::to_string(i);
+        op.expected = FileIdentity{1, static_cast<std::uint64_t>(i), 1, Date{1}};
+        (i < 3 ? first : second).push_back(op);
+    }
+    std::vector<Step> steps;
+    steps.push_back([first](OperationJournal& j) { j.prepare(first); });
+    for (const auto& op : first) {
+        steps.push_back([id = op.id](OperationJournal& j) { j.mark(id, OperationStatus::started); });
+        steps.push_back([id = op.id](OperationJournal& j) { j.mark(id, OperationStatus::completed); });
+    }
+    steps.push_back([](OperationJournal& j) { j.checkpoint(); });
+    steps.push_back([second](OperationJournal& j) { j.prepare(second); });
+    for (const auto& op : second) {
+        steps.push_back([id = op.id](OperationJournal& j) { j.mark(id, OperationStatus::started); });
+        steps.push_back([id = op.id](OperationJournal& j) {
+            j.mark(id, OperationStatus::failed, "Interrupted operation; no retry. Inspect source and destination.");
+        });
+    }
+    steps.push_back([id = first[0].id](OperationJournal& j) { j.mark(id, OperationStatus::undone); });
+    steps.push_back([](OperationJournal& j) { j.checkpoint(); });
+    return steps;
+}
+
+Date fixedNow() {
+    return Date{42};
+}
+
+TEST(JournalCrashTest, KilledWriterLosesNothingAcknowledged) {
+    const std::vector<Step> steps = makeSteps();
+    // The document after each number of steps, from a run that is not killed.
+    std::vector<JournalDocument> states;
+    {
+        testing::TempDir dir;
+        OperationJournal journal(dir / "journal.json", fixedNow);
+        states.push_back(journal.document());
+        for (const Step& step : steps) {
+            step(journal);
+            states.push_back(journal.document());
+        }
+    }
+
+    for (std::size_t acknowledged = 0; acknowledged <= steps.size(); ++acknowledged) {
+        SCOPED_TRACE("killed after " + std::to_string(acknowledged) + " acknowledged steps");
+        testing::TempDir dir;
+        int pipeFds[2];
+        ASSERT_EQ(::pipe(pipeFds), 0);
+        const pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            ::close(pipeFds[0]);
+            try {
+                OperationJournal journal(dir / "journal.json", fixedNow);
+                char ack = 'o';
+                if (::write(pipeFds[1], &ack, 1) != 1) ::_exit(3);
+                for (const Step& step : steps) {
+                    step(journal);
+                    if (::write(pipeFds[1], &ack, 1) != 1) ::_exit(3);
+                }
+            } catch (...) {
+                ::_exit(2);
+            }
+            ::_exit(0);
+        }
+        ::close(pipeFds[1]);
+        // One byte when the journal is open, then one per acknowledged step.
+        std::size_t received = 0;
+        char byte = 0;
+        while (received < acknowledged + 1 && ::read(pipeFds[0], &byte, 1) == 1) ++received;
+        ::kill(child, SIGKILL);
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        ::close(pipeFds[0]);
+        ASSERT_EQ(received, acknowledged + 1) << "the writer failed before it was killed";
+
+        OperationJournal reopened(dir / "journal.json", fixedNow);
+        ASSERT_TRUE(reopened.isConsistent());
+        bool matched = false;
+        for (std::size_t k = acknowledged; k < states.size() && !matched; ++k)
+            matched = reopened.document() == states[k];
+        EXPECT_TRUE(matched) << "the reopened journal is not the state after any step from " << acknowledged;
+    }
+}
+
+}  // namespace
+}  // namespace kelo

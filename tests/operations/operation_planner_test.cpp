@@ -1,0 +1,239 @@
+#include "operations/operation_planner.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <string>
+
+#include "access/path_safety.h"
+#include "model/kelo_error.h"
+#include "operations/batch_group_planner.h"
+#include "operations/structured_filename.h"
+#include "support/temp_dir.h"
+
+namespace kelo {
+namespace {
+
+using testing::TempDir;
+using testing::writeFile;
+namespace fs = std::filesystem;
+
+const Date kNow{5000};
+
+FileRecord record(const fs::path& url, std::uint64_t inode = 7) {
+    FileRecord r;
+    r.url = url;
+    r.sourceFolder = url.parent_path();
+    r.identity = FileIdentity{2, inode, 10, Date{100}};
+    return r;
+}
+
+Project project(const fs::path& folder, ProjectStatus status = ProjectStatus::active) {
+    return Project::make("Hydro Cafe", folder, {"hydro cafe"}, status, kNow);
+}
+
+std::string messageOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const KeloError& e) {
+        return e.message();
+    }
+    return "(no error)";
+}
+
+TEST(OperationPlannerTest, PlaceMovesIntoTheCategoryFolderWithRecordedIdentity) {
+    const FileRecord file = record("/home/u/Downloads/menu.pdf");
+    const Project job = project("/home/u/Jobs/Hydro");
+    const OperationPlan plan = OperationPlanner::place(file, job, Category::export_, std::nullopt, kNow);
+    ASSERT_EQ(plan.operations.size(), 1u);
+    const PlannedOperation& op = plan.operations[0];
+    EXPECT_EQ(op.type, OperationType::move);
+    EXPECT_EQ(op.source, file.url);
+    EXPECT_EQ(op.destination, fs::path("/home/u/Jobs/Hydro/Export/menu.pdf"));
+    EXPECT_EQ(op.expected, file.identity);
+    EXPECT_EQ(op.reverses, std::nullopt);
+    EXPECT_EQ(plan.createdAt, kNow);
+    EXPECT_NE(plan.id, op.id);
+
+    // Trimmed sub-folder names are used; blank or invalid ones are ignored.
+    const struct {
+        std::string subfolder;
+        std::string destination;
+    } cases[] = {
+        {"  Social\n", "/home/u/Jobs/Hydro/Export/Social/menu.pdf"},
+        {"   ", "/home/u/Jobs/Hydro/Export/menu.pdf"},
+        {"a/b", "/home/u/Jobs/Hydro/Export/menu.pdf"},
+        {"..", "/home/u/Jobs/Hydro/Export/menu.pdf"},
+        {"x:y", "/home/u/Jobs/Hydro/Export/menu.pdf"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(OperationPlanner::place(file, job, Category::export_, c.subfolder, kNow).operations[0].destination,
+                  fs::path(c.destination))
+            << "sub-folder \"" << c.subfolder << "\"";
+    }
+    // Each plan is its own batch.
+    EXPECT_NE(OperationPlanner::place(file, job, Category::working).operations[0].batchID, op.batchID);
+}
+
+TEST(OperationPlannerTest, PlaceIntoArchivedProjectIsRefused) {
+    EXPECT_EQ(messageOf([] {
+                  OperationPlanner::place(record("/in/a.pdf"), project("/jobs/Old", ProjectStatus::archived),
+                                          Category::reference);
+              }),
+              "Mở lại dự án trước khi chọn.");
+}
+
+TEST(OperationPlannerTest, CleanMovesOnlyPredictedFilesOfOpenProjectsInOneBatch) {
+    const Project open = project("/jobs/Hydro");
+    const Project archived = project("/jobs/Old", ProjectStatus::archived);
+    const std::vector<CleanCandidate> items = {
+        {record("/in/HY-menu.pdf"), open.id, Category::reference},
+        {record("/in/unknown.pdf"), std::nullopt, Category::reference},
+        {record("/in/old.psd"), archived.id, Category::working},
+        {record("/in/gone.psd"), Uuid::random(), Category::working},
+        {record("/in/HY-post1.png"), open.id, Category::export_},
+    };
+    const SubjobDetector detect = [](const std::string& filename, const Project&) -> std::optional<std::string> {
+        if (filename.find("post") != std::string::npos) return "Post";
+        if (filename.find("menu") != std::string::npos) return "a/b";  // not a single name: ignored
+        return std::nullopt;
+    };
+    const OperationPlan grouped = OperationPlanner::clean(items, {open, archived}, true, detect, kNow);
+    ASSERT_EQ(grouped.operations.size(), 2u);
+    EXPECT_EQ(grouped.operations[0].destination, fs::path("/jobs/Hydro/Reference/HY-menu.pdf"));
+    EXPECT_EQ(grouped.operations[1].destination, fs::path("/jobs/Hydro/Export/Post/HY-post1.png"));
+    EXPECT_EQ(grouped.operations[0].batchID, grouped.operations[1].batchID);
+    EXPECT_NE(grouped.operations[0].id, grouped.operations[1].id);
+
+    const OperationPlan flat = OperationPlanner::clean(items, {open, archived}, false, detect, kNow);
+    EXPECT_EQ(flat.operations[1].destination, fs::path("/jobs/Hydro/Export/HY-post1.png"));
+}
+
+// Two files of one name from two inboxes land on one destination: the planner does not
+// resolve it; keepBoth on the second, with the first's key reserved, picks "2".
+TEST(OperationPlannerTest, TwoOperationsWithOneDestinationAndKeepBoth) {
+    TempDir dir;
+    const Project job = project(dir / "Jobs" / "Hydro");
+    const std::vector<CleanCandidate> items = {
+        {record(dir / "Downloads" / "brief.pdf"), job.id, Category::reference},
+        {record(dir / "Desktop" / "brief.pdf"), job.id, Category::reference},
+    };
+    const OperationPlan plan = OperationPlanner::clean(items, {job}, false, {}, kNow);
+    ASSERT_EQ(plan.operations.size(), 2u);
+    EXPECT_EQ(PathSafety::key(plan.operations[0].destination), PathSafety::key(plan.operations[1].destination));
+
+    const std::set<std::string> reserved = {PathSafety::key(plan.operations[0].destination),
+                                            PathSafety::key(dir / "Jobs" / "Hydro" / "Reference" / "brief 2.pdf")};
+    writeFile(dir / "Jobs" / "Hydro" / "Reference" / "brief 3.pdf", "on disk");
+    const PlannedOperation moved = OperationPlanner::keepBoth(plan.operations[1], reserved);
+    EXPECT_EQ(moved.destination, dir / "Jobs" / "Hydro" / "Reference" / "brief 4.pdf");
+    EXPECT_EQ(moved.id, plan.operations[1].id);
+    EXPECT_EQ(moved.source, plan.operations[1].source);
+    EXPECT_EQ(moved.expected, plan.operations[1].expected);
+}
+
+TEST(OperationPlannerTest, KeepBothKeepsOnlyTheLastExtensionApart) {
+    TempDir dir;
+    PlannedOperation op;
+    const struct {
+        std::string name;
+        std::string expected;
+    } cases[] = {
+        {"report.pdf", "report 2.pdf"},
+        {"archive.tar.gz", "archive.tar 2.gz"},
+        {"README", "README 2"},
+        {".bashrc", ".bashrc 2"},
+    };
+    for (const auto& c : cases) {
+        op.destination = dir / c.name;
+        EXPECT_EQ(OperationPlanner::keepBoth(op, {}).destination.filename(), c.expected) << c.name;
+    }
+    // A dangling link takes its name too.
+    fs::create_symlink(dir / "nowhere", dir / "README 2");
+    op.destination = dir / "README";
+    EXPECT_EQ(OperationPlanner::keepBoth(op, {}).destination.filename(), "README 3");
+}
+
+TEST(OperationPlannerTest, KeepBothGivesUpAfterNumberTenThousand) {
+    TempDir dir;
+    PlannedOperation op;
+    op.destination = dir / "a.txt";
+    std::set<std::string> reserved;
+    for (int n = 2; n <= 9999; ++n) reserved.insert(PathSafety::key(dir / ("a " + std::to_string(n) + ".txt")));
+    EXPECT_EQ(OperationPlanner::keepBoth(op, reserved).destination.filename(), "a 10000.txt");
+    reserved.insert(PathSafety::key(dir / "a 10000.txt"));
+    EXPECT_EQ(messageOf([&] { OperationPlanner::keepBoth(op, reserved); }), "No available name. File left untouched.");
+}
+
+TEST(OperationPlannerTest, RenamesStayInTheFolderAndReviewedNamesKeepTheExtension) {
+    const FileRecord file = record("/jobs/Hydro/Export/logo_final_final2.ai");
+    const OperationPlan plan = OperationPlanner::rename(file, "HY-Logo-01.ai", kNow);
+    ASSERT_EQ(plan.operations.size(), 1u);
+    EXPECT_EQ(plan.operations[0].type, OperationType::rename);
+    EXPECT_EQ(plan.operations[0].destination, fs::path("/jobs/Hydro/Export/HY-Logo-01.ai"));
+    EXPECT_EQ(plan.operations[0].expected, file.identity);
+
+    EXPECT_EQ(OperationPlanner::reviewedRename(file, "Logo.ai", kNow).operations[0].destination,
+              fs::path("/jobs/Hydro/Export/Logo.ai"));
+    for (const std::string& bad :
+         std::vector<std::string>{"Logo.AI", "Logo.psd", "Logo", "a/b.ai", "a:b.ai", "", std::string(253, 'x') + ".ai"})
+        EXPECT_EQ(messageOf([&] { OperationPlanner::reviewedRename(file, bad); }),
+                  "Tên mới phải hợp lệ và giữ nguyên đuôi tệp.")
+            << bad;
+    // A file without extension keeps having none.
+    EXPECT_NO_THROW(OperationPlanner::reviewedRename(record("/in/README"), "NOTES"));
+    EXPECT_THROW(OperationPlanner::reviewedRename(record("/in/README"), "NOTES.txt"), KeloError);
+}
+
+TEST(StructuredFilenameTest, JoinsTrimmedPartsAndRefusesUnsafeOnes) {
+    EXPECT_EQ(StructuredFilename::make(" HY ", "Social\n", "Post1", "png"), "HY-Social-Post1.png");
+    EXPECT_EQ(StructuredFilename::make("Toán", "Bài tập", "Bài 1", ""), "Toán-Bài tập-Bài 1");
+    const std::string badPart = "Nhập đủ Job, mục đích và chi tiết; không dùng dấu chấm hoặc ký tự đường dẫn.";
+    const struct {
+        std::string job, purpose, detail;
+    } bad[] = {
+        {"", "a", "b"},     {"  ", "a", "b"},   {"a.b", "c", "d"},
+        {"a", "b\\c", "d"}, {"a", "b", "-d"},   {"a", "b/c", "d"},
+        {"a", "b:c", "d"},  {"a", "b\tc", "d"}, {"a", std::string("b\x7f"), "d"},
+    };
+    for (const auto& c : bad)
+        EXPECT_EQ(messageOf([&] { StructuredFilename::make(c.job, c.purpose, c.detail, "pdf"); }), badPart)
+            << c.job << "|" << c.purpose << "|" << c.detail;
+    // Each part fits, the whole does not.
+    const std::string part(100, 'x');
+    EXPECT_EQ(messageOf([&] { StructuredFilename::make(part, part, part, "pdf"); }),
+              "Tên tệp quá dài hoặc không hợp lệ.");
+}
+
+TEST(BatchGroupPlannerTest, CreatesTheFolderFirstThenMovesEachFileOnce) {
+    const FileRecord b = record("/jobs/Hydro/Export/b.png", 2);
+    const FileRecord a = record("/jobs/Hydro/Export/a.png", 1);
+    const OperationPlan plan = BatchGroupPlanner::plan({b, a, b}, "  Social ", "/jobs/Hydro/Export", kNow);
+    ASSERT_EQ(plan.operations.size(), 3u);
+    EXPECT_EQ(plan.operations[0].type, OperationType::createDirectory);
+    EXPECT_EQ(plan.operations[0].destination, fs::path("/jobs/Hydro/Export/Social"));
+    EXPECT_EQ(plan.operations[0].expected, std::nullopt);
+    EXPECT_NE(plan.operations[0].source, plan.operations[0].destination);
+    EXPECT_EQ(plan.operations[1].destination, fs::path("/jobs/Hydro/Export/Social/a.png"));
+    EXPECT_EQ(plan.operations[1].expected, a.identity);
+    EXPECT_EQ(plan.operations[2].destination, fs::path("/jobs/Hydro/Export/Social/b.png"));
+    for (const auto& op : plan.operations) EXPECT_EQ(op.batchID, plan.operations[0].batchID);
+    EXPECT_EQ(plan.createdAt, kNow);
+}
+
+TEST(BatchGroupPlannerTest, ChecksTheNameBeforeTheSelectionSize) {
+    const std::string badName = "Tên thư mục nhóm không hợp lệ.";
+    const std::string badSelection = "Chọn ít nhất 1 tệp để nhóm.";
+    EXPECT_EQ(messageOf([] { BatchGroupPlanner::plan({}, " ", "/p"); }), badName);
+    EXPECT_EQ(messageOf([] { BatchGroupPlanner::plan({}, "a:b", "/p"); }), badName);
+    EXPECT_EQ(messageOf([] { BatchGroupPlanner::plan({}, "Group", "/p"); }), badSelection);
+    std::vector<FileRecord> many;
+    for (int i = 0; i < 10001; ++i) many.push_back(record("/p/f" + std::to_string(i)));
+    EXPECT_EQ(messageOf([&] { BatchGroupPlanner::plan(many, "Group", "/p"); }), badSelection);
+    many.pop_back();
+    EXPECT_EQ(BatchGroupPlanner::plan(many, "Group", "/p").operations.size(), 10001u);
+}
+
+}  // namespace
+}  // namespace kelo

@@ -1,0 +1,217 @@
+#include "operations/trash.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <system_error>
+
+#include "model/kelo_error.h"
+#include "operations/fd_path.h"
+#include "support/temp_dir.h"
+
+namespace kelo {
+namespace {
+
+using testing::readFile;
+using testing::TempDir;
+using testing::writeFile;
+namespace fs = std::filesystem;
+
+const Date kDeleted = Date::fromUnix(1700000000);
+
+class TrashTest : public ::testing::Test {
+protected:
+    TempDir dir;
+    fs::path home = dir / "home";
+    fs::path dataHome = home / ".local" / "share";
+    fs::path inbox = dir / "Downloads";
+
+    void SetUp() override { fs::create_directories(inbox); }
+
+    Trash makeTrash() const {
+        return Trash(Trash::Environment{dataHome, ::getuid(), [] { return kDeleted; }});
+    }
+};
+
+TEST_F(TrashTest, HomeTrashRecordsThePathAndRestoresIt) {
+    const fs::path item = inbox / "Bìa #1 final.psd";
+    writeFile(item, "layers");
+    const Trash trash = makeTrash();
+    const TrashedItem trashed = trash.moveToTrash(item);
+
+    EXPECT_EQ(trashed.original, item);
+    EXPECT_EQ(trashed.trashed, dataHome / "Trash" / "files" / "Bìa #1 final.psd");
+    EXPECT_EQ(trashed.info, dataHome / "Trash" / "info" / "Bìa #1 final.psd.trashinfo");
+    EXPECT_FALSE(fs::exists(item));
+    EXPECT_EQ(readFile(trashed.trashed), "layers");
+    EXPECT_EQ(readFile(trashed.info), "[Trash Info]\nPath=" + percentEncode(item.native(), "/") +
+                                          "\nDeletionDate=" + localTimestamp(kDeleted) + "\n");
+    EXPECT_NE(readFile(trashed.info).find("B%C3%ACa%20%231%20final.psd"), std::string::npos);
+    struct stat info {};
+    ASSERT_EQ(::lstat((dataHome / "Trash").c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0700u);
+
+    trash.restore(trashed);
+    EXPECT_EQ(readFile(item), "layers");
+    EXPECT_FALSE(fs::exists(trashed.trashed));
+    EXPECT_FALSE(fs::exists(trashed.info));
+}
+
+TEST_F(TrashTest, TakenNamesGetTheNextFreeName) {
+    const Trash trash = makeTrash();
+    writeFile(inbox / "report.pdf", "one");
+    const TrashedItem first = trash.moveToTrash(inbox / "report.pdf");
+    // A leftover item without an info file holds "report 2.pdf".
+    writeFile(dataHome / "Trash" / "files" / "report 2.pdf", "leftover");
+    writeFile(inbox / "report.pdf", "two");
+    const TrashedItem second = trash.moveToTrash(inbox / "report.pdf");
+    writeFile(inbox / "README", "three");
+    writeFile(dataHome / "Trash" / "info" / "README.trashinfo", "someone else's");
+    const TrashedItem third = trash.moveToTrash(inbox / "README");
+
+    EXPECT_EQ(first.trashed.filename(), "report.pdf");
+    EXPECT_EQ(second.trashed.filename(), "report 3.pdf");
+    EXPECT_EQ(second.info.filename(), "report 3.pdf.trashinfo");
+    EXPECT_EQ(third.trashed.filename(), "README 2");
+    EXPECT_EQ(readFile(second.trashed), "two");
+    EXPECT_EQ(readFile(dataHome / "Trash" / "files" / "report 2.pdf"), "leftover");
+    EXPECT_FALSE(fs::exists(dataHome / "Trash" / "info" / "report 2.pdf.trashinfo"));  // removed after the failed move
+    EXPECT_EQ(readFile(dataHome / "Trash" / "info" / "README.trashinfo"), "someone else's");
+}
+
+TEST_F(TrashTest, FailedMoveLeavesNoInfoAndChangedItemStays) {
+    const Trash trash = makeTrash();
+    EXPECT_THROW(trash.moveToTrash(inbox / "missing.pdf"), std::system_error);
+
+    writeFile(inbox / "a.ai", "v1");
+    struct stat before {};
+    ASSERT_EQ(::lstat((inbox / "a.ai").c_str(), &before), 0);
+    const FileIdentity planned = fd_path::identityOf(before);
+    writeFile(inbox / "a.ai", "version two");
+    try {
+        trash.moveToTrash(inbox / "a.ai", planned);
+        ADD_FAILURE() << "a changed file was trashed";
+    } catch (const KeloError& e) {
+        EXPECT_EQ(e.message(), "Tệp đã thay đổi. Làm mới trước khi xóa.");
+    }
+    EXPECT_TRUE(fs::exists(inbox / "a.ai"));
+    EXPECT_TRUE(fs::is_empty(dataHome / "Trash" / "info"));
+    EXPECT_TRUE(fs::is_empty(dataHome / "Trash" / "files"));
+
+    // Through a link, nothing moves either.
+    fs::create_directory_symlink(inbox, dir / "Linked");
+    EXPECT_THROW(trash.moveToTrash(dir / "Linked" / "a.ai"), std::system_error);
+    EXPECT_TRUE(fs::is_empty(dataHome / "Trash" / "info"));
+}
+
+TEST_F(TrashTest, RestoreNeverReplacesAndKeepsTheInfoUntilItSucceeds) {
+    const Trash trash = makeTrash();
+    writeFile(inbox / "a.png", "old");
+    const TrashedItem trashed = trash.moveToTrash(inbox / "a.png");
+    writeFile(inbox / "a.png", "new file with the same name");
+    try {
+        trash.restore(trashed);
+        ADD_FAILURE() << "restore replaced a file";
+    } catch (const std::system_error& e) {
+        EXPECT_EQ(e.code().value(), EEXIST);
+    }
+    EXPECT_EQ(readFile(inbox / "a.png"), "new file with the same name");
+    EXPECT_EQ(readFile(trashed.trashed), "old");
+    EXPECT_TRUE(fs::exists(trashed.info));
+
+    // Something else now lies under the trashed name: it is not "restored".
+    fs::remove(inbox / "a.png");
+    fs::remove(trashed.trashed);
+    writeFile(trashed.trashed, "another program's file");
+    try {
+        trash.restore(trashed);
+        ADD_FAILURE() << "restored an item Kelo did not trash";
+    } catch (const KeloError& e) {
+        EXPECT_EQ(e.message(), "The item in the Trash is no longer the one Kelo moved there. Nothing was restored.");
+    }
+    EXPECT_FALSE(fs::exists(inbox / "a.png"));
+    EXPECT_TRUE(fs::exists(trashed.info));
+}
+
+TEST_F(TrashTest, VolumeTrashUsesStickyDotTrashOrFallsBackToDotTrashUid) {
+    const Trash trash = makeTrash();
+    const std::string uid = std::to_string(::getuid());
+    const fs::path topdir = dir / "volume";
+    fs::create_directories(topdir / "Jobs");
+
+    // No .Trash: $topdir/.Trash-$uid, with a Path relative to the top folder.
+    writeFile(topdir / "Jobs" / "a b.pdf", "x");
+    const TrashedItem first = trash.moveInto(trash.volumeTrash(topdir), topdir / "Jobs" / "a b.pdf");
+    EXPECT_EQ(first.trashed, topdir / (".Trash-" + uid) / "files" / "a b.pdf");
+    EXPECT_NE(readFile(first.info).find("\nPath=Jobs/a%20b.pdf\n"), std::string::npos);
+
+    // A .Trash that is not sticky is not used.
+    fs::create_directory(topdir / ".Trash");
+    EXPECT_EQ(trash.volumeTrash(topdir).root, topdir / (".Trash-" + uid));
+    // Nor is a link to a sticky folder.
+    fs::remove(topdir / ".Trash");
+    fs::create_directory(dir / "sticky");
+    ASSERT_EQ(::chmod((dir / "sticky").c_str(), 01777), 0);
+    fs::create_directory_symlink(dir / "sticky", topdir / ".Trash");
+    EXPECT_EQ(trash.volumeTrash(topdir).root, topdir / (".Trash-" + uid));
+    // A sticky .Trash gets a folder per user.
+    fs::remove(topdir / ".Trash");
+    fs::create_directory(topdir / ".Trash");
+    ASSERT_EQ(::chmod((topdir / ".Trash").c_str(), 01777), 0);
+    writeFile(topdir / "Jobs" / "c.pdf", "y");
+    const TrashedItem second = trash.moveInto(trash.volumeTrash(topdir), topdir / "Jobs" / "c.pdf");
+    EXPECT_EQ(second.trashed, topdir / ".Trash" / uid / "files" / "c.pdf");
+
+    trash.restore(second);
+    EXPECT_EQ(readFile(topdir / "Jobs" / "c.pdf"), "y");
+}
+
+TEST(TrashVolumeTest, TopFolderIsTheHighestAncestorOnTheItemsDevice) {
+    const auto devices = [](const fs::path& path) -> std::optional<std::uint64_t> {
+        const std::string text = path.native();
+        if (text.rfind("/media/usb", 0) == 0) return 2;  // a drive mounted at /media/usb
+        if (text == "/media/locked") return std::nullopt;
+        return 1;
+    };
+    EXPECT_EQ(Trash::volumeTop("/media/usb/Jobs/Hydro/a.psd", devices), fs::path("/media/usb"));
+    EXPECT_EQ(Trash::volumeTop("/media/usb/a.psd", devices), fs::path("/media/usb"));
+    EXPECT_EQ(Trash::volumeTop("/home/u/a.psd", devices), fs::path("/"));
+    EXPECT_EQ(Trash::volumeTop("/media/locked/x/a.psd", devices), fs::path("/media/locked/x"));
+}
+
+std::string run(const std::string& command) {
+    std::string output;
+    std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(command.c_str(), "r"), ::pclose);
+    if (!pipe) return output;
+    std::array<char, 4096> buffer{};
+    while (std::size_t n = std::fread(buffer.data(), 1, buffer.size(), pipe.get())) output.append(buffer.data(), n);
+    return output;
+}
+
+// Another tool reading the same Trash sees what Kelo put there.
+TEST_F(TrashTest, TrashListSeesKeloItemsAndKeloRestoresThem) {
+    if (std::system("command -v trash-list >/dev/null 2>&1") != 0) GTEST_SKIP() << "trash-list is not installed";
+    const fs::path item = inbox / "Hydro poster v2.png";
+    writeFile(item, "pixels");
+    const Trash trash = makeTrash();
+    const TrashedItem trashed = trash.moveToTrash(item);
+
+    const std::string listing =
+        run("HOME='" + home.native() + "' XDG_DATA_HOME='" + dataHome.native() + "' trash-list 2>/dev/null");
+    EXPECT_NE(listing.find(item.native()), std::string::npos) << listing;
+
+    trash.restore(trashed);
+    EXPECT_EQ(readFile(item), "pixels");
+    const std::string after =
+        run("HOME='" + home.native() + "' XDG_DATA_HOME='" + dataHome.native() + "' trash-list 2>/dev/null");
+    EXPECT_EQ(after.find(item.native()), std::string::npos) << after;
+}
+
+}  // namespace
+}  // namespace kelo
