@@ -283,10 +283,8 @@ OperationPlan OperationExecutor::undoPlan(const Uuid& batchID) const {
 
 std::vector<std::string> OperationExecutor::reconcile(const AccessScope& scope) {
     std::vector<std::string> messages;
-    std::vector<std::size_t> open = journal_->positionsWithStatus(OperationStatus::planned);
-    const auto started = journal_->positionsWithStatus(OperationStatus::started);
-    open.insert(open.end(), started.begin(), started.end());
-    std::sort(open.begin(), open.end());
+    const std::vector<std::size_t> open =
+        journal_->positionsWithStatus({OperationStatus::planned, OperationStatus::started});
 
     for (std::size_t position : open) {
         const PlannedOperation operation = journal_->document().entries[position].operation;
