@@ -23,7 +23,7 @@ std::unique_ptr<OperationExecutor> openExecutor(const PersistentData& data, cons
 
 }  // namespace
 
-Engine::Engine(const std::filesystem::path& dataDirectory, Clock clock)
+Engine::Engine(const std::filesystem::path& dataDirectory, Clock clock, Trash::Environment trash)
     : clock_(std::move(clock)),
       lock_(std::make_unique<ApplicationLock>(dataDirectory)),
       data_(loadPersistentData(dataDirectory)),
@@ -32,13 +32,17 @@ Engine::Engine(const std::filesystem::path& dataDirectory, Clock clock)
       files_(std::make_shared<const std::vector<FileRecord>>()),
       nameSuggestions_(std::make_shared<const std::vector<NameSuggestion>>()),
       studio_(std::make_shared<const StudioState>(data_.studio)),
-      ai_(std::make_shared<const AIState>(data_.ai)) {}
+      ai_(std::make_shared<const AIState>(data_.ai)),
+      trash_(std::move(trash)) {}
 
 SnapshotPtr Engine::snapshot(std::vector<std::string> messages, std::vector<std::string> issues) {
     auto out = std::make_shared<Snapshot>();
     out->state = state_;
     out->files = files_;
     out->classifications = classifications();
+    out->history = std::make_shared<const std::vector<HistoryBatch>>(
+        HistoryIndex::build(executor_->journal().document().entries));
+    out->canUndoTrash = lastTrashed_.has_value();
     out->messages = std::move(messages);
     out->issues = std::move(issues);
     out->studio = studio_;
@@ -154,6 +158,51 @@ SnapshotPtr Engine::removeGrant(const std::string& idText) {
     commitState(std::move(next));
     invalidateClassifications();
     return snapshot({"Removed folder " + path + ". Its files were left where they are."});
+}
+
+}  // namespace kelo
+
+namespace kelo {
+
+const FileRecord& Engine::findFile(const std::filesystem::path& path) const {
+    const std::string key = PathSafety::key(std::filesystem::absolute(path));
+    for (const auto& file : *files_)
+        if (PathSafety::key(file.url) == key) return file;
+    throw KeloError::unsafe(path.filename().string() + " is not a file in an approved inbox. Nothing changed.");
+}
+
+const Project& Engine::findProject(const std::string& nameOrId) const {
+    const auto& projects = state_->projects;
+    if (const auto id = Uuid::parse(nameOrId))
+        for (const auto& project : projects)
+            if (project.id == *id) return project;
+    for (const auto& project : projects)
+        if (project.name == nameOrId) return project;
+    auto lower = [](std::string text) {
+        std::transform(text.begin(), text.end(), text.begin(),
+                       [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+        return text;
+    };
+    for (const auto& project : projects)
+        if (lower(project.name) == lower(nameOrId)) return project;
+    throw KeloError::unsafe("No project is called " + nameOrId + ". Nothing changed.");
+}
+
+Engine::PlanRun Engine::runPlan(const OperationPlan& plan, const AccessScope& scope) {
+    PlanRun run{executor_->execute(plan, scope, state_->settings.dryRun), {}};
+    for (const auto& operation : plan.operations) {
+        const std::string name = operation.source.filename().string();
+        if (auto it = run.result.skipped.find(operation.id); it != run.result.skipped.end())
+            run.messages.push_back("Skipped " + name + ": " + it->second);
+        if (auto it = run.result.failed.find(operation.id); it != run.result.failed.end())
+            run.messages.push_back("Failed " + name + ": " + it->second);
+    }
+    run.messages.push_back(run.result.summary());
+    return run;
+}
+
+void Engine::setNameSuggestions(std::vector<NameSuggestion> suggestions) {
+    nameSuggestions_ = std::make_shared<const std::vector<NameSuggestion>>(std::move(suggestions));
 }
 
 }  // namespace kelo

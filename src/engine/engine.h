@@ -21,6 +21,7 @@
 #include "engine/snapshot.h"
 #include "model/date.h"
 #include "operations/operation_executor.h"
+#include "operations/trash.h"
 
 namespace kelo {
 
@@ -30,8 +31,9 @@ class Engine {
 public:
     // Start-up in its fixed order: the lock first, then the stores, then the journal
     // (opened and checkpointed) and the executor. Throws the fatal error; there is
-    // no engine then.
-    Engine(const std::filesystem::path& dataDirectory, Clock clock);
+    // no engine then. `trash` is the user's Trash unless a test hands in another.
+    Engine(const std::filesystem::path& dataDirectory, Clock clock,
+           Trash::Environment trash = Trash::Environment::current());
 
     // Fills the classification cache when it is stale, then copies what the front
     // ends show.
@@ -51,10 +53,38 @@ public:
     // Forgets one approved folder; nothing on disk changes.
     SnapshotPtr removeGrant(const std::string& idText);
 
+    // --- For the command files (engine/*_commands.cpp); engine thread only. ---
+
     const AppState& state() const { return *state_; }
     const std::filesystem::path& dataDirectory() const { return data_.dataDirectory; }
+    PersistentData& data() { return data_; }
     OperationExecutor& executor() { return *executor_; }
+    const Trash& trash() const { return trash_; }
     Date now() const { return clock_(); }
+    const std::vector<FileRecord>& files() const { return *files_; }
+
+    // The scanned inbox file at `path` (compared as standardised paths), or a
+    // refusal naming it.
+    const FileRecord& findFile(const std::filesystem::path& path) const;
+    // The project whose name (exactly, then ignoring case) or id text is `nameOrId`,
+    // or a refusal.
+    const Project& findProject(const std::string& nameOrId) const;
+
+    // Previews and runs a plan under the current dry-run setting in the current
+    // scope. Returns the result and the lines to show: each skipped or failed file
+    // with its reason, then the summary.
+    struct PlanRun {
+        BatchResult result;
+        std::vector<std::string> messages;
+    };
+    PlanRun runPlan(const OperationPlan& plan, const AccessScope& scope);
+
+    // The last file moved to the Trash, for a single-step undo; forgotten when the
+    // engine stops.
+    const std::optional<TrashedItem>& lastTrashed() const { return lastTrashed_; }
+    void setLastTrashed(std::optional<TrashedItem> item) { lastTrashed_ = std::move(item); }
+
+    void setNameSuggestions(std::vector<NameSuggestion> suggestions);
 
     // The approved folders as this command sees them, with grants renewed and saved.
     AccessScope openScope(std::vector<std::string>* errors = nullptr);
@@ -79,6 +109,8 @@ private:
     std::shared_ptr<const std::vector<NameSuggestion>> nameSuggestions_;
     std::shared_ptr<const StudioState> studio_;
     std::shared_ptr<const AIState> ai_;
+    Trash trash_;
+    std::optional<TrashedItem> lastTrashed_;
 };
 
 }  // namespace kelo

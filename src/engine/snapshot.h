@@ -15,6 +15,7 @@
 #include "model/app_state.h"
 #include "model/file_record.h"
 #include "naming/project_name_suggestions.h"
+#include "operations/history_index.h"
 
 namespace kelo {
 
@@ -23,6 +24,7 @@ struct Snapshot {
     std::shared_ptr<const std::vector<FileRecord>> files;
     // One per file of `files`, in the same order.
     std::shared_ptr<const std::vector<Classification>> classifications;
+    std::shared_ptr<const std::vector<HistoryBatch>> history;  // newest first
     std::vector<std::string> messages;  // what the last command wants the user to read
     std::vector<std::string> issues;    // standing problems
     std::shared_ptr<const StudioState> studio;

@@ -2,6 +2,26 @@
 
 namespace kelo {
 
+namespace {
+
+Json historyJson(const HistoryBatch& batch) {
+    Json out = Json::object();
+    JsonWriter w(out);
+    w.put("id", batch.id);
+    std::vector<std::uint64_t> indices(batch.indices.begin(), batch.indices.end());
+    w.put("indices", indices);
+    w.put("date", batch.date);
+    w.put("moved", batch.moved);
+    w.put("renamed", batch.renamed);
+    w.put("skipped", batch.skipped);
+    w.put("failed", batch.failed);
+    w.put("undone", batch.undone);
+    w.put("canUndo", batch.canUndo);
+    return out;
+}
+
+}  // namespace
+
 Json snapshotJson(const Snapshot& snapshot) {
     Json out = Json::object();
     JsonWriter w(out);
@@ -11,7 +31,11 @@ Json snapshotJson(const Snapshot& snapshot) {
     if (snapshot.nameSuggestions) w.put("nameSuggestions", *snapshot.nameSuggestions);
     w.put("messages", snapshot.messages);
     w.put("issues", snapshot.issues);
-    w.put("aiStorageIssue", snapshot.aiStorageIssue);
+    out["aiStorageIssue"] = snapshot.aiStorageIssue ? Json(*snapshot.aiStorageIssue) : Json(nullptr);
+    Json history = Json::array();
+    if (snapshot.history)
+        for (const auto& batch : *snapshot.history) history.push_back(historyJson(batch));
+    out["history"] = std::move(history);
     w.put("zipCleanupStatus", snapshot.zipCleanupStatus);
     w.put("zipCleanupEvents", snapshot.zipCleanupEvents);
     w.put("canUndoTrash", snapshot.canUndoTrash);

@@ -1,0 +1,38 @@
+// How the `kelo` command is put together: each file under cli/ registers its
+// sub-commands, each with what it runs on the engine and how it prints the result
+// for people. main.cpp parses, starts one engine, scans, runs the chosen command and
+// prints its snapshot (or the snapshot as JSON with --json).
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+#include <ostream>
+#include <vector>
+
+#include "engine/engine_worker.h"
+
+namespace kelo::cli {
+
+struct Command {
+    CLI::App* app = nullptr;
+    // Runs on the engine after the scan; null means the scan's snapshot is the result.
+    std::function<SnapshotPtr(Engine&)> run;
+    // Prints the result for people.
+    std::function<void(std::ostream&, const Snapshot&)> print;
+    // False for commands that need no engine (they print on their own in `run`-less form).
+    bool needsEngine = true;
+};
+
+using Commands = std::vector<Command>;
+
+// One function per file of cli/, each adding its sub-commands to `app`.
+void addInboxCommands(CLI::App& app, Commands& commands);     // inbox_commands.cpp: scan, info
+void addSettingsCommands(CLI::App& app, Commands& commands);  // settings_commands.cpp
+void addGrantCommands(CLI::App& app, Commands& commands);     // grant_commands.cpp
+void addProjectCommands(CLI::App& app, Commands& commands);   // project_commands.cpp
+void addFileCommands(CLI::App& app, Commands& commands);      // file_commands.cpp
+void addLearningCommands(CLI::App& app, Commands& commands);  // learning_commands.cpp
+void addTrashCommands(CLI::App& app, Commands& commands);     // trash_commands.cpp
+
+}  // namespace kelo::cli
