@@ -33,12 +33,6 @@ std::string describe(const std::exception& error) {
     return error.what();
 }
 
-OperationToValidate toValidate(const PlannedOperation& operation) {
-    static constexpr OperationKind kKinds[] = {OperationKind::move, OperationKind::rename, OperationKind::undo,
-                                               OperationKind::createDirectory};
-    return {kKinds[static_cast<int>(operation.type)], operation.source, operation.destination, operation.expected};
-}
-
 std::optional<FileIdentity> identityIfPresent(const std::filesystem::path& path) {
     try {
         return Metadata::identity(path);
@@ -81,7 +75,7 @@ bool OperationExecutor::journalWritable() {
 }
 
 void OperationExecutor::validate(const PlannedOperation& operation, const AccessScope& scope) const {
-    validator_.validate(toValidate(operation), scope, true, clock_());
+    validator_.validate(operation, scope, true, clock_());
 }
 
 std::optional<std::string> OperationExecutor::issueFor(const OperationPlan& plan, const PlannedOperation& operation,
@@ -99,7 +93,7 @@ std::optional<std::string> OperationExecutor::issueFor(const OperationPlan& plan
     if (operation.type != OperationType::createDirectory && isDirectoryEntry(operation.source))
         return std::string(kDirectoryEntry);
     try {
-        validator_.validate(toValidate(operation), scope, journalAvailable, clock_());
+        validator_.validate(operation, scope, journalAvailable, clock_());
     } catch (const std::exception& error) {
         return describe(error);
     }

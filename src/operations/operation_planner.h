@@ -22,7 +22,7 @@ namespace kelo {
 
 // One classified file as `clean` reads it: the file, the project it was predicted
 // for (absent when the classification carries no prediction) and its category.
-// Stands in for the classifier's Classification until the two are joined.
+// The engine builds these from the classifications that are "Ready".
 struct CleanCandidate {
     FileRecord file;
     std::optional<Uuid> predictedProject;

@@ -37,7 +37,7 @@ std::string lastComponentAsWritten(const fs::path& path) {
     return slash == std::string::npos ? text : text.substr(slash + 1);
 }
 
-void checkScopeAndNames(const OperationToValidate& operation, const fs::path& source, const fs::path& destination,
+void checkScopeAndNames(const PlannedOperation& operation, const fs::path& source, const fs::path& destination,
                         const AccessScope& scope) {
     if (!scope.allows(source) || !scope.allows(destination))
         refuse("Folder access is missing or revoked. Reconnect the approved folders.");
@@ -86,7 +86,7 @@ std::uint64_t checkDestinationFolderWritable(const fs::path& destination) {
 
 }  // namespace
 
-void SafetyValidator::validate(const OperationToValidate& operation, const AccessScope& scope, bool journalAvailable,
+void SafetyValidator::validate(const PlannedOperation& operation, const AccessScope& scope, bool journalAvailable,
                                Date now) const {
     if (!journalAvailable) refuse("Journal unavailable. No files were modified.");
 
@@ -98,10 +98,10 @@ void SafetyValidator::validate(const OperationToValidate& operation, const Acces
     PathSafety::noSymbolicComponents(operation.destination);
     checkNothingAtDestination(destination);
 
-    if (operation.type != OperationKind::createDirectory)
+    if (operation.type != OperationType::createDirectory)
         checkSourceUnchanged(source, operation.expected, now, stabilityInterval);
-    if (operation.type == OperationKind::move) checkMoveRoles(source, destination, scope);
-    if (operation.type == OperationKind::rename) checkRenameStaysInPlace(source, destination);
+    if (operation.type == OperationType::move) checkMoveRoles(source, destination, scope);
+    if (operation.type == OperationType::rename) checkRenameStaysInPlace(source, destination);
 
     const std::uint64_t device = checkDestinationFolderWritable(destination);
     if (operation.expected && operation.expected->device != device)

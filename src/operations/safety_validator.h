@@ -12,21 +12,9 @@
 #include "access/access_scope.h"
 #include "model/date.h"
 #include "model/file_record.h"
+#include "operations/operation_plan.h"
 
 namespace kelo {
-
-// The kinds of planned operation, in their stored order.
-enum class OperationKind { move, rename, undo, createDirectory };
-
-// The fields of a planned operation that validation reads. Stands in for the
-// plan's own operation record until the two are joined; the names are the same.
-struct OperationToValidate {
-    OperationKind type = OperationKind::move;
-    std::filesystem::path source;
-    std::filesystem::path destination;
-    // The source's identity when the plan was made; absent for createDirectory.
-    std::optional<FileIdentity> expected;
-};
 
 struct SafetyValidator {
     // A file modified less than this many seconds before `now` may still be being
@@ -37,7 +25,7 @@ struct SafetyValidator {
     // refusal, std::system_error when the file system itself cannot answer (a
     // vanished source, an unreadable folder). `now` is passed in so the caller
     // decides the clock.
-    void validate(const OperationToValidate& operation, const AccessScope& scope, bool journalAvailable,
+    void validate(const PlannedOperation& operation, const AccessScope& scope, bool journalAvailable,
                   Date now) const;
 };
 

@@ -53,15 +53,15 @@ protected:
         ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW), 0);
     }
 
-    OperationToValidate op(OperationKind type, const fs::path& source, const fs::path& destination) {
+    PlannedOperation op(OperationType type, const fs::path& source, const fs::path& destination) {
         std::optional<FileIdentity> expected;
-        if (type != OperationKind::createDirectory) expected = Metadata::identity(source);
-        return OperationToValidate{type, source, destination, expected};
+        if (type != OperationType::createDirectory) expected = Metadata::identity(source);
+        return PlannedOperation{Uuid::random(), Uuid::random(), source, destination, expected, type, std::nullopt};
     }
-    OperationToValidate fileIt() { return op(OperationKind::move, inbox / "a.pdf", job / "a.pdf"); }
+    PlannedOperation fileIt() { return op(OperationType::move, inbox / "a.pdf", job / "a.pdf"); }
 
     // The refusal `validate` gives, or "" when the operation passes.
-    std::string refusal(const OperationToValidate& operation, bool journal = true) {
+    std::string refusal(const PlannedOperation& operation, bool journal = true) {
         try {
             validator.validate(operation, scope, journal, now);
         } catch (const KeloError& error) {
@@ -81,52 +81,52 @@ protected:
 
 TEST_F(SafetyValidatorTest, WellFormedOperationsPass) {
     EXPECT_EQ(refusal(fileIt()), "");
-    EXPECT_EQ(refusal(op(OperationKind::rename, inbox / "a.pdf", inbox / "brief.pdf")), "");
-    EXPECT_EQ(refusal(op(OperationKind::createDirectory, job, job / "Working")), "");
+    EXPECT_EQ(refusal(op(OperationType::rename, inbox / "a.pdf", inbox / "brief.pdf")), "");
+    EXPECT_EQ(refusal(op(OperationType::createDirectory, job, job / "Working")), "");
     // A missing parent passes when the nearest existing ancestor is a writable folder.
-    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", job / "Export/Social/a.pdf")), "");
+    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", job / "Export/Social/a.pdf")), "");
     // Undo has no role check: it may put a file back into its inbox.
     writeFile(job / "b.pdf", "b");
     setModified(job / "b.pdf", kModified);
-    EXPECT_EQ(refusal(op(OperationKind::undo, job / "b.pdf", inbox / "b.pdf")), "");
+    EXPECT_EQ(refusal(op(OperationType::undo, job / "b.pdf", inbox / "b.pdf")), "");
 }
 
 TEST_F(SafetyValidatorTest, JournalIsCheckedFirst) {
-    auto operation = op(OperationKind::move, inbox / "a.pdf", "/elsewhere/a:b");
+    auto operation = op(OperationType::move, inbox / "a.pdf", "/elsewhere/a:b");
     EXPECT_EQ(refusal(operation, /*journal=*/false), "Journal unavailable. No files were modified.");
     EXPECT_EQ(refusal(operation), kRevoked);
 }
 
 TEST_F(SafetyValidatorTest, BothEndsMustLieInsideApprovedRoots) {
     writeFile(dir / "Documents/x.pdf", "x");
-    EXPECT_EQ(refusal(op(OperationKind::move, dir / "Documents/x.pdf", job / "x.pdf")), kRevoked);
-    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", dir / "Documents/a.pdf")), kRevoked);
-    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", job / "../../Documents/a.pdf")), kRevoked);
-    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", dir / "Projects2/a.pdf")), kRevoked);
+    EXPECT_EQ(refusal(op(OperationType::move, dir / "Documents/x.pdf", job / "x.pdf")), kRevoked);
+    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", dir / "Documents/a.pdf")), kRevoked);
+    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", job / "../../Documents/a.pdf")), kRevoked);
+    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", dir / "Projects2/a.pdf")), kRevoked);
     scope = AccessScope{};
     EXPECT_EQ(refusal(fileIt()), kRevoked);
 }
 
 TEST_F(SafetyValidatorTest, DestinationNameRules) {
     const std::string stem255(251, 'n');
-    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", job / (stem255 + ".pdf"))), "");
-    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", job / (stem255 + "n.pdf"))), kBadName);
+    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", job / (stem255 + ".pdf"))), "");
+    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", job / (stem255 + "n.pdf"))), kBadName);
     // The file system would take ":", we do not.
-    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", job / "a:b.pdf")), kBadName);
-    EXPECT_EQ(refusal(op(OperationKind::createDirectory, job, job.native() + "/New/..")), kBadName);
-    EXPECT_EQ(refusal(op(OperationKind::rename, inbox / "a.pdf", inbox / "a.pdf")),
+    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", job / "a:b.pdf")), kBadName);
+    EXPECT_EQ(refusal(op(OperationType::createDirectory, job, job.native() + "/New/..")), kBadName);
+    EXPECT_EQ(refusal(op(OperationType::rename, inbox / "a.pdf", inbox / "a.pdf")),
               "Source and destination are identical.");
-    EXPECT_EQ(refusal(op(OperationKind::rename, inbox / "a.pdf", inbox.native() + "/./a.pdf")),
+    EXPECT_EQ(refusal(op(OperationType::rename, inbox / "a.pdf", inbox.native() + "/./a.pdf")),
               "Source and destination are identical.");
 }
 
 TEST_F(SafetyValidatorTest, SymbolicLinksAnywhereAreRefused) {
     // A link to a folder inside the same home is refused all the same.
     fs::create_directory_symlink(job, home / "Shortcut");
-    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", home / "Shortcut/a.pdf")),
+    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", home / "Shortcut/a.pdf")),
               linkMessage(home / "Shortcut"));
     // Standardizing would hide this one; the kernel would still pass through the link.
-    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", home / "Shortcut/../Job/a.pdf")),
+    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", home / "Shortcut/../Job/a.pdf")),
               linkMessage(home / "Shortcut"));
 
     fs::create_symlink(inbox / "a.pdf", inbox / "a-link.pdf");
@@ -135,7 +135,7 @@ TEST_F(SafetyValidatorTest, SymbolicLinksAnywhereAreRefused) {
     EXPECT_EQ(refusal(linked), linkMessage(inbox / "a-link.pdf"));
 
     fs::create_symlink(dir / "nowhere", job / "dangling.pdf");
-    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", job / "dangling.pdf")),
+    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", job / "dangling.pdf")),
               linkMessage(job / "dangling.pdf"));
 }
 
@@ -153,7 +153,7 @@ TEST_F(SafetyValidatorTest, NothingIsEverReplaced) {
     writeFile(job / "a.pdf", "other");
     EXPECT_EQ(refusal(fileIt()), "Name conflict: a.pdf already exists. Nothing was overwritten.");
     fs::create_directories(job / "Working");
-    EXPECT_EQ(refusal(op(OperationKind::createDirectory, job, job / "Working")),
+    EXPECT_EQ(refusal(op(OperationType::createDirectory, job, job / "Working")),
               "Name conflict: Working already exists. Nothing was overwritten.");
 }
 
@@ -202,44 +202,44 @@ TEST_F(SafetyValidatorTest, RecentlyModifiedFilesAreLeftAlone) {
     now = Date::fromTimespec(kModified - 3600, 0);  // modified "in the future"
     EXPECT_EQ(refusal(fileIt()), kActive);
     // Folders being created have no file to wait for.
-    EXPECT_EQ(refusal(op(OperationKind::createDirectory, job, job / "New")), "");
+    EXPECT_EQ(refusal(op(OperationType::createDirectory, job, job / "New")), "");
 }
 
 TEST_F(SafetyValidatorTest, MovesFollowTheFolderRoles) {
     // From a sub-folder of an inbox: not a loose file of that inbox.
-    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "sub/deep.pdf", job / "deep.pdf")), kRoles);
+    EXPECT_EQ(refusal(op(OperationType::move, inbox / "sub/deep.pdf", job / "deep.pdf")), kRoles);
     // Into an inbox: files land only in project homes.
     writeFile(job / "j.pdf", "j");
     setModified(job / "j.pdf", kModified);
-    EXPECT_EQ(refusal(op(OperationKind::move, job / "j.pdf", inbox / "j.pdf")), kRoles);
+    EXPECT_EQ(refusal(op(OperationType::move, job / "j.pdf", inbox / "j.pdf")), kRoles);
     // Within project homes: allowed.
     fs::create_directories(home / "Other");
-    EXPECT_EQ(refusal(op(OperationKind::move, job / "j.pdf", home / "Other/j.pdf")), "");
+    EXPECT_EQ(refusal(op(OperationType::move, job / "j.pdf", home / "Other/j.pdf")), "");
     // No home at all: every move fails.
     scope.homes.clear();
-    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", inbox / "sub/a.pdf")), kRoles);
+    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", inbox / "sub/a.pdf")), kRoles);
 }
 
 TEST_F(SafetyValidatorTest, SubFolderOfAnInboxMayMoveWhenItLiesInAHome) {
     scope = AccessScope{{inbox}, {inbox / "sub"}};
     fs::create_directories(inbox / "sub/Job");
-    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "sub/deep.pdf", inbox / "sub/Job/deep.pdf")), "");
-    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", inbox / "sub/Job/a.pdf")), "");
+    EXPECT_EQ(refusal(op(OperationType::move, inbox / "sub/deep.pdf", inbox / "sub/Job/deep.pdf")), "");
+    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", inbox / "sub/Job/a.pdf")), "");
 }
 
 TEST_F(SafetyValidatorTest, RenamesStayInTheirFolderAndKeepTheExtension) {
-    EXPECT_EQ(refusal(op(OperationKind::rename, inbox / "a.pdf", inbox / "a.PDF")), kRename);
-    EXPECT_EQ(refusal(op(OperationKind::rename, inbox / "a.pdf", inbox / "a.png")), kRename);
-    EXPECT_EQ(refusal(op(OperationKind::rename, inbox / "a.pdf", inbox / "a")), kRename);
-    EXPECT_EQ(refusal(op(OperationKind::rename, inbox / "a.pdf", inbox / "sub/b.pdf")), kRename);
+    EXPECT_EQ(refusal(op(OperationType::rename, inbox / "a.pdf", inbox / "a.PDF")), kRename);
+    EXPECT_EQ(refusal(op(OperationType::rename, inbox / "a.pdf", inbox / "a.png")), kRename);
+    EXPECT_EQ(refusal(op(OperationType::rename, inbox / "a.pdf", inbox / "a")), kRename);
+    EXPECT_EQ(refusal(op(OperationType::rename, inbox / "a.pdf", inbox / "sub/b.pdf")), kRename);
     writeFile(inbox / "README", "r");
     setModified(inbox / "README", kModified);
-    EXPECT_EQ(refusal(op(OperationKind::rename, inbox / "README", inbox / "NOTES")), "");
+    EXPECT_EQ(refusal(op(OperationType::rename, inbox / "README", inbox / "NOTES")), "");
 }
 
 TEST_F(SafetyValidatorTest, DestinationFolderMustBeAWritableFolder) {
     writeFile(job / "file.txt", "not a folder");
-    EXPECT_EQ(refusal(op(OperationKind::move, inbox / "a.pdf", job / "file.txt/a.pdf")), kNotWritable);
+    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", job / "file.txt/a.pdf")), kNotWritable);
 
     // Root may write anywhere, so the refusal is checked as an unprivileged user;
     // the same user may file into a folder it can write, so the check is not blind.
@@ -247,7 +247,7 @@ TEST_F(SafetyValidatorTest, DestinationFolderMustBeAWritableFolder) {
     fs::permissions(home / "Open", fs::perms::all);
     ASSERT_EQ(::chmod(job.c_str(), 0555), 0);  // writable by root alone
     const auto closed = fileIt();
-    const auto open = op(OperationKind::move, inbox / "a.pdf", home / "Open/New/a.pdf");
+    const auto open = op(OperationType::move, inbox / "a.pdf", home / "Open/New/a.pdf");
     const std::string answer = testing::runUnprivileged([&] { return refusal(closed) + "|" + refusal(open); });
     EXPECT_EQ(answer, kNotWritable + "|");
 }
@@ -262,12 +262,12 @@ TEST_F(SafetyValidatorTest, CrossVolumeMovesAreRefused) {
     const fs::path otherHome = fs::path("/dev/shm") / other.path().filename();
     fs::create_directories(otherHome);
     scope.homes.push_back(otherHome);
-    const std::string answer = refusal(op(OperationKind::move, inbox / "a.pdf", otherHome / "a.pdf"));
+    const std::string answer = refusal(op(OperationType::move, inbox / "a.pdf", otherHome / "a.pdf"));
     fs::remove_all(otherHome);
     EXPECT_EQ(answer, kCrossVolume);
 
     // An expected identity from another device is refused even without a move.
-    auto folder = op(OperationKind::createDirectory, job, job / "New");
+    auto folder = op(OperationType::createDirectory, job, job / "New");
     folder.expected = FileIdentity{here.st_dev + 1, 1, 0, Date{}};
     EXPECT_EQ(refusal(folder), kCrossVolume);
 }
