@@ -57,6 +57,33 @@ void printInbox(std::ostream& out, const Snapshot& snapshot) {
     printMessages(out, snapshot);
 }
 
+void printRun(std::ostream& out, const Snapshot& snapshot) {
+    bool conflict = false;
+    for (const auto& message : snapshot.messages) {
+        out << message << "\n";
+        if (message.find("Name conflict: ") != std::string::npos) conflict = true;
+    }
+    if (snapshot.state->settings.dryRun)
+        out << "Dry run is on: nothing was changed. Turn it off with: kelo settings --dry-run off\n";
+    if (conflict) out << "To keep both files: kelo keep-both FILE --project PROJECT\n";
+    for (const auto& issue : snapshot.issues) out << "  ! " << issue << "\n";
+}
+
+void printHistory(std::ostream& out, const Snapshot& snapshot) {
+    if (!snapshot.history || snapshot.history->empty()) {
+        out << "Nothing has been done yet.\n";
+        return;
+    }
+    for (const auto& batch : *snapshot.history) {
+        out << localTimestamp(batch.date) << "  " << batch.moved << " moved, " << batch.renamed << " renamed, "
+            << batch.skipped << " skipped, " << batch.failed << " failed";
+        if (batch.undone > 0) out << ", " << batch.undone << " undone";
+        out << "\n    batch " << batch.id.text();
+        if (batch.canUndo) out << "  (undo: kelo undo " << batch.id.text() << ")";
+        out << "\n";
+    }
+}
+
 void printSettings(std::ostream& out, const Snapshot& snapshot) {
     const Settings& s = snapshot.state->settings;
     out << "Dry run:          " << (s.dryRun ? "on  (turn off with: kelo settings --dry-run off)" : "off") << "\n"
