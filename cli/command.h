@@ -15,6 +15,10 @@
 namespace kelo::cli {
 
 struct Command {
+    Command(CLI::App* app, std::function<SnapshotPtr(Engine&)> run,
+            std::function<void(std::ostream&, const Snapshot&)> print, bool needsEngine = true)
+        : app(app), run(std::move(run)), print(std::move(print)), needsEngine(needsEngine) {}
+
     CLI::App* app = nullptr;
     // Runs on the engine after the scan; null means the scan's snapshot is the result.
     std::function<SnapshotPtr(Engine&)> run;
@@ -22,6 +26,8 @@ struct Command {
     std::function<void(std::ostream&, const Snapshot&)> print;
     // False for commands that need no engine (they print on their own in `run`-less form).
     bool needsEngine = true;
+    // A command that runs on its own, with its own engine (the demo); returns the exit status.
+    std::function<int(std::ostream&)> standalone;
 };
 
 using Commands = std::vector<Command>;
@@ -34,5 +40,6 @@ void addProjectCommands(CLI::App& app, Commands& commands);   // project_command
 void addFileCommands(CLI::App& app, Commands& commands);      // file_commands.cpp
 void addLearningCommands(CLI::App& app, Commands& commands);  // learning_commands.cpp
 void addTrashCommands(CLI::App& app, Commands& commands);     // trash_commands.cpp
+void addDemoCommand(CLI::App& app, Commands& commands);       // demo_command.cpp
 
 }  // namespace kelo::cli

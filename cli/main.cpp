@@ -43,6 +43,7 @@ int main(int argc, char** argv) {
     kelo::cli::addFileCommands(app, commands);
     kelo::cli::addLearningCommands(app, commands);
     kelo::cli::addTrashCommands(app, commands);
+    kelo::cli::addDemoCommand(app, commands);
     Options options;
     addGlobalOptions(app, options);
 
@@ -65,6 +66,17 @@ int main(int argc, char** argv) {
     if (chosen == nullptr) {
         std::cerr << app.help();
         return 2;
+    }
+
+    if (chosen->standalone) {
+        try {
+            return chosen->standalone(std::cout);
+        } catch (const kelo::KeloError& e) {
+            std::cerr << e.message() << "\n";
+        } catch (const std::exception& e) {
+            std::cerr << e.what() << "\n";
+        }
+        return 1;
     }
 
     std::optional<std::filesystem::path> override;

@@ -190,6 +190,19 @@ const Project& Engine::findProject(const std::string& nameOrId) const {
 
 Engine::PlanRun Engine::runPlan(const OperationPlan& plan, const AccessScope& scope) {
     PlanRun run{executor_->execute(plan, scope, state_->settings.dryRun), {}};
+    constexpr std::size_t kListedMoves = 50;
+    std::size_t listed = 0;
+    for (const auto& operation : plan.operations) {
+        if (operation.type == OperationType::createDirectory) continue;
+        if (std::find(run.result.completed.begin(), run.result.completed.end(), operation.id) ==
+            run.result.completed.end())
+            continue;
+        if (listed++ < kListedMoves)
+            run.messages.push_back((operation.type == OperationType::rename ? "Renamed " : "Moved ") +
+                                   operation.source.filename().string() + " to " + operation.destination.string());
+    }
+    if (listed > kListedMoves)
+        run.messages.push_back("... and " + std::to_string(listed - kListedMoves) + " more.");
     for (const auto& operation : plan.operations) {
         const std::string name = operation.source.filename().string();
         if (auto it = run.result.skipped.find(operation.id); it != run.result.skipped.end())
