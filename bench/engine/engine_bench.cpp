@@ -1,0 +1,240 @@
+// Engine benchmarks, each printed as a ratio to a floor measured in the same run:
+//   start-up with a 20,000-entry journal, 20,000 feedback entries and 500 projects,
+//     against a bare read of the same files (aim: under 0.3 s);
+//   the first snapshot (scan + classify) of a 20,000-file inbox against 500
+//     projects, with peak memory, against a bare listing of the inbox (aim: under
+//     1.5 s and 400 MB);
+//   clean of 1,000 "Ready" files with a 20,000-entry journal, against a bare loop of
+//     the same exclusive renames with the same two folder syncs each (aim: 3x).
+// Each measurement runs in a child process so peak memory is its own.
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <dirent.h>
+#include <sys/stat.h>
+#include <linux/fs.h>
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <random>
+#include <string>
+
+#include "classify/learning.h"
+#include "engine/engine.h"
+#include "engine/file_commands.h"
+#include "operations/operation_journal.h"
+#include "store/local_store.h"
+
+namespace fs = std::filesystem;
+using namespace kelo;
+
+namespace {
+
+using Steady = std::chrono::steady_clock;
+
+double seconds(Steady::time_point since) { return std::chrono::duration<double>(Steady::now() - since).count(); }
+
+// Runs `measure` in a child; returns its seconds and the child's peak memory in MB.
+std::pair<double, double> inChild(const std::function<double()>& measure) {
+    int pipeFds[2];
+    if (pipe(pipeFds) != 0) return {-1, -1};
+    const pid_t child = fork();
+    if (child == 0) {
+        close(pipeFds[0]);
+        double result = -1;
+        try {
+            result = measure();
+        } catch (const std::exception& e) {
+            std::fprintf(stderr, "measurement failed: %s\n", e.what());
+        }
+        rusage usage{};
+        getrusage(RUSAGE_SELF, &usage);
+        double out[2] = {result, static_cast<double>(usage.ru_maxrss) / 1024.0};
+        (void)!write(pipeFds[1], out, sizeof out);
+        _exit(0);
+    }
+    close(pipeFds[1]);
+    double in[2] = {-1, -1};
+    (void)!read(pipeFds[0], in, sizeof in);
+    close(pipeFds[0]);
+    waitpid(child, nullptr, 0);
+    return {in[0], in[1]};
+}
+
+std::string word(std::mt19937& random) {
+    static const char* syllables[] = {"ka", "lo", "mi", "ra", "su", "ten", "vo", "ha", "ne", "qui", "do", "xa", "pe",
+                                      "ri", "mo", "an", "ti", "bu", "ge", "lu"};
+    std::uniform_int_distribution<int> pick(0, 19);
+    return std::string(syllables[pick(random)]) + syllables[pick(random)] + syllables[pick(random)];
+}
+
+struct World {
+    fs::path root;
+    fs::path data;
+    fs::path inbox;
+    fs::path home;
+    std::vector<std::string> projectNames;
+};
+
+// 500 projects (two aliases each), 20,000 feedback entries and 20,000 journal
+// entries, written as a long-time user's data directory would hold them.
+World makeWorld(const fs::path& root) {
+    World world{root, root / "data", root / "Inbox", root / "Projects", {}};
+    fs::create_directories(world.data);
+    fs::create_directories(world.inbox);
+    std::mt19937 random(7);
+    AppState state;
+    FolderGrant inboxGrant{Uuid::random(), {}, world.inbox.string(), FolderGrant::Role::watch};
+    state.grants.push_back(inboxGrant);
+    for (int i = 0; i < 500; ++i) {
+        const std::string name = word(random) + " " + word(random);
+        world.projectNames.push_back(name);
+        fs::create_directories(world.home / name);
+        state.projects.push_back(Project::make(name, world.home / name, {word(random), word(random) + " " + word(random)}));
+    }
+    Learning learning(state.learning);
+    for (int i = 0; i < 20000; ++i) {
+        const auto& project = state.projects[static_cast<std::size_t>(i % 500)];
+        learning.record(world.projectNames[static_cast<std::size_t>(i % 500)] + " " + word(random) + ".png", project.id,
+                        std::nullopt, Uuid::random(), Date::now());
+    }
+    LocalStore<AppState>(world.data / "state.json").save(state);
+
+    JournalDocument journal;
+    const Uuid batch = Uuid::random();
+    for (int i = 0; i < 20000; ++i) {
+        PlannedOperation operation{Uuid::random(), i % 50 == 0 ? Uuid::random() : batch,
+                                   world.inbox / ("old " + std::to_string(i) + ".png"),
+                                   world.home / world.projectNames[static_cast<std::size_t>(i % 500)] / "Export" /
+                                       ("old " + std::to_string(i) + ".png"),
+                                   FileIdentity{1, static_cast<std::uint64_t>(i), 100, Date::now()},
+                                   OperationType::move, std::nullopt};
+        journal.entries.push_back({operation, Date::now(), OperationStatus::completed, std::nullopt, std::nullopt});
+    }
+    LocalStore<JournalDocument>(world.data / "journal.json").save(journal);
+    return world;
+}
+
+void writeInbox(const World& world, int count, const std::function<std::string(int)>& nameOf) {
+    for (int i = 0; i < count; ++i) std::ofstream(world.inbox / nameOf(i)) << "x";
+}
+
+Engine startEngine(const World& world) {
+    return Engine(world.data, [] { return Date::now().adding(3600); },
+                  Trash::Environment{world.root / "trash", getuid(), Date::now});
+}
+
+double bareRead(const World& world) {
+    const auto start = Steady::now();
+    std::size_t bytes = 0;
+    for (const char* name : {"state.json", "journal.json"}) {
+        std::ifstream in(world.data / name, std::ios::binary);
+        std::string all((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        bytes += all.size();
+    }
+    if (bytes == 0) return -1;
+    return seconds(start);
+}
+
+double bareListing(const fs::path& folder) {
+    const auto start = Steady::now();
+    DIR* listing = opendir(folder.c_str());
+    std::size_t files = 0;
+    while (const dirent* entry = readdir(listing)) {
+        struct stat info {};
+        if (fstatat(dirfd(listing), entry->d_name, &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(info.st_mode)) ++files;
+    }
+    closedir(listing);
+    return files > 0 ? seconds(start) : -1;
+}
+
+double bareRenames(const World& world, int count) {
+    const fs::path from = world.root / "floor-from";
+    const fs::path to = world.root / "floor-to";
+    fs::create_directories(from);
+    fs::create_directories(to);
+    for (int i = 0; i < count; ++i) std::ofstream(from / std::to_string(i)) << "x";
+    const int fromFd = open(from.c_str(), O_RDONLY | O_DIRECTORY);
+    const int toFd = open(to.c_str(), O_RDONLY | O_DIRECTORY);
+    const auto start = Steady::now();
+    for (int i = 0; i < count; ++i) {
+        const std::string name = std::to_string(i);
+        syscall(SYS_renameat2, fromFd, name.c_str(), toFd, name.c_str(), RENAME_NOREPLACE);
+        fsync(fromFd);
+        fsync(toFd);
+    }
+    const double elapsed = seconds(start);
+    close(fromFd);
+    close(toFd);
+    return elapsed;
+}
+
+}  // namespace
+
+int main() {
+    const fs::path base = fs::temp_directory_path() / ("kelo-bench-engine-" + std::to_string(getpid()));
+    fs::remove_all(base);
+    std::printf("Preparing a data directory with 500 projects, 20,000 feedback entries and 20,000 journal entries...\n");
+    const World world = makeWorld(base);
+
+    const auto [readFloor, readMemory] = inChild([&] { return bareRead(world); });
+    const auto [startup, startupMemory] = inChild([&] {
+        const auto start = Steady::now();
+        Engine engine = startEngine(world);
+        return seconds(start);
+    });
+    std::printf("start-up  bare read of state.json + journal.json  %8.1f ms   1.00x\n", readFloor * 1e3);
+    std::printf("start-up  engine (lock, stores, journal)          %8.1f ms   %.2fx  peak %.0f MB  (aim < 300 ms)\n",
+                startup * 1e3, startup / readFloor, startupMemory);
+
+    writeInbox(world, 20000, [&](int i) {
+        const auto& project = world.projectNames[static_cast<std::size_t>(i % 500)];
+        return i % 3 == 0 ? "IMG_" + std::to_string(100000 + i) + ".jpg" : project + " file " + std::to_string(i) + ".png";
+    });
+    const auto [listFloor, listMemory] = inChild([&] { return bareListing(world.inbox); });
+    const auto [first, firstMemory] = inChild([&] {
+        Engine engine = startEngine(world);
+        const auto start = Steady::now();
+        const auto snapshot = engine.scan();
+        if (snapshot->classifications->size() != 20000) return -1.0;
+        return seconds(start);
+    });
+    std::printf("snapshot  bare listing of the 20,000-file inbox   %8.1f ms   1.00x\n", listFloor * 1e3);
+    std::printf("snapshot  first scan + classify                   %8.1f ms   %.2fx  peak %.0f MB  (aim < 1500 ms, < 400 MB)\n",
+                first * 1e3, first / listFloor, firstMemory);
+
+    // Clean: 1,000 files that are Ready for their project, the journal already long.
+    fs::remove_all(world.inbox);
+    fs::create_directories(world.inbox);
+    writeInbox(world, 1000, [&](int i) {
+        return world.projectNames[static_cast<std::size_t>(i % 20)] + " asset " + std::to_string(i) + ".png";
+    });
+    const auto [renameFloor, floorMemory] = inChild([&] { return bareRenames(world, 1000); });
+    const auto [clean, cleanMemory] = inChild([&] {
+        Engine engine = startEngine(world);
+        Settings settings = engine.state().settings;
+        settings.dryRun = false;
+        settings.groupBySubjob = false;
+        settings.thresholds = {75, 50};
+        engine.updateSettings(settings);
+        engine.scan();
+        engine.classifications();
+        const auto start = Steady::now();
+        const auto snapshot = FileCommands::clean(engine);
+        const double elapsed = seconds(start);
+        return snapshot->files->empty() ? elapsed : -1.0;
+    });
+    std::printf("clean     bare renameat2 + 2 folder syncs x1000   %8.1f ms   1.00x\n", renameFloor * 1e3);
+    std::printf("clean     1,000 Ready files, 20,000-entry journal %8.1f ms   %.2fx  peak %.0f MB  (aim <= 3x)\n",
+                clean * 1e3, clean / renameFloor, cleanMemory);
+    (void)readMemory;
+    (void)listMemory;
+    (void)floorMemory;
+    fs::remove_all(base);
+    return 0;
+}
