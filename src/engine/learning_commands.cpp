@@ -26,8 +26,7 @@ SnapshotPtr commitLearning(Engine& engine, AppState next, std::vector<std::strin
     return engine.snapshot(std::move(messages));
 }
 
-// The project the classifier currently puts first for this file, if it has any
-// evidence for one.
+// How the file is classified now (what the user is answering), if it was scanned.
 std::optional<Classification> classificationOf(Engine& engine, const FileRecord& file) {
     const std::string fingerprint = file.fingerprint();
     for (const auto& classification : *engine.classifications())
