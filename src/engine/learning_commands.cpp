@@ -26,6 +26,11 @@ SnapshotPtr commitLearning(Engine& engine, AppState next, std::vector<std::strin
     return engine.snapshot(std::move(messages));
 }
 
+// "1 decision", "2 decisions".
+std::string counted(std::size_t count, const std::string& noun) {
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
 // How the file is classified now (what the user is answering), if it was scanned.
 std::optional<Classification> classificationOf(Engine& engine, const FileRecord& file) {
     const std::string fingerprint = file.fingerprint();
@@ -96,8 +101,8 @@ SnapshotPtr restoreIgnored(Engine& engine) {
     next.ignoredClusters.clear();
     commit(engine, std::move(next));
     ProjectCommands::refreshNameSuggestions(engine);
-    return engine.snapshot({"Restored " + std::to_string(files) + " ignored files and " + std::to_string(clusters) +
-                            " ignored clusters."});
+    return engine.snapshot(
+        {"Restored " + counted(files, "ignored file") + " and " + counted(clusters, "ignored cluster") + "."});
 }
 
 SnapshotPtr resetLearning(Engine& engine) {
@@ -105,7 +110,7 @@ SnapshotPtr resetLearning(Engine& engine) {
     const std::size_t decisions = next.learning.feedback.size();
     next.learning = LearningData{};
     return commitLearning(engine, std::move(next),
-                          {"Learning was reset: " + std::to_string(decisions) + " decisions were forgotten."});
+                          {"Learning was reset: " + counted(decisions, "decision") + " forgotten."});
 }
 
 SnapshotPtr reverseFeedback(Engine& engine, const std::string& idText) {

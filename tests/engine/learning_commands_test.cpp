@@ -151,7 +151,7 @@ TEST_F(LearningCommandsTest, ConfirmingAnotherProjectAssignsTheFileAndRejectsThe
     EXPECT_EQ(classificationNamed(*rejected, "hydro cafe banner.png").candidates.front().projectID, hydro);
 
     const SnapshotPtr reset = LearningCommands::resetLearning(*engine);
-    EXPECT_EQ(reset->messages, (std::vector<std::string>{"Learning was reset: 1 decisions were forgotten."}));
+    EXPECT_EQ(reset->messages, (std::vector<std::string>{"Learning was reset: 1 decision forgotten."}));
     engine.reset();
     EXPECT_EQ(start()->state().learning, LearningData{});
 }
@@ -194,7 +194,7 @@ TEST_F(LearningCommandsTest, IgnoredFilesAndClustersUntilRestoredOrChanged) {
     EXPECT_FALSE(isIgnored(*rescanned->state, classificationNamed(*rescanned, "mango menu.pdf").file));
 
     const SnapshotPtr restored = LearningCommands::restoreIgnored(*engine);
-    EXPECT_EQ(restored->messages, (std::vector<std::string>{"Restored 1 ignored files and 1 ignored clusters."}));
+    EXPECT_EQ(restored->messages, (std::vector<std::string>{"Restored 1 ignored file and 1 ignored cluster."}));
     EXPECT_TRUE(restored->state->ignored.empty());
     EXPECT_EQ(restored->nameSuggestions->size(), 1u);
     engine.reset();
