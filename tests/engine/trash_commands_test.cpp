@@ -128,5 +128,15 @@ TEST_F(TrashCommandsTest, RefusesAChangedFileAndKeepsBothOnAnUndoIntoATakenName)
     EXPECT_TRUE(engine->snapshot()->canUndoTrash);
 }
 
+TEST_F(TrashCommandsTest, RefusesAFileWhoseFolderIsNoLongerApproved) {
+    writeFile(inbox / "draft.psd", "draft");
+    auto engine = start(false);
+    engine->scan();
+    engine->removeGrant(engine->state().grants[0].id.text());  // the inbox; the listing is still the old one
+    EXPECT_EQ(refusal([&] { TrashCommands::trashFile(*engine, inbox / "draft.psd"); }),
+              "Cấp quyền lại cho thư mục chứa tệp trước khi xóa.");
+    EXPECT_EQ(readFile(inbox / "draft.psd"), "draft");
+}
+
 }  // namespace
 }  // namespace kelo
