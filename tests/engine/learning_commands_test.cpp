@@ -1,0 +1,205 @@
+// Learning commands end to end: feedback changing the next file's score, taking a
+// decision back, ignoring files and clusters and restoring them, and resetting,
+// checking the learning data, the state a restarted engine reads and the snapshot.
+#include "engine/learning_commands.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "engine/project_commands.h"
+#include "model/kelo_error.h"
+#include "support/temp_dir.h"
+
+namespace kelo {
+namespace {
+
+using testing::TempDir;
+using testing::writeFile;
+namespace fs = std::filesystem;
+
+class LearningCommandsTest : public ::testing::Test {
+protected:
+    TempDir dir;
+    fs::path data = dir / "data";
+    fs::path inbox = dir / "Downloads";
+    fs::path home = dir / "Projects";
+    Date clockNow = Date::now().adding(3600);
+
+    void SetUp() override {
+        fs::create_directories(inbox);
+        fs::create_directories(home / "Hydro Cafe");
+        fs::create_directories(home / "Lotus Spa");
+    }
+
+    std::unique_ptr<Engine> start() {
+        Clock clock = [this] { return clockNow; };
+        return std::make_unique<Engine>(data, clock, Trash::Environment{dir / "trash-home", ::getuid(), clock});
+    }
+
+    std::unique_ptr<Engine> startWithFolders() {
+        auto engine = start();
+        engine->addGrant(inbox, FolderGrant::Role::watch);
+        engine->addGrant(home, FolderGrant::Role::projectHome);
+        return engine;
+    }
+
+    static std::string refusal(const std::function<void()>& action) {
+        try {
+            action();
+        } catch (const KeloError& e) {
+            return e.message();
+        }
+        return "(no refusal)";
+    }
+
+    static Uuid idOf(const AppState& state, const std::string& name) {
+        for (const auto& project : state.projects)
+            if (project.name == name) return project.id;
+        throw std::runtime_error("no project " + name);
+    }
+
+    static const Classification& classificationNamed(const Snapshot& snapshot, const std::string& filename) {
+        for (const auto& c : *snapshot.classifications)
+            if (c.file.filename() == filename) return c;
+        throw std::runtime_error("no classification for " + filename);
+    }
+
+    // The score the file has for the project, 0 when it is no candidate.
+    static int scoreFor(const Snapshot& snapshot, const std::string& filename, const Uuid& project) {
+        for (const auto& candidate : classificationNamed(snapshot, filename).candidates)
+            if (candidate.projectID == project) return candidate.score;
+        return 0;
+    }
+
+    static const Association* association(const LearningData& learning, const std::string& token, const Uuid& project) {
+        for (const auto& a : learning.associations)
+            if (a.token == token && a.projectID == project) return &a;
+        return nullptr;
+    }
+};
+
+TEST_F(LearningCommandsTest, ARejectionLowersTheNextFileOfThatNameAndSurvivesARestart) {
+    writeFile(inbox / "mimosa menu.psd", "psd");
+    auto engine = startWithFolders();
+    ProjectCommands::addAlias(*engine, "Hydro Cafe", "Mimosa");
+    const Uuid hydro = idOf(engine->state(), "Hydro Cafe");
+    const SnapshotPtr before = engine->snapshot();
+    EXPECT_EQ(scoreFor(*before, "mimosa menu.psd", hydro), 72);
+    EXPECT_EQ(classificationNamed(*before, "mimosa menu.psd").state, ConfidenceState::probably);
+
+    const SnapshotPtr rejected = LearningCommands::feedback(*engine, inbox / "mimosa menu.psd", "Hydro Cafe", false);
+    EXPECT_EQ(rejected->messages,
+              (std::vector<std::string>{
+                  "Noted that mimosa menu.psd does not belong to Hydro Cafe. The file was not moved."}));
+    ASSERT_EQ(rejected->state->learning.feedback.size(), 1u);
+    const Feedback& entry = rejected->state->learning.feedback[0];
+    EXPECT_EQ(entry.filename, "mimosa menu.psd");
+    EXPECT_EQ(entry.rejected, hydro);
+    EXPECT_FALSE(entry.confirmed);
+    ASSERT_NE(association(rejected->state->learning, "mimosa", hydro), nullptr);
+    EXPECT_EQ(association(rejected->state->learning, "mimosa", hydro)->rejections, 1);
+    EXPECT_TRUE(fs::exists(inbox / "mimosa menu.psd"));
+    // The rejected file itself drops below "Probably".
+    EXPECT_LT(scoreFor(*rejected, "mimosa menu.psd", hydro), 70);
+
+    // A file arriving later with the same word starts lower than the alias alone.
+    writeFile(inbox / "mimosa poster.png", "png");
+    engine.reset();
+    engine = start();
+    const SnapshotPtr later = engine->scan();
+    EXPECT_EQ(later->state->learning, rejected->state->learning);
+    EXPECT_LT(scoreFor(*later, "mimosa poster.png", hydro), 70);
+    EXPECT_NE(classificationNamed(*later, "mimosa poster.png").state, ConfidenceState::probably);
+}
+
+TEST_F(LearningCommandsTest, ConfirmingAnotherProjectAssignsTheFileAndRejectsTheSuggestionThenReverses) {
+    writeFile(inbox / "hydro cafe banner.png", "png");
+    auto engine = startWithFolders();
+    const Uuid hydro = idOf(engine->state(), "Hydro Cafe");
+    const Uuid lotus = idOf(engine->state(), "Lotus Spa");
+    ASSERT_EQ(classificationNamed(*engine->snapshot(), "hydro cafe banner.png").candidates.front().projectID, hydro);
+
+    const SnapshotPtr confirmed =
+        LearningCommands::feedback(*engine, inbox / "hydro cafe banner.png", "lotus spa", true);
+    const Classification& now = classificationNamed(*confirmed, "hydro cafe banner.png");
+    EXPECT_EQ(now.candidates.front().projectID, lotus);
+    EXPECT_EQ(now.candidates.front().score, 100);
+    EXPECT_EQ(now.state, ConfidenceState::ready);
+    EXPECT_EQ(now.category, Category::export_);
+    const Feedback entry = confirmed->state->learning.feedback.at(0);
+    EXPECT_EQ(entry.confirmed, lotus);
+    EXPECT_EQ(entry.rejected, hydro);
+    EXPECT_EQ(association(confirmed->state->learning, "hydro", hydro)->rejections, 1);
+    EXPECT_EQ(association(confirmed->state->learning, "hydro", lotus)->confirmations, 1);
+
+    EXPECT_EQ(refusal([&] { LearningCommands::reverseFeedback(*engine, "not-an-id"); }),
+              "No learned decision has the id not-an-id. Nothing changed.");
+    const SnapshotPtr reversed = LearningCommands::reverseFeedback(*engine, entry.id.text());
+    EXPECT_EQ(reversed->messages, (std::vector<std::string>{"Took back the decision about hydro cafe banner.png."}));
+    EXPECT_TRUE(reversed->state->learning.feedback.empty());
+    for (const auto& a : reversed->state->learning.associations) {
+        EXPECT_EQ(a.confirmations, 0) << a.token;
+        EXPECT_EQ(a.rejections, 0) << a.token;
+    }
+    EXPECT_EQ(refusal([&] { LearningCommands::reverseFeedback(*engine, entry.id.text()); }),
+              "No learned decision has the id " + entry.id.text() + ". Nothing changed.");
+
+    // Rejecting the assigned project drops the assignment too.
+    const SnapshotPtr rejected =
+        LearningCommands::feedback(*engine, inbox / "hydro cafe banner.png", "Lotus Spa", false);
+    EXPECT_TRUE(rejected->state->assignments.empty());
+    EXPECT_EQ(classificationNamed(*rejected, "hydro cafe banner.png").candidates.front().projectID, hydro);
+
+    const SnapshotPtr reset = LearningCommands::resetLearning(*engine);
+    EXPECT_EQ(reset->messages, (std::vector<std::string>{"Learning was reset: 1 decision forgotten."}));
+    engine.reset();
+    EXPECT_EQ(start()->state().learning, LearningData{});
+}
+
+TEST_F(LearningCommandsTest, FeedbackRefusesFilesOutsideTheInboxAndUnknownProjects) {
+    writeFile(inbox / "a.pdf", "x");
+    writeFile(dir / "elsewhere.pdf", "x");
+    auto engine = startWithFolders();
+    EXPECT_EQ(refusal([&] { LearningCommands::feedback(*engine, dir / "elsewhere.pdf", "Hydro Cafe", true); }),
+              "elsewhere.pdf is not a file in an approved inbox. Nothing changed.");
+    EXPECT_EQ(refusal([&] { LearningCommands::feedback(*engine, inbox / "a.pdf", "Nobody", true); }),
+              "No project is called Nobody. Nothing changed.");
+    EXPECT_TRUE(engine->state().learning.feedback.empty());
+}
+
+TEST_F(LearningCommandsTest, IgnoredFilesAndClustersUntilRestoredOrChanged) {
+    for (const char* name : {"mango menu.pdf", "mango card.png", "mango logo.ai"}) writeFile(inbox / name, "x");
+    auto engine = startWithFolders();
+    ASSERT_EQ(engine->snapshot()->nameSuggestions->size(), 1u);
+
+    const SnapshotPtr left = LearningCommands::leaveAlone(*engine, inbox / "mango menu.pdf");
+    const FileRecord& menu = classificationNamed(*left, "mango menu.pdf").file;
+    EXPECT_TRUE(isIgnored(*left->state, menu));
+    EXPECT_FALSE(isIgnored(*left->state, classificationNamed(*left, "mango card.png").file));
+
+    const SnapshotPtr clustered = LearningCommands::ignoreCluster(*engine, "MANGO");
+    EXPECT_TRUE(clustered->nameSuggestions->empty());
+    EXPECT_EQ(clustered->state->ignoredClusters, (std::set<std::string>{"mango"}));
+    EXPECT_EQ(refusal([&] { LearningCommands::ignoreCluster(*engine, "two words"); }),
+              "\"two words\" is not a single word of a file name. Nothing changed.");
+
+    // Both survive a restart; a touched file is a new version and is offered again.
+    engine.reset();
+    engine = start();
+    EXPECT_TRUE(engine->scan()->nameSuggestions->empty());
+    EXPECT_TRUE(isIgnored(engine->state(), menu));
+    fs::last_write_time(inbox / "mango menu.pdf",
+                        fs::last_write_time(inbox / "mango menu.pdf") - std::chrono::hours(2));
+    const SnapshotPtr rescanned = engine->scan();
+    EXPECT_FALSE(isIgnored(*rescanned->state, classificationNamed(*rescanned, "mango menu.pdf").file));
+
+    const SnapshotPtr restored = LearningCommands::restoreIgnored(*engine);
+    EXPECT_EQ(restored->messages, (std::vector<std::string>{"Restored 1 ignored file and 1 ignored cluster."}));
+    EXPECT_TRUE(restored->state->ignored.empty());
+    EXPECT_EQ(restored->nameSuggestions->size(), 1u);
+    engine.reset();
+    EXPECT_TRUE(start()->state().ignoredClusters.empty());
+}
+
+}  // namespace
+}  // namespace kelo

@@ -1,0 +1,267 @@
+// Project commands end to end on real temporary folders: new projects and their
+// folders, aliases, archiving, trashing a job folder and name suggestions, checking
+// the disk, the state a restarted engine reads, and the snapshot.
+#include "engine/project_commands.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "engine/learning_commands.h"
+#include "model/kelo_error.h"
+#include "operations/operation_executor.h"
+#include "support/temp_dir.h"
+
+namespace kelo {
+namespace {
+
+using testing::readFile;
+using testing::TempDir;
+using testing::writeFile;
+namespace fs = std::filesystem;
+
+class ProjectCommandsTest : public ::testing::Test {
+protected:
+    TempDir dir;
+    fs::path data = dir / "data";
+    fs::path inbox = dir / "Downloads";
+    fs::path home = dir / "Projects";
+    fs::path trashHome = dir / "trash-home";
+    // An hour ahead, so the files the test writes are old enough for every check.
+    Date clockNow = Date::now().adding(3600);
+
+    void SetUp() override {
+        fs::create_directories(inbox);
+        fs::create_directories(home / "Hydro Cafe");
+        fs::create_directories(home / "Lotus Spa" / "Export");
+        fs::create_directories(trashHome);
+    }
+
+    std::unique_ptr<Engine> start() {
+        Clock clock = [this] { return clockNow; };
+        return std::make_unique<Engine>(data, clock, Trash::Environment{trashHome, ::getuid(), clock});
+    }
+
+    // A started engine with the inbox and the project home approved.
+    std::unique_ptr<Engine> startWithFolders() {
+        auto engine = start();
+        engine->addGrant(inbox, FolderGrant::Role::watch);
+        engine->addGrant(home, FolderGrant::Role::projectHome);
+        return engine;
+    }
+
+    static void setDryRun(Engine& engine, bool on) {
+        Settings settings = engine.state().settings;
+        settings.dryRun = on;
+        engine.updateSettings(settings);
+    }
+
+    static std::string refusal(const std::function<void()>& action) {
+        try {
+            action();
+        } catch (const KeloError& e) {
+            return e.message();
+        }
+        return "(no refusal)";
+    }
+
+    static const Project* named(const AppState& state, const std::string& name) {
+        for (const auto& project : state.projects)
+            if (project.name == name) return &project;
+        return nullptr;
+    }
+
+    static const Classification& classificationNamed(const Snapshot& snapshot, const std::string& filename) {
+        for (const auto& c : *snapshot.classifications)
+            if (c.file.filename() == filename) return c;
+        throw std::runtime_error("no classification for " + filename);
+    }
+};
+
+TEST_F(ProjectCommandsTest, NewProjectCreatesItsFolderWithCategoryFoldersEvenUnderDryRun) {
+    auto engine = startWithFolders();
+    ASSERT_TRUE(engine->state().settings.dryRun);  // a new state starts in dry run
+
+    const SnapshotPtr snapshot = ProjectCommands::newProject(*engine, "  Moon Bakery ");
+    const fs::path folder = home / "Moon Bakery";
+    for (const char* category : {"Working", "Export", "Assets", "Reference"})
+        EXPECT_TRUE(fs::is_directory(folder / category)) << category;
+    const Project* project = named(*snapshot->state, "Moon Bakery");
+    ASSERT_NE(project, nullptr);
+    EXPECT_EQ(project->destinationFolder, folder);
+    EXPECT_EQ(project->status, ProjectStatus::active);
+    EXPECT_EQ(snapshot->messages,
+              (std::vector<std::string>{"Created the project Moon Bakery at " + folder.string() + "."}));
+
+    // Saved, and a later scan does not discover the folder a second time.
+    const Uuid id = project->id;
+    engine.reset();
+    auto restarted = start();
+    const SnapshotPtr again = restarted->scan();
+    ASSERT_NE(named(*again->state, "Moon Bakery"), nullptr);
+    EXPECT_EQ(named(*again->state, "Moon Bakery")->id, id);
+    EXPECT_EQ(again->state->projects.size(), 3u);
+}
+
+TEST_F(ProjectCommandsTest, NewProjectRefusals) {
+    auto engine = start();
+    engine->addGrant(inbox, FolderGrant::Role::watch);
+    EXPECT_EQ(refusal([&] { ProjectCommands::newProject(*engine, "Moon"); }),
+              "Approve a project home first. No project was created.");
+
+    engine->addGrant(home, FolderGrant::Role::projectHome);
+    EXPECT_EQ(refusal([&] { ProjectCommands::newProject(*engine, "hydro café"); }),
+              "A project called Hydro Cafe already exists. No project was created.");
+    EXPECT_EQ(refusal([&] { ProjectCommands::newProject(*engine, "a:b"); }),
+              "\"a:b\" cannot be a folder name. No project was created.");
+    EXPECT_EQ(refusal([&] { ProjectCommands::newProject(*engine, "   "); }),
+              "\"\" cannot be a folder name. No project was created.");
+    writeFile(home / "Notes", "a file where the folder would go");
+    EXPECT_EQ(refusal([&] { ProjectCommands::newProject(*engine, "Notes"); }),
+              (home / "Notes").string() + " already exists. No project was created.");
+    EXPECT_EQ(readFile(home / "Notes"), "a file where the folder would go");
+    EXPECT_EQ(engine->state().projects.size(), 2u);
+}
+
+TEST_F(ProjectCommandsTest, AliasesChangeWhatMatchesAndAreSaved) {
+    writeFile(inbox / "mimosa menu.psd", "psd");
+    auto engine = startWithFolders();
+    const auto before = classificationNamed(*engine->snapshot(), "mimosa menu.psd");
+    EXPECT_EQ(before.candidates.front().score, 0);
+
+    const SnapshotPtr added = ProjectCommands::addAlias(*engine, "hydro cafe", "Mimosa");
+    EXPECT_EQ(added->messages, (std::vector<std::string>{"Added the alias Mimosa to Hydro Cafe."}));
+    const auto& after = classificationNamed(*added, "mimosa menu.psd");
+    EXPECT_EQ(after.candidates.front().projectID, named(*added->state, "Hydro Cafe")->id);
+    EXPECT_EQ(after.candidates.front().signals.front().reason, "Alias: Mimosa");
+    EXPECT_EQ(after.candidates.front().signals.front().points, 72);
+
+    EXPECT_EQ(refusal([&] { ProjectCommands::addAlias(*engine, "Lotus Spa", "MIMOSA"); }),
+              "Mimosa already names the project Hydro Cafe. Nothing changed.");
+    EXPECT_EQ(refusal([&] { ProjectCommands::addAlias(*engine, "Lotus Spa", "hydro cafe"); }),
+              "A project called Hydro Cafe already exists. Nothing changed.");
+    EXPECT_EQ(refusal([&] { ProjectCommands::addAlias(*engine, "Nobody", "x"); }),
+              "No project is called Nobody. Nothing changed.");
+    EXPECT_EQ(refusal([&] { ProjectCommands::removeAlias(*engine, "Lotus Spa", "Mimosa"); }),
+              "Mimosa is not an alias of Lotus Spa. Nothing changed.");
+
+    engine.reset();
+    engine = start();
+    engine->scan();
+    EXPECT_EQ(named(engine->state(), "Hydro Cafe")->aliases, (std::vector<std::string>{"Mimosa"}));
+    const SnapshotPtr removed = ProjectCommands::removeAlias(*engine, "Hydro Cafe", "mimosa");
+    EXPECT_TRUE(named(*removed->state, "Hydro Cafe")->aliases.empty());
+    EXPECT_EQ(classificationNamed(*removed, "mimosa menu.psd").candidates.front().score, 0);
+}
+
+TEST_F(ProjectCommandsTest, ArchiveKeepsAConfirmedFileFromBeingReady) {
+    writeFile(inbox / "hydro cafe post.psd", "psd");
+    auto engine = startWithFolders();
+    LearningCommands::feedback(*engine, inbox / "hydro cafe post.psd", "Hydro Cafe", true);
+    const auto& confirmed = classificationNamed(*engine->snapshot(), "hydro cafe post.psd");
+    ASSERT_EQ(confirmed.candidates.front().score, 100);
+    EXPECT_EQ(confirmed.state, ConfidenceState::ready);
+
+    const SnapshotPtr archived = ProjectCommands::archiveProject(*engine, "Hydro Cafe");
+    EXPECT_EQ(named(*archived->state, "Hydro Cafe")->status, ProjectStatus::archived);
+    const auto& capped = classificationNamed(*archived, "hydro cafe post.psd");
+    EXPECT_EQ(capped.candidates.front().score, 100);
+    EXPECT_EQ(capped.state, ConfidenceState::probably);
+    EXPECT_EQ(refusal([&] { ProjectCommands::archiveProject(*engine, "Hydro Cafe"); }),
+              "Hydro Cafe is already archived. Nothing changed.");
+    EXPECT_TRUE(fs::is_directory(home / "Hydro Cafe"));
+
+    engine.reset();
+    engine = start();
+    EXPECT_EQ(named(engine->state(), "Hydro Cafe")->status, ProjectStatus::archived);
+    engine->scan();
+    const SnapshotPtr reopened = ProjectCommands::reopenProject(*engine, "Hydro Cafe");
+    EXPECT_EQ(classificationNamed(*reopened, "hydro cafe post.psd").state, ConfidenceState::ready);
+    EXPECT_EQ(refusal([&] { ProjectCommands::reopenProject(*engine, "Lotus Spa"); }),
+              "Lotus Spa is not archived. Nothing changed.");
+}
+
+TEST_F(ProjectCommandsTest, TrashProjectRefusesTheHomeRootAndNestedFolders) {
+    auto engine = startWithFolders();
+    AppState next = engine->state();
+    next.projects.push_back(Project::make("Root", home));
+    fs::create_directories(home / "Lotus Spa" / "Sub Job");
+    next.projects.push_back(Project::make("Sub Job", home / "Lotus Spa" / "Sub Job"));
+    engine->commitState(next);
+    setDryRun(*engine, false);
+
+    const std::string notDirect =
+        "Chỉ xóa thư mục job trực tiếp trong thư mục dự án đã cấp quyền; không xóa thư mục gốc.";
+    EXPECT_EQ(refusal([&] { ProjectCommands::trashProject(*engine, "Root"); }), notDirect);
+    EXPECT_EQ(refusal([&] { ProjectCommands::trashProject(*engine, "Sub Job"); }), notDirect);
+    EXPECT_TRUE(fs::is_directory(home / "Lotus Spa" / "Sub Job"));
+    EXPECT_FALSE(fs::exists(trashHome / "Trash" / "files"));
+    EXPECT_EQ(engine->state().projects.size(), 4u);
+}
+
+TEST_F(ProjectCommandsTest, TrashProjectMovesTheJobFolderAndForgetsTheProject) {
+    writeFile(home / "Lotus Spa" / "Export" / "logo.png", "png");
+    writeFile(inbox / "spa flyer.pdf", "pdf");
+    auto engine = startWithFolders();
+    LearningCommands::feedback(*engine, inbox / "spa flyer.pdf", "Lotus Spa", true);
+
+    // Dry run reports and leaves everything as it was.
+    const SnapshotPtr simulated = ProjectCommands::trashProject(*engine, "Lotus Spa");
+    EXPECT_EQ(simulated->messages,
+              (std::vector<std::string>{"Would move the folder of Lotus Spa (" + (home / "Lotus Spa").string() +
+                                        ") to the Trash. " + std::string(kDryRunMessage)}));
+    EXPECT_TRUE(fs::exists(home / "Lotus Spa" / "Export" / "logo.png"));
+    EXPECT_NE(named(engine->state(), "Lotus Spa"), nullptr);
+
+    setDryRun(*engine, false);
+    const SnapshotPtr trashed = ProjectCommands::trashProject(*engine, "Lotus Spa");
+    const fs::path inTrash = trashHome / "Trash" / "files" / "Lotus Spa";
+    EXPECT_FALSE(fs::exists(home / "Lotus Spa"));
+    EXPECT_EQ(readFile(inTrash / "Export" / "logo.png"), "png");
+    EXPECT_TRUE(fs::exists(trashHome / "Trash" / "info" / "Lotus Spa.trashinfo"));
+    ASSERT_FALSE(trashed->messages.empty());
+    EXPECT_EQ(trashed->messages[0], "Moved the folder of Lotus Spa to the Trash: " + inTrash.string());
+    EXPECT_EQ(named(*trashed->state, "Lotus Spa"), nullptr);
+    EXPECT_TRUE(trashed->state->assignments.empty());
+    EXPECT_TRUE(fs::exists(inbox / "spa flyer.pdf"));
+
+    engine.reset();
+    engine = start();
+    engine->scan();
+    EXPECT_EQ(named(engine->state(), "Lotus Spa"), nullptr);
+    EXPECT_EQ(engine->state().projects.size(), 1u);
+}
+
+TEST_F(ProjectCommandsTest, DeferredSuggestionsStayDeferredAfterARestartAndAcceptedOnesBecomeProjects) {
+    for (const char* name :
+         {"mango menu.pdf", "mango card.png", "mango logo.ai", "kiwi a1.pdf", "kiwi b2.pdf", "kiwi c3.pdf"})
+        writeFile(inbox / name, "x");
+    auto engine = startWithFolders();
+    auto tokens = [](const Snapshot& snapshot) {
+        std::vector<std::string> out;
+        for (const auto& s : *snapshot.nameSuggestions) out.push_back(s.token);
+        return out;
+    };
+    ASSERT_EQ(tokens(*engine->snapshot()), (std::vector<std::string>{"kiwi", "mango"}));
+
+    const SnapshotPtr deferred = ProjectCommands::deferNameSuggestion(*engine, "Mango");
+    EXPECT_EQ(tokens(*deferred), (std::vector<std::string>{"kiwi"}));
+    EXPECT_NE(readFile(data / "deferred-names.json").find("\"mango\""), std::string::npos);
+    EXPECT_EQ(refusal([&] { ProjectCommands::deferNameSuggestion(*engine, "mango"); }),
+              "No project name is suggested for mango. Nothing changed.");
+
+    engine.reset();
+    engine = start();
+    EXPECT_EQ(tokens(*engine->scan()), (std::vector<std::string>{"kiwi"}));
+
+    const SnapshotPtr accepted = ProjectCommands::acceptNameSuggestion(*engine, "kiwi");
+    const Project* kiwi = named(*accepted->state, "Kiwi");
+    ASSERT_NE(kiwi, nullptr);
+    EXPECT_TRUE(fs::is_directory(home / "Kiwi" / "Working"));
+    EXPECT_TRUE(tokens(*accepted).empty());
+    EXPECT_EQ(classificationNamed(*accepted, "kiwi a1.pdf").candidates.front().projectID, kiwi->id);
+    EXPECT_EQ(refusal([&] { ProjectCommands::acceptNameSuggestion(*engine, "papaya"); }),
+              "No project name is suggested for papaya. No project was created.");
+}
+
+}  // namespace
+}  // namespace kelo
