@@ -1,6 +1,7 @@
 #include "classify/classification_engine.h"
 
 #include <algorithm>
+#include <functional>
 #include <cmath>
 #include <map>
 #include <numeric>
@@ -60,7 +61,9 @@ bool rankedBefore(const Candidate& a, const Candidate& b) {
 // What one file brings to every project's scoring.
 struct ClassificationEngine::FileContext {
     const PreparedFile& file;
-    std::vector<const PreparedFile*> related;  // neighbours passing every test but the name match
+    // How many related files (every test but the name match passed by the caller's
+    // source) match this project's names, counted no further than the cap needs.
+    std::function<std::int64_t(const ProjectEntry& project)> relatedCount;
     bool assigned = false;                     // the assignment is for this very file
     std::optional<Uuid> assignedProject;
     Date now;
@@ -159,9 +162,7 @@ Candidate ClassificationEngine::score(const ProjectEntry& project, const FileCon
                 add(candidate, reason::kRecentActivity,
                     project.status == ProjectStatus::active ? kActiveProjectPoints : kQuietProjectPoints);
         }
-        const auto related =
-            std::count_if(context.related.begin(), context.related.end(),
-                          [&](const PreparedFile* other) { return namesMatch(project, other->tokens); });
+        const auto related = context.relatedCount(project);
         if (related > 0)
             add(candidate, reason::kRelatedFiles,
                 static_cast<int>(std::min<std::int64_t>(kRelatedFilePoints * related, kRelatedFilesLimit)));
@@ -254,7 +255,18 @@ ConfidenceState ClassificationEngine::decideState(const CandidateList& candidate
 Classification ClassificationEngine::classify(const PreparedFile& file, std::span<const PreparedFile* const> neighbors,
                                               const Thresholds& thresholds, const std::optional<Assignment>& assignment,
                                               Date now) const {
-    FileContext context{file, relatedNeighbors(file, neighbors), false, std::nullopt, now};
+    const auto related = relatedNeighbors(file, neighbors);
+    return classify(file, thresholds, assignment, now, [&related](const ProjectEntry& project) {
+        return static_cast<std::int64_t>(std::count_if(related.begin(), related.end(), [&](const PreparedFile* other) {
+            return namesMatch(project, other->tokens);
+        }));
+    });
+}
+
+Classification ClassificationEngine::classify(
+    const PreparedFile& file, const Thresholds& thresholds, const std::optional<Assignment>& assignment, Date now,
+    const std::function<std::int64_t(const ProjectEntry&)>& relatedCount) const {
+    FileContext context{file, relatedCount, false, std::nullopt, now};
     if (assignment && assignment->fingerprint == file.fingerprint) {
         context.assigned = true;
         context.assignedProject = assignment->projectID;
@@ -285,13 +297,56 @@ std::vector<Classification> ClassificationEngine::classifyAll(const std::vector<
     std::vector<PreparedFile> prepared;
     prepared.reserve(files.size());
     for (const auto& file : files) prepared.push_back(PreparedFile::make(file));
-    const NeighborIndex neighbors(prepared);
+
+    // Related files of one project are found through the files whose names match it,
+    // filed by folder and project in time order; a file looks only at the export
+    // window around its own time and stops at the cap, so a crowded inbox (thousands
+    // of files sharing a word, downloaded together) stays linear.
+    struct Filed {
+        double modified;
+        std::uint32_t file;
+    };
+    std::unordered_map<std::string, std::vector<Filed>> byFolderAndProject;
+    for (std::uint32_t i = 0; i < prepared.size(); ++i) {
+        const auto& file = prepared[i];
+        std::vector<std::uint32_t> reached;
+        for (const auto& token : file.meaningful)
+            if (auto hit = byToken_.find(token); hit != byToken_.end())
+                reached.insert(reached.end(), hit->second.projects.begin(), hit->second.projects.end());
+        std::sort(reached.begin(), reached.end());
+        reached.erase(std::unique(reached.begin(), reached.end()), reached.end());
+        for (std::uint32_t project : reached) {
+            if (!namesMatch(projects_[project], file.tokens)) continue;
+            byFolderAndProject[file.record.sourceFolder.native() + '\0' + std::to_string(project)].push_back(
+                {file.record.identity.modified.sinceReference, i});
+        }
+    }
+    for (auto& [key, filed] : byFolderAndProject)
+        std::sort(filed.begin(), filed.end(), [](const Filed& a, const Filed& b) { return a.modified < b.modified; });
+
+    const std::int64_t cap = (kRelatedFilesLimit + kRelatedFilePoints - 1) / kRelatedFilePoints;
     std::vector<Classification> out;
     out.reserve(prepared.size());
     for (const auto& file : prepared) {
         std::optional<Assignment> assignment;
         if (auto stored = assignments.find(file.fingerprint); stored != assignments.end()) assignment = stored->second;
-        out.push_back(classify(file, neighbors.candidatesFor(file), thresholds, assignment, now));
+        const double at = file.record.identity.modified.sinceReference;
+        auto relatedCount = [&](const ProjectEntry& project) -> std::int64_t {
+            const auto index = static_cast<std::size_t>(&project - projects_.data());
+            auto hit = byFolderAndProject.find(file.record.sourceFolder.native() + '\0' + std::to_string(index));
+            if (hit == byFolderAndProject.end()) return 0;
+            const auto& filed = hit->second;
+            std::int64_t count = 0;
+            auto it = std::lower_bound(filed.begin(), filed.end(), at - kExportWindowSeconds,
+                                       [](const Filed& f, double t) { return f.modified < t; });
+            for (; it != filed.end() && it->modified <= at + kExportWindowSeconds && count < cap; ++it) {
+                const PreparedFile& other = prepared[it->file];
+                if (other.fingerprint == file.fingerprint || !sharesToken(other.meaningful, file.meaningful)) continue;
+                ++count;
+            }
+            return count;
+        };
+        out.push_back(classify(file, thresholds, assignment, now, relatedCount));
     }
     return out;
 }

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -80,6 +81,9 @@ private:
     // The phases of classify, in order.
     static std::vector<const PreparedFile*> relatedNeighbors(const PreparedFile& file,
                                                              std::span<const PreparedFile* const> neighbors);
+    Classification classify(const PreparedFile& file, const Thresholds& thresholds,
+                            const std::optional<Assignment>& assignment, Date now,
+                            const std::function<std::int64_t(const ProjectEntry&)>& relatedCount) const;
     Evidence gatherEvidence(const FileContext& context) const;
     CandidateList rank(const FileContext& context, const Evidence& evidence) const;
     ConfidenceState decideState(const CandidateList& candidates, const Thresholds& thresholds) const;

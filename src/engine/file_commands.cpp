@@ -4,6 +4,7 @@
 #include <map>
 
 #include "classify/learning.h"
+#include "engine/learning_commands.h"
 #include "model/kelo_error.h"
 #include "naming/subjob_grouping.h"
 #include "operations/batch_group_planner.h"
@@ -128,7 +129,7 @@ SnapshotPtr clean(Engine& engine) {
     std::vector<CleanCandidate> candidates;
     for (const auto& classification : *engine.classifications()) {
         if (classification.state != ConfidenceState::ready || classification.candidates.empty()) continue;
-        if (state.ignored.contains(classification.file.fingerprint())) continue;
+        if (isIgnored(state, classification.file)) continue;
         candidates.push_back({classification.file, classification.candidates.front().projectID,
                               classification.category});
     }
