@@ -30,8 +30,15 @@ EngineCommand addGrant(std::filesystem::path folder, FolderGrant::Role role) {
     return [folder = std::move(folder), role](Engine& engine) { return engine.addGrant(folder, role); };
 }
 
+// Forgetting a folder leaves the last scan's files in place; the rescan drops an
+// inbox's files from the list, and the removal's own message comes first.
 EngineCommand removeGrant(std::string grantId) {
-    return [grantId = std::move(grantId)](Engine& engine) { return engine.removeGrant(grantId); };
+    return [grantId = std::move(grantId)](Engine& engine) {
+        const SnapshotPtr removed = engine.removeGrant(grantId);
+        auto out = std::make_shared<Snapshot>(*engine.scan());
+        out->messages.insert(out->messages.begin(), removed->messages.begin(), removed->messages.end());
+        return SnapshotPtr(std::move(out));
+    };
 }
 
 // Waiting for FileCommands (engine/file_commands.h).

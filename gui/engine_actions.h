@@ -53,6 +53,7 @@ bool available(EngineAction action);
 EngineCommand scan();
 EngineCommand updateSettings(Settings settings);
 EngineCommand addGrant(std::filesystem::path folder, FolderGrant::Role role);
+// Forgets the folder, then rescans.
 EngineCommand removeGrant(std::string grantId);
 
 EngineCommand clean();

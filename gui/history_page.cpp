@@ -77,7 +77,7 @@ void HistoryPage::fillRows() {
         }
     }
     table_->resizeColumnsToContents();
-    table_->horizontalHeader()->setStretchLastSection(true);
+    table_->setColumnWidth(kUndo, std::max(table_->columnWidth(kUndo), 110));
     table_->setToolTip(total == 0 ? QString(text::kNoHistory) : QString());
     const int remaining = total - rows;
     more_->setText(text::kMoreHistoryPrefix + QString::number(remaining) + QLatin1Char(')'));

@@ -52,6 +52,7 @@ MainWindow::MainWindow(AppModel& model, QWidget* parent) : QMainWindow(parent), 
     sidebar_ = new QListWidget(central);
     sidebar_->setObjectName(QStringLiteral("sidebar"));
     sidebar_->setFixedWidth(170);
+    sidebar_->setStyleSheet(QStringLiteral("QListWidget::item { padding: 8px 6px; }"));
     stack_ = new QStackedWidget(central);
     pages_ = {new OverviewPage(model_, stack_), new MatchPage(model_, stack_), new ProjectsPage(model_, stack_),
               new HistoryPage(model_, stack_), new SettingsPage(model_, stack_)};

@@ -172,7 +172,7 @@ void MatchPage::renameSelected() {
     if (selected.size() != 1) return;
     bool ok = false;
     const QString name = QInputDialog::getText(this, text::kRename, text::kRenamePrompt, QLineEdit::Normal,
-                                               QString::fromStdString(selected.front().file.stem().string()), &ok);
+                                               QString::fromStdString(selected.front().file.filename().string()), &ok);
     if (ok && !name.trimmed().isEmpty())
         model_.submit(text::kCommandFile, EngineActions::rename(selected.front().file, name.trimmed().toStdString()));
 }

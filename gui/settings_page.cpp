@@ -46,7 +46,7 @@ SettingsPage::SettingsPage(AppModel& model, QWidget* parent) : Page(model, paren
     auto* foldersLayout = new QVBoxLayout(folders);
     grants_ = new QTableWidget(0, 2, folders);
     grants_->setObjectName(QStringLiteral("grantsTable"));
-    grants_->setHorizontalHeaderLabels({text::kColumnStatus, text::kColumnFolder});
+    grants_->setHorizontalHeaderLabels({text::kColumnRole, text::kColumnFolder});
     grants_->setSelectionBehavior(QAbstractItemView::SelectRows);
     grants_->setSelectionMode(QAbstractItemView::SingleSelection);
     grants_->verticalHeader()->setVisible(false);
@@ -100,7 +100,10 @@ SettingsPage::SettingsPage(AppModel& model, QWidget* parent) : Page(model, paren
     form->addRow(text::kPreset, preset_);
     save_ = new QPushButton(text::kSave, preferences);
     save_->setObjectName(QStringLiteral("saveSettings"));
-    form->addRow(QString(), save_);
+    auto* saveRow = new QHBoxLayout;
+    saveRow->addWidget(save_);
+    saveRow->addStretch();
+    form->addRow(QString(), saveRow);
     connect(save_, &QPushButton::clicked, this, [this] { model_.updateSettings(formSettings()); });
     layout->addWidget(preferences);
 

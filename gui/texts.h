@@ -59,7 +59,7 @@ inline constexpr char kRename[] = "Đổi tên…";
 inline constexpr char kGroup[] = "Gom vào thư mục…";
 inline constexpr char kTrash[] = "Bỏ vào Thùng rác";
 inline constexpr char kKeepBoth[] = "Giữ cả hai";
-inline constexpr char kRenamePrompt[] = "Tên mới (giữ nguyên phần mở rộng):";
+inline constexpr char kRenamePrompt[] = "Tên mới (giữ nguyên phần mở rộng, ví dụ .pdf):";
 inline constexpr char kGroupPrompt[] = "Tên thư mục mới:";
 inline constexpr char kNoFiles[] = "Hộp thư đến không có tệp nào.";
 inline constexpr char kNameSuggestions[] = "Có thể là dự án mới: ";
@@ -91,6 +91,7 @@ inline constexpr char kUndoTrash[] = "Lấy lại tệp vừa bỏ vào Thùng r
 
 // Settings.
 inline constexpr char kFolders[] = "Thư mục";
+inline constexpr char kColumnRole[] = "Vai trò";
 inline constexpr char kRoleWatch[] = "Hộp thư đến";
 inline constexpr char kRoleHome[] = "Thư mục dự án";
 inline constexpr char kWatchDialogTitle[] = "Theo dõi thư mục";
