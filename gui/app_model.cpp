@@ -36,7 +36,9 @@ void AppModel::start(const std::filesystem::path& dataDirectory) {
     submit(text::kCommandScan, EngineActions::scan());
 }
 
-QString AppModel::busyLabel() const { return pending_.empty() ? QString() : pending_.front().label; }
+QString AppModel::busyLabel() const {
+    return pending_.empty() ? QString() : pending_.front().label;
+}
 
 void AppModel::submit(const QString& label, EngineCommand command) {
     if (!worker_) return refuse(startupFailure_.isEmpty() ? QString(text::kEngineUnavailable) : startupFailure_);
@@ -76,7 +78,9 @@ void AppModel::refuse(const QString& message) {
     Q_EMIT refused(message);
 }
 
-void AppModel::scan() { submit(text::kCommandScan, EngineActions::scan()); }
+void AppModel::scan() {
+    submit(text::kCommandScan, EngineActions::scan());
+}
 
 void AppModel::updateSettings(Settings settings) {
     submit(text::kCommandSettings, EngineActions::updateSettings(std::move(settings)));

@@ -4,8 +4,12 @@
 
 namespace kelo::gui {
 
-bool BackgroundMode::hideWhenClosed() { return QSettings().value(kHideDockKey, true).toBool(); }
+bool BackgroundMode::hideWhenClosed() {
+    return QSettings().value(kHideDockKey, true).toBool();
+}
 
-void BackgroundMode::setHideWhenClosed(bool hide) { QSettings().setValue(kHideDockKey, hide); }
+void BackgroundMode::setHideWhenClosed(bool hide) {
+    QSettings().setValue(kHideDockKey, hide);
+}
 
 }  // namespace kelo::gui

@@ -11,10 +11,8 @@ bool available(EngineAction action) {
         case EngineAction::scan:
         case EngineAction::updateSettings:
         case EngineAction::addGrant:
-        case EngineAction::removeGrant:
-            return true;
-        default:
-            return false;
+        case EngineAction::removeGrant: return true;
+        default: return false;
     }
 }
 
@@ -42,29 +40,61 @@ EngineCommand removeGrant(std::string grantId) {
 }
 
 // Waiting for FileCommands (engine/file_commands.h).
-EngineCommand clean() { return {}; }
-EngineCommand sortFile(std::filesystem::path, std::string, std::optional<Category>) { return {}; }
-EngineCommand rename(std::filesystem::path, std::string) { return {}; }
-EngineCommand group(std::vector<std::filesystem::path>, std::string) { return {}; }
-EngineCommand keepBoth(std::filesystem::path, std::string, std::optional<Category>) { return {}; }
-EngineCommand undoBatch(std::string) { return {}; }
+EngineCommand clean() {
+    return {};
+}
+EngineCommand sortFile(std::filesystem::path, std::string, std::optional<Category>) {
+    return {};
+}
+EngineCommand rename(std::filesystem::path, std::string) {
+    return {};
+}
+EngineCommand group(std::vector<std::filesystem::path>, std::string) {
+    return {};
+}
+EngineCommand keepBoth(std::filesystem::path, std::string, std::optional<Category>) {
+    return {};
+}
+EngineCommand undoBatch(std::string) {
+    return {};
+}
 
 // Waiting for the learning commands.
-EngineCommand confirm(std::filesystem::path, std::string) { return {}; }
-EngineCommand reject(std::filesystem::path, std::string) { return {}; }
-EngineCommand leaveAlone(std::filesystem::path) { return {}; }
+EngineCommand confirm(std::filesystem::path, std::string) {
+    return {};
+}
+EngineCommand reject(std::filesystem::path, std::string) {
+    return {};
+}
+EngineCommand leaveAlone(std::filesystem::path) {
+    return {};
+}
 
 // Waiting for the trash commands.
-EngineCommand trash(std::filesystem::path) { return {}; }
-EngineCommand undoTrash() { return {}; }
+EngineCommand trash(std::filesystem::path) {
+    return {};
+}
+EngineCommand undoTrash() {
+    return {};
+}
 
 // Waiting for the project commands.
-EngineCommand setProjectStatus(std::string, ProjectStatus) { return {}; }
-EngineCommand addAlias(std::string, std::string) { return {}; }
-EngineCommand newProject(std::string) { return {}; }
-EngineCommand trashProject(std::string) { return {}; }
+EngineCommand setProjectStatus(std::string, ProjectStatus) {
+    return {};
+}
+EngineCommand addAlias(std::string, std::string) {
+    return {};
+}
+EngineCommand newProject(std::string) {
+    return {};
+}
+EngineCommand trashProject(std::string) {
+    return {};
+}
 
 // Waiting for the sample-folder builder.
-EngineCommand sampleFolders() { return {}; }
+EngineCommand sampleFolders() {
+    return {};
+}
 
 }  // namespace kelo::gui::EngineActions

@@ -25,8 +25,8 @@ HistoryPage::HistoryPage(AppModel& model, QWidget* parent) : Page(model, parent)
     auto* layout = new QVBoxLayout(this);
     table_ = new QTableWidget(0, kColumnCount, this);
     table_->setObjectName(QStringLiteral("historyTable"));
-    table_->setHorizontalHeaderLabels({text::kColumnDate, text::kColumnMoved, text::kColumnRenamed, text::kColumnSkipped,
-                                       text::kColumnFailed, text::kColumnUndone, QString()});
+    table_->setHorizontalHeaderLabels({text::kColumnDate, text::kColumnMoved, text::kColumnRenamed,
+                                       text::kColumnSkipped, text::kColumnFailed, text::kColumnUndone, QString()});
     table_->setSelectionMode(QAbstractItemView::NoSelection);
     table_->verticalHeader()->setVisible(false);
     layout->addWidget(table_, 1);

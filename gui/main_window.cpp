@@ -115,7 +115,9 @@ void MainWindow::showBusy(bool busy) {
     busyLabel_->setText(busy ? text::kWorking + model_.busyLabel() : QString());
 }
 
-void MainWindow::showPage(int index) { sidebar_->setCurrentRow(index); }
+void MainWindow::showPage(int index) {
+    sidebar_->setCurrentRow(index);
+}
 
 void MainWindow::showAndRaise() {
     show();

@@ -5,7 +5,6 @@
 #pragma once
 
 #include <QMainWindow>
-
 #include <vector>
 
 #include "gui/app_model.h"

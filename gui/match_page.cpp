@@ -129,9 +129,10 @@ void MatchPage::render(const Snapshot* snapshot, bool canOperate) {
     QStringList names;
     if (snapshot && snapshot->nameSuggestions)
         for (const auto& s : *snapshot->nameSuggestions) names << qs(s.name);
-    suggestions_->setText(classifications && classifications->empty()
-                              ? QString(text::kNoFiles)
-                              : (names.isEmpty() ? QString() : text::kNameSuggestions + names.join(QStringLiteral(", "))));
+    suggestions_->setText(
+        classifications && classifications->empty()
+            ? QString(text::kNoFiles)
+            : (names.isEmpty() ? QString() : text::kNameSuggestions + names.join(QStringLiteral(", "))));
     updateButtons();
 }
 
@@ -150,8 +151,8 @@ void MatchPage::updateButtons() {
     const bool one = selected.size() == 1;
     const bool any = !selected.empty();
     const bool project = projects_->count() > 0;
-    const bool suggested = any && std::all_of(selected.begin(), selected.end(),
-                                              [](const Selected& s) { return !s.projectId.isEmpty(); });
+    const bool suggested =
+        any && std::all_of(selected.begin(), selected.end(), [](const Selected& s) { return !s.projectId.isEmpty(); });
     enableAction(sort_, EngineAction::sortFile, canOperate_, any && project);
     enableAction(keepBoth_, EngineAction::keepBoth, canOperate_, one && project);
     enableAction(confirm_, EngineAction::confirm, canOperate_, suggested);
@@ -180,7 +181,8 @@ void MatchPage::renameSelected() {
 void MatchPage::groupSelected() {
     const auto selected = selection();
     bool ok = false;
-    const QString name = QInputDialog::getText(this, text::kGroup, text::kGroupPrompt, QLineEdit::Normal, QString(), &ok);
+    const QString name =
+        QInputDialog::getText(this, text::kGroup, text::kGroupPrompt, QLineEdit::Normal, QString(), &ok);
     if (!ok || name.trimmed().isEmpty()) return;
     std::vector<std::filesystem::path> files;
     for (const Selected& s : selected) files.push_back(s.file);

@@ -70,8 +70,8 @@ OnboardingDialog::OnboardingDialog(AppModel& model, QWidget* parent) : QDialog(p
     presets_ = new QButtonGroup(this);
     for (const auto& [preset, raw] : rawValues(UsagePreset{})) {
         const UsagePresetValues& values = presetValues(preset);
-        auto* choice = new QRadioButton(qs(values.title) + QStringLiteral("  —  ") + text::kExample + qs(values.example),
-                                        presetBox);
+        auto* choice = new QRadioButton(
+            qs(values.title) + QStringLiteral("  —  ") + text::kExample + qs(values.example), presetBox);
         choice->setObjectName(QStringLiteral("preset_") + qs(raw));
         presets_->addButton(choice, static_cast<int>(preset));
         presetLayout->addWidget(choice);

@@ -103,8 +103,8 @@ void OverviewPage::render(const Snapshot* snapshot, bool canOperate) {
 void OverviewPage::confirmClean() {
     const SnapshotPtr& snapshot = model_.snapshot();
     if (!snapshot) return;
-    QMessageBox box(QMessageBox::Question, text::kCleanTitle, text::kCleanConfirm, QMessageBox::Ok | QMessageBox::Cancel,
-                    this);
+    QMessageBox box(QMessageBox::Question, text::kCleanTitle, text::kCleanConfirm,
+                    QMessageBox::Ok | QMessageBox::Cancel, this);
     box.setDetailedText(cleanPreview(*snapshot).join(QLatin1Char('\n')));
     if (box.exec() == QMessageBox::Ok) model_.submit(text::kCommandClean, EngineActions::clean());
 }

@@ -55,6 +55,8 @@ QString formatDate(Date date) {
     return QDateTime::fromMSecsSinceEpoch(ms).toString(QStringLiteral("dd/MM/yyyy HH:mm"));
 }
 
-QString presetTitle(UsagePreset preset) { return qs(presetValues(preset).title); }
+QString presetTitle(UsagePreset preset) {
+    return qs(presetValues(preset).title);
+}
 
 }  // namespace kelo::gui

@@ -5,15 +5,18 @@
 
 #include <QString>
 #include <QStringList>
-
 #include <string>
 
 #include "engine/snapshot.h"
 
 namespace kelo::gui {
 
-inline QString qs(const std::string& text) { return QString::fromStdString(text); }
-inline QString qs(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
+inline QString qs(const std::string& text) {
+    return QString::fromStdString(text);
+}
+inline QString qs(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
 
 // The project's name, or its id text when the snapshot no longer holds it.
 QString projectName(const Snapshot& snapshot, const Uuid& id);

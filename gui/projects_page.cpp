@@ -28,7 +28,8 @@ ProjectsPage::ProjectsPage(AppModel& model, QWidget* parent) : Page(model, paren
     auto* layout = new QVBoxLayout(this);
     table_ = new QTableWidget(0, kColumnCount, this);
     table_->setObjectName(QStringLiteral("projectsTable"));
-    table_->setHorizontalHeaderLabels({text::kColumnName, text::kColumnStatus, text::kColumnFolder, text::kColumnAliases});
+    table_->setHorizontalHeaderLabels(
+        {text::kColumnName, text::kColumnStatus, text::kColumnFolder, text::kColumnAliases});
     table_->setSelectionBehavior(QAbstractItemView::SelectRows);
     table_->setSelectionMode(QAbstractItemView::SingleSelection);
     table_->verticalHeader()->setVisible(false);
@@ -56,7 +57,8 @@ ProjectsPage::ProjectsPage(AppModel& model, QWidget* parent) : Page(model, paren
     });
     connect(addAlias_, &QPushButton::clicked, this, [this] {
         bool ok = false;
-        const QString alias = QInputDialog::getText(this, text::kAddAlias, text::kAliasPrompt, QLineEdit::Normal, {}, &ok);
+        const QString alias =
+            QInputDialog::getText(this, text::kAddAlias, text::kAliasPrompt, QLineEdit::Normal, {}, &ok);
         if (ok && !alias.trimmed().isEmpty())
             model_.submit(text::kCommandProject,
                           EngineActions::addAlias(selectedId().toStdString(), alias.trimmed().toStdString()));
@@ -68,9 +70,8 @@ ProjectsPage::ProjectsPage(AppModel& model, QWidget* parent) : Page(model, paren
         if (ok && !name.trimmed().isEmpty())
             model_.submit(text::kCommandProject, EngineActions::newProject(name.trimmed().toStdString()));
     });
-    connect(trashProject_, &QPushButton::clicked, this, [this] {
-        model_.submit(text::kCommandProject, EngineActions::trashProject(selectedId().toStdString()));
-    });
+    connect(trashProject_, &QPushButton::clicked, this,
+            [this] { model_.submit(text::kCommandProject, EngineActions::trashProject(selectedId().toStdString())); });
     updateButtons();
 }
 

@@ -72,7 +72,8 @@ SettingsPage::SettingsPage(AppModel& model, QWidget* parent) : Page(model, paren
         model_.removeGrant(grants_->item(rows.front().row(), 0)->data(kIdRole).toString().toStdString());
     });
     connect(grants_, &QTableWidget::itemSelectionChanged, this, [this] {
-        enableAction(remove_, EngineAction::removeGrant, model_.canOperate(), grants_->selectionModel()->hasSelection());
+        enableAction(remove_, EngineAction::removeGrant, model_.canOperate(),
+                     grants_->selectionModel()->hasSelection());
     });
 
     auto* preferences = new QGroupBox(text::kPreferences, this);
@@ -96,7 +97,8 @@ SettingsPage::SettingsPage(AppModel& model, QWidget* parent) : Page(model, paren
     preset_ = new QComboBox(preferences);
     preset_->setObjectName(QStringLiteral("usagePreset"));
     preset_->addItem(text::kNoPreset, -1);
-    for (const auto& [preset, raw] : rawValues(UsagePreset{})) preset_->addItem(presetTitle(preset), static_cast<int>(preset));
+    for (const auto& [preset, raw] : rawValues(UsagePreset{}))
+        preset_->addItem(presetTitle(preset), static_cast<int>(preset));
     form->addRow(text::kPreset, preset_);
     save_ = new QPushButton(text::kSave, preferences);
     save_->setObjectName(QStringLiteral("saveSettings"));
@@ -109,6 +111,7 @@ SettingsPage::SettingsPage(AppModel& model, QWidget* parent) : Page(model, paren
 
     auto* app = new QGroupBox(text::kApp, this);
     hideWhenClosed_ = new QCheckBox(text::kHideWhenClosed, app);
+    hideWhenClosed_->setObjectName(QStringLiteral("hideWhenClosed"));
     hideWhenClosed_->setChecked(BackgroundMode::hideWhenClosed());
     connect(hideWhenClosed_, &QCheckBox::toggled, this, [](bool on) { BackgroundMode::setHideWhenClosed(on); });
     (new QVBoxLayout(app))->addWidget(hideWhenClosed_);

@@ -1,9 +1,9 @@
 #include "gui/single_instance.h"
 
+#include <unistd.h>
+
 #include <QCryptographicHash>
 #include <QLocalSocket>
-
-#include <unistd.h>
 
 namespace kelo::gui {
 

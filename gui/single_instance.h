@@ -6,7 +6,6 @@
 
 #include <QLocalServer>
 #include <QString>
-
 #include <filesystem>
 #include <functional>
 

@@ -113,8 +113,7 @@ inline constexpr char kApp[] = "Ứng dụng";
 
 // Onboarding.
 inline constexpr char kWelcomeTitle[] = "Chào mừng đến với Kelo";
-inline constexpr char kWelcomeText[] =
-    "Kelo giữ cho tệp làm việc của bạn ngăn nắp. Bạn cho phép hai loại thư mục:";
+inline constexpr char kWelcomeText[] = "Kelo giữ cho tệp làm việc của bạn ngăn nắp. Bạn cho phép hai loại thư mục:";
 inline constexpr char kWatchRoleText[] =
     "Hộp thư đến (ví dụ Downloads, Desktop): Kelo xem các tệp nằm rời ở đây và gợi ý dự án cho từng tệp.";
 inline constexpr char kHomeRoleText[] =

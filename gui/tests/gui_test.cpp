@@ -5,18 +5,20 @@
 #include <QCheckBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSettings>
 #include <QSpinBox>
 #include <QTableWidget>
 #include <QTimer>
 #include <QtTest>
-
 #include <future>
 
 #include "engine/persistent_data.h"
 #include "gui/app_model.h"
+#include "gui/background_mode.h"
 #include "gui/history_page.h"
 #include "gui/main_window.h"
 #include "gui/onboarding_dialog.h"
@@ -68,12 +70,16 @@ class GuiTest : public QObject {
 
 private Q_SLOTS:
     void grantedFoldersFillEveryPage();
+    void cleanPreviewFollowsTheThresholds();
+    void answersArriveInTheOrderCommandsWereSent();
+    void closingHidesOrMinimisesAsChosen();
     void historyShowsFiftyBatchesAtATime();
     void refusedThresholdsAreShownVerbatimAndKeepTheOldSettings();
     void windowKeepsRunningWhileACommandIsPending();
     void failedStartupShowsTheReasonAndDisablesActions();
     void secondInstanceIsRefusedByTheLock();
     void onboardingStoresPresetAndCompletion();
+    void onboardingIsNotOfferedAgainAfterARestart();
     void secondLaunchRaisesTheFirstWindow();
 };
 
@@ -126,6 +132,92 @@ void GuiTest::grantedFoldersFillEveryPage() {
     QCOMPARE(files->rowCount(), 0);
     QCOMPARE(grants->rowCount(), 1);
     QVERIFY(window.findChild<QLabel*>("messageBar")->text().startsWith("Removed folder "));
+}
+
+void GuiTest::cleanPreviewFollowsTheThresholds() {
+    TempDir root;
+    writeFile(root / "Downloads/ACME-logo-final.psd", "psd");
+    writeFile(root / "Downloads/notes.txt", "text");
+    std::filesystem::create_directories(root / "Projects/ACME");
+
+    AppModel model;
+    MainWindow window(model);
+    model.start(root / "data");
+    model.addGrant(root / "Downloads", FolderGrant::Role::watch);
+    model.addGrant(root / "Projects", FolderGrant::Role::projectHome);
+    QVERIFY(settle(model));
+    auto* preview = window.findChild<QListWidget*>("cleanPreview");
+    auto* ready = window.findChild<QLabel*>("readyCount");
+    auto* files = window.page(kMatch)->findChild<QTableWidget*>("matchTable");
+    const int logo = column(files, 0).indexOf("ACME-logo-final.psd");
+    const int score = files->item(logo, 3)->text().toInt();
+    QVERIFY(score > 2 && score < 90);  // a name match alone is not enough for the default "Ready"
+    QCOMPARE(ready->text(), QString("0"));
+    QCOMPARE(preview->count(), 1);
+    QCOMPARE(preview->item(0)->text(), QString(text::kCleanNothing));
+
+    // With "Ready" at the file's score, the clean would take it, and only it.
+    Settings settings = model.snapshot()->state->settings;
+    settings.thresholds = {score, 1};
+    model.updateSettings(settings);
+    QVERIFY(settle(model));
+    QCOMPARE(ready->text(), QString("1"));
+    QCOMPARE(files->item(logo, 1)->text(), QString("Ready"));
+    QCOMPARE(preview->count(), 1);
+    QCOMPARE(preview->item(0)->text(), QString("ACME-logo-final.psd  →  ACME / Working"));
+}
+
+void GuiTest::answersArriveInTheOrderCommandsWereSent() {
+    TempDir root;
+    AppModel model;
+    model.start(root / "data");
+    QVERIFY(settle(model));
+
+    QStringList events;
+    connect(&model, &AppModel::refused, [&](const QString& message) { events << "refused: " + message; });
+    connect(&model, &AppModel::snapshotChanged, [&] { events << "snapshot"; });
+    connect(&model, &AppModel::busyChanged, [&](bool busy) { events << (busy ? "busy" : "idle"); });
+
+    Gate gate;  // holds the first command so all three are queued before any answer
+    model.submit("held", [waiter = gate.waiter()](Engine& engine) {
+        waiter.wait();
+        return engine.snapshot();
+    });
+    Settings invalid;
+    invalid.thresholds = {70, 70};
+    model.updateSettings(invalid);
+    Settings valid;
+    valid.thresholds = {80, 60};
+    model.updateSettings(valid);
+    gate.open();
+    QVERIFY(settle(model));
+
+    const QString refusal = QString::fromUtf8(kInvalidThresholdsMessage.data(), kInvalidThresholdsMessage.size());
+    QCOMPARE(events, QStringList({"busy", "snapshot", "refused: " + refusal, "snapshot", "idle"}));
+    QCOMPARE(model.snapshot()->state->settings.thresholds, (Thresholds{80, 60}));
+    QVERIFY(model.refusal().isEmpty());
+}
+
+void GuiTest::closingHidesOrMinimisesAsChosen() {
+    AppModel model;
+    MainWindow window(model);
+    auto* option = window.page(kSettings)->findChild<QCheckBox*>("hideWhenClosed");
+    QVERIFY(option->isChecked());  // hiding is the default
+
+    window.show();
+    QVERIFY(window.close());
+    QVERIFY(!window.isVisible());
+
+    option->setChecked(false);
+    QCOMPARE(QSettings().value("kelo_hide_dock_when_closed").toBool(), false);
+    QVERIFY(!BackgroundMode::hideWhenClosed());
+    window.show();
+    QVERIFY(!window.close());  // refused: the window stays, minimised
+    QVERIFY(window.isVisible());
+    QVERIFY(window.windowState() & Qt::WindowMinimized);
+
+    option->setChecked(true);
+    QVERIFY(BackgroundMode::hideWhenClosed());
 }
 
 void GuiTest::historyShowsFiftyBatchesAtATime() {
@@ -285,6 +377,23 @@ void GuiTest::onboardingStoresPresetAndCompletion() {
     QCOMPARE(dialog.result(), int(QDialog::Accepted));
 }
 
+void GuiTest::onboardingIsNotOfferedAgainAfterARestart() {
+    TempDir root;
+    {
+        AppModel model;
+        model.start(root / "data");
+        QVERIFY(settle(model));
+        OnboardingDialog dialog(model);
+        dialog.finish();
+        QVERIFY(settle(model));
+    }
+    AppModel restarted;
+    restarted.start(root / "data");
+    QVERIFY(settle(restarted));
+    QVERIFY(!OnboardingDialog::needed(*restarted.snapshot()));
+    QCOMPARE(restarted.snapshot()->state->settings.usagePreset, std::optional(UsagePreset::design));
+}
+
 void GuiTest::secondLaunchRaisesTheFirstWindow() {
     TempDir root;
     AppModel model;
@@ -297,8 +406,8 @@ void GuiTest::secondLaunchRaisesTheFirstWindow() {
     QVERIFY(running.listening());
     // The second launch blocks on its socket, so it runs on its own thread.
     auto second = std::async(std::launch::async, [name] { return SingleInstance::askRunningToShow(name); });
-    QVERIFY(QTest::qWaitFor([&] { return second.wait_for(std::chrono::seconds(0)) == std::future_status::ready; },
-                            10000));
+    QVERIFY(
+        QTest::qWaitFor([&] { return second.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }, 10000));
     QVERIFY(second.get());
     QVERIFY(window.isVisible());
     QVERIFY(!window.isMinimized());
@@ -314,6 +423,8 @@ int main(int argc, char** argv) {
         qputenv(variable, QByteArray::fromStdString(folder.string()));
     }
     QApplication app(argc, argv);
+    QApplication::setOrganizationName("Kelo");
+    QApplication::setApplicationName("Kelo");
     GuiTest test;
     return QTest::qExec(&test, argc, argv);
 }

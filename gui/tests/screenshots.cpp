@@ -4,7 +4,6 @@
 // offscreen platform; it never touches the user's own folders or settings.
 #include <QApplication>
 #include <QDir>
-
 #include <cstdio>
 
 #include "gui/app_model.h"
@@ -60,8 +59,7 @@ int main(int argc, char** argv) {
 
     for (const char* name : {"ACME-Social-Post1.png", "ACME-logo-v2.psd", "ACME-banner-final.png",
                              "Bloom-Packaging-Box.ai", "Bloom brief.docx", "CafeSaiGon-menu-Tet.pdf",
-                             "Tài liệu tham khảo.pdf", "Screenshot 2026-11-20.png", "hoa-don-thang-10.pdf"})
-    {
+                             "Tài liệu tham khảo.pdf", "Screenshot 2026-11-20.png", "hoa-don-thang-10.pdf"}) {
         writeFile(root / "Downloads" / name, "sample");
         // Two days old, so the executor does not hold them back as possibly still being written.
         std::filesystem::last_write_time(root / "Downloads" / name,
