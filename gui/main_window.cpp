@@ -102,6 +102,7 @@ void MainWindow::render() {
     messageBar_->setVisible(!messages.isEmpty());
 
     for (Page* page : pages_) page->render(snapshot, canOperate);
+    showBusy(model_.busy());  // the next queued command may have started
 }
 
 void MainWindow::showRefusal(const QString& message) {

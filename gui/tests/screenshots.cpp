@@ -88,6 +88,7 @@ int main(int argc, char** argv) {
     settings.onboardingCompleted = true;
     settings.usagePreset = UsagePreset::design;
     settings.displayName = "Lan Anh";
+    settings.thresholds = {80, 60};
     model.updateSettings(settings);
     model.submit("place", place("ACME-banner-final.png", "ACME", Category::export_));
     model.submit("place", place("CafeSaiGon-menu-Tet.pdf", "CafeSaiGon", Category::reference));
