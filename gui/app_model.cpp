@@ -20,38 +20,62 @@ AppModel::AppModel(QObject* parent) : QObject(parent) {
     connect(&poll_, &QTimer::timeout, this, &AppModel::deliverFinished);
 }
 
-// Destroying the worker finishes the commands already sent; their results are dropped.
+// Destroying the worker finishes the commands already sent (and a start-up under
+// way); their results are dropped.
 AppModel::~AppModel() = default;
 
+// The engine starts on a thread of its own (loading the stores and checkpointing a
+// long journal can take a moment), so the window paints at once. Commands sent
+// meanwhile wait for it and run after the first scan.
 void AppModel::start(const std::filesystem::path& dataDirectory) {
-    try {
-        worker_ = std::make_unique<EngineWorker>(dataDirectory);
-        startupFailure_.clear();
-    } catch (const std::exception& error) {
-        worker_.reset();
-        startupFailure_ = QString::fromStdString(startupFailureText(error));
-        Q_EMIT snapshotChanged();
-        return;
-    }
-    submit(text::kCommandScan, EngineActions::scan());
+    const bool wasBusy = busy();
+    startupFailure_.clear();
+    starting_ =
+        std::async(std::launch::async, [dataDirectory] { return std::make_unique<EngineWorker>(dataDirectory); });
+    if (!wasBusy) startPolling();
 }
 
 QString AppModel::busyLabel() const {
+    if (starting_.valid()) return text::kCommandStart;
     return pending_.empty() ? QString() : pending_.front().label;
 }
 
 void AppModel::submit(const QString& label, EngineCommand command) {
-    if (!worker_) return refuse(startupFailure_.isEmpty() ? QString(text::kEngineUnavailable) : startupFailure_);
     if (!command) return refuse(text::kActionNotAvailable);
+    if (starting_.valid()) {
+        waiting_.push_back({label, std::move(command)});
+        return;
+    }
+    if (!worker_) return refuse(startupFailure_.isEmpty() ? QString(text::kEngineUnavailable) : startupFailure_);
     const bool wasBusy = busy();
     pending_.push_back({label, worker_->run(std::move(command))});
-    if (!wasBusy) {
-        poll_.start();
-        Q_EMIT busyChanged(true);
+    if (!wasBusy) startPolling();
+}
+
+void AppModel::startPolling() {
+    poll_.start();
+    Q_EMIT busyChanged(true);
+}
+
+void AppModel::finishStart() {
+    try {
+        worker_ = starting_.get();
+    } catch (const std::exception& error) {
+        worker_.reset();
+        startupFailure_ = QString::fromStdString(startupFailureText(error));
     }
+    auto waiting = std::move(waiting_);
+    waiting_.clear();
+    if (!worker_) Q_EMIT snapshotChanged();  // nothing else will arrive: show the failure now
+    if (worker_) pending_.push_back({text::kCommandScan, worker_->run(EngineActions::scan())});
+    for (auto& [label, command] : waiting) submit(label, std::move(command));
 }
 
 void AppModel::deliverFinished() {
+    if (starting_.valid()) {
+        if (starting_.wait_for(std::chrono::seconds(0)) != std::future_status::ready) return;
+        finishStart();
+    }
     while (!pending_.empty() &&
            pending_.front().result.wait_for(std::chrono::seconds(0)) == std::future_status::ready) {
         Pending done = std::move(pending_.front());
@@ -67,7 +91,7 @@ void AppModel::deliverFinished() {
             refuse(QString::fromStdString(error.what()));
         }
     }
-    if (pending_.empty()) {
+    if (!busy()) {
         poll_.stop();
         Q_EMIT busyChanged(false);
     }

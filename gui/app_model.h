@@ -15,13 +15,12 @@
 #include <filesystem>
 #include <future>
 #include <memory>
+#include <utility>
+#include <vector>
 
+#include "engine/engine_worker.h"
 #include "engine/snapshot.h"
 #include "gui/engine_actions.h"
-
-namespace kelo {
-class EngineWorker;
-}
 
 namespace kelo::gui {
 
@@ -32,15 +31,16 @@ public:
     explicit AppModel(QObject* parent = nullptr);
     ~AppModel() override;
 
-    // Starts the engine on `dataDirectory` and asks for its first snapshot. When the
-    // engine cannot start, startupFailure() says why and every command is refused.
+    // Starts the engine on `dataDirectory` in the background and asks for its first
+    // snapshot; busy() until it has started. When the engine cannot start,
+    // startupFailure() says why and every command is refused.
     void start(const std::filesystem::path& dataDirectory);
 
     bool canOperate() const { return worker_ != nullptr; }
     const QString& startupFailure() const { return startupFailure_; }
     // The last snapshot the engine handed back; null until the first arrives.
     const SnapshotPtr& snapshot() const { return snapshot_; }
-    bool busy() const { return !pending_.empty(); }
+    bool busy() const { return starting_.valid() || !pending_.empty(); }
     // The name of the command the engine is working on, while busy.
     QString busyLabel() const;
     // The last command's refusal, verbatim; cleared by the next snapshot.
@@ -66,10 +66,14 @@ private:
         std::future<SnapshotPtr> result;
     };
 
+    void startPolling();
+    void finishStart();
     void deliverFinished();
     void refuse(const QString& message);
 
     std::unique_ptr<EngineWorker> worker_;
+    std::future<std::unique_ptr<EngineWorker>> starting_;     // valid while the engine starts
+    std::vector<std::pair<QString, EngineCommand>> waiting_;  // commands sent while it starts
     QString startupFailure_;
     SnapshotPtr snapshot_;
     QString refusal_;

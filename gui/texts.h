@@ -23,6 +23,7 @@ inline constexpr char kActionNotAvailable[] = "Lệnh này chưa có trong bản
 inline constexpr char kRescan[] = "Quét lại";
 
 // Command names shown beside the busy indicator.
+inline constexpr char kCommandStart[] = "Khởi động";
 inline constexpr char kCommandScan[] = "Quét thư mục";
 inline constexpr char kCommandSettings[] = "Lưu cài đặt";
 inline constexpr char kCommandAddGrant[] = "Thêm thư mục";

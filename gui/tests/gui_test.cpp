@@ -93,8 +93,8 @@ void GuiTest::grantedFoldersFillEveryPage() {
     AppModel model;
     MainWindow window(model);
     model.start(root / "data");
-    QVERIFY(model.canOperate());
     QVERIFY(settle(model));
+    QVERIFY(model.canOperate());
     model.addGrant(root / "Downloads", FolderGrant::Role::watch);
     model.addGrant(root / "Projects", FolderGrant::Role::projectHome);
     QVERIFY(settle(model));
@@ -328,6 +328,8 @@ void GuiTest::failedStartupShowsTheReasonAndDisablesActions() {
     AppModel model;
     MainWindow window(model);
     model.start(root / "data");
+    model.updateSettings(Settings{});  // sent while the engine is still starting
+    QVERIFY(settle(model));
 
     QVERIFY(!model.canOperate());
     QVERIFY(model.startupFailure().startsWith(
@@ -336,6 +338,8 @@ void GuiTest::failedStartupShowsTheReasonAndDisablesActions() {
     auto* banner = window.findChild<QLabel*>("startupBanner");
     QVERIFY(!banner->isHidden());
     QCOMPARE(banner->text(), model.startupFailure());
+    QCOMPARE(model.refusal(), model.startupFailure());
+    QVERIFY(model.snapshot() == nullptr);
     for (QPushButton* button : window.findChildren<QPushButton*>())
         if (button->objectName() != "moreHistory") QVERIFY2(!button->isEnabled(), qPrintable(button->text()));
 
@@ -349,9 +353,11 @@ void GuiTest::secondInstanceIsRefusedByTheLock() {
     TempDir root;
     AppModel first;
     first.start(root / "data");
+    QVERIFY(settle(first));
     QVERIFY(first.canOperate());
     AppModel second;
     second.start(root / "data");
+    QVERIFY(settle(second));
     QVERIFY(!second.canOperate());
     QCOMPARE(second.startupFailure(),
              QString("Persistent data could not be loaded. File operations are disabled. "

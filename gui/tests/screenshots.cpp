@@ -113,6 +113,7 @@ int main(int argc, char** argv) {
     failed.resize(1100, 720);
     failed.show();
     blocked.start(root / "data");  // the first model holds the lock
+    settle(blocked);
     save(failed, out, "startup-failure");
     return 0;
 }
