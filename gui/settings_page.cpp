@@ -114,7 +114,17 @@ SettingsPage::SettingsPage(AppModel& model, QWidget* parent) : Page(model, paren
     hideWhenClosed_->setObjectName(QStringLiteral("hideWhenClosed"));
     hideWhenClosed_->setChecked(BackgroundMode::hideWhenClosed());
     connect(hideWhenClosed_, &QCheckBox::toggled, this, [](bool on) { BackgroundMode::setHideWhenClosed(on); });
-    (new QVBoxLayout(app))->addWidget(hideWhenClosed_);
+    launchAtLogin_ = new QCheckBox(text::kLaunchAtLogin, app);
+    launchAtLogin_->setObjectName(QStringLiteral("launchAtLogin"));
+    launchAtLogin_->setChecked(BackgroundMode::isLaunchAtLoginEnabled());
+    // The box always shows what is on disk, even when the change failed.
+    connect(launchAtLogin_, &QCheckBox::clicked, this, [this](bool on) {
+        BackgroundMode::setLaunchAtLogin(on);
+        launchAtLogin_->setChecked(BackgroundMode::isLaunchAtLoginEnabled());
+    });
+    auto* appLayout = new QVBoxLayout(app);
+    appLayout->addWidget(hideWhenClosed_);
+    appLayout->addWidget(launchAtLogin_);
     layout->addWidget(app);
 }
 

@@ -40,6 +40,7 @@ private:
     QComboBox* preset_;
     QPushButton* save_;
     QCheckBox* hideWhenClosed_;
+    QCheckBox* launchAtLogin_;
     std::optional<Settings> shown_;  // the engine's settings the form was last filled from
 };
 

@@ -109,6 +109,7 @@ inline constexpr char kPreset[] = "Mục đích sử dụng";
 inline constexpr char kNoPreset[] = "Chưa chọn";
 inline constexpr char kSave[] = "Lưu cài đặt";
 inline constexpr char kHideWhenClosed[] = "Ẩn khỏi thanh tác vụ khi đóng cửa sổ";
+inline constexpr char kLaunchAtLogin[] = "Mở Kelo khi đăng nhập";
 inline constexpr char kPreferences[] = "Tùy chọn";
 inline constexpr char kApp[] = "Ứng dụng";
 

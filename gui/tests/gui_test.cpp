@@ -73,6 +73,7 @@ private Q_SLOTS:
     void cleanPreviewFollowsTheThresholds();
     void answersArriveInTheOrderCommandsWereSent();
     void closingHidesOrMinimisesAsChosen();
+    void launchAtLoginWritesAndRemovesTheAutostartEntry();
     void historyShowsFiftyBatchesAtATime();
     void refusedThresholdsAreShownVerbatimAndKeepTheOldSettings();
     void windowKeepsRunningWhileACommandIsPending();
@@ -218,6 +219,38 @@ void GuiTest::closingHidesOrMinimisesAsChosen() {
 
     option->setChecked(true);
     QVERIFY(BackgroundMode::hideWhenClosed());
+}
+
+void GuiTest::launchAtLoginWritesAndRemovesTheAutostartEntry() {
+    AppModel model;
+    MainWindow window(model);
+    auto* option = window.page(kSettings)->findChild<QCheckBox*>("launchAtLogin");
+    const QString entry = qEnvironmentVariable("XDG_CONFIG_HOME") + "/autostart/kelo.desktop";
+    QVERIFY(!option->isChecked());
+
+    option->click();
+    QVERIFY(option->isChecked());
+    QFile file(entry);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QString content = QString::fromUtf8(file.readAll());
+    QVERIFY(content.startsWith("[Desktop Entry]\n"));
+    QVERIFY(content.contains("Exec=\"" + QCoreApplication::applicationFilePath() + "\"\n"));
+
+    option->click();
+    QVERIFY(!option->isChecked());
+    QVERIFY(!QFile::exists(entry));
+
+    // When the entry cannot be written the box shows the truth, not the wish.
+    const QString folder = qEnvironmentVariable("XDG_CONFIG_HOME") + "/autostart";
+    QVERIFY(QDir(folder).removeRecursively());
+    {
+        QFile blocker(folder);
+        QVERIFY(blocker.open(QIODevice::WriteOnly));
+    }
+    option->click();
+    QVERIFY(!option->isChecked());
+    QVERIFY(!BackgroundMode::isLaunchAtLoginEnabled());
+    QVERIFY(QFile::remove(folder));
 }
 
 void GuiTest::historyShowsFiftyBatchesAtATime() {
