@@ -2,6 +2,7 @@
 
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QLabel>
 #include <QTableWidget>
 #include <QVBoxLayout>
 
@@ -30,6 +31,8 @@ HistoryPage::HistoryPage(AppModel& model, QWidget* parent) : Page(model, parent)
     table_->setSelectionMode(QAbstractItemView::NoSelection);
     table_->verticalHeader()->setVisible(false);
     layout->addWidget(table_, 1);
+    empty_ = new QLabel(text::kNoHistory, this);
+    layout->addWidget(empty_);
 
     auto* buttons = new QHBoxLayout;
     more_ = new QPushButton(this);
@@ -78,7 +81,7 @@ void HistoryPage::fillRows() {
     }
     table_->resizeColumnsToContents();
     table_->setColumnWidth(kUndo, std::max(table_->columnWidth(kUndo), 110));
-    table_->setToolTip(total == 0 ? QString(text::kNoHistory) : QString());
+    empty_->setVisible(total == 0);
     const int remaining = total - rows;
     more_->setText(text::kMoreHistoryPrefix + QString::number(remaining) + QLatin1Char(')'));
     more_->setVisible(remaining > 0);

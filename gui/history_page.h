@@ -4,6 +4,7 @@
 
 #include "gui/page.h"
 
+class QLabel;
 class QTableWidget;
 
 namespace kelo::gui {
@@ -19,6 +20,7 @@ private:
     void fillRows();
 
     QTableWidget* table_;
+    QLabel* empty_;
     QPushButton* more_;
     QPushButton* undoTrash_;
     std::shared_ptr<const std::vector<HistoryBatch>> history_;

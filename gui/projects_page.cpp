@@ -4,6 +4,7 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QInputDialog>
+#include <QLabel>
 #include <QTableWidget>
 #include <QVBoxLayout>
 
@@ -35,6 +36,8 @@ ProjectsPage::ProjectsPage(AppModel& model, QWidget* parent) : Page(model, paren
     table_->verticalHeader()->setVisible(false);
     connect(table_, &QTableWidget::itemSelectionChanged, this, [this] { updateButtons(); });
     layout->addWidget(table_, 1);
+    empty_ = new QLabel(text::kNoProjects, this);
+    layout->addWidget(empty_);
 
     auto* actions = new QHBoxLayout;
     status_ = new QComboBox(this);
@@ -95,7 +98,7 @@ void ProjectsPage::render(const Snapshot* snapshot, bool canOperate) {
     }
     table_->resizeColumnsToContents();
     table_->horizontalHeader()->setStretchLastSection(true);
-    table_->setToolTip(count == 0 ? QString(text::kNoProjects) : QString());
+    empty_->setVisible(count == 0);
     updateButtons();
 }
 

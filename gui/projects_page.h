@@ -5,6 +5,7 @@
 #include "gui/page.h"
 
 class QComboBox;
+class QLabel;
 class QTableWidget;
 
 namespace kelo::gui {
@@ -19,6 +20,7 @@ private:
     void updateButtons();
 
     QTableWidget* table_;
+    QLabel* empty_;
     QComboBox* status_;
     QPushButton* setStatus_;
     QPushButton* addAlias_;
