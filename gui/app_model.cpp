@@ -66,8 +66,10 @@ void AppModel::finishStart() {
     }
     auto waiting = std::move(waiting_);
     waiting_.clear();
-    if (!worker_) Q_EMIT snapshotChanged();  // nothing else will arrive: show the failure now
-    if (worker_) pending_.push_back({text::kCommandScan, worker_->run(EngineActions::scan())});
+    if (worker_)
+        pending_.push_back({text::kCommandScan, worker_->run(EngineActions::scan())});
+    else
+        Q_EMIT snapshotChanged();  // no snapshot will come: show the failure now
     for (auto& [label, command] : waiting) submit(label, std::move(command));
 }
 
