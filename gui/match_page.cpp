@@ -14,7 +14,7 @@ namespace kelo::gui {
 
 namespace {
 
-enum Column { kFile, kState, kProject, kScore, kSignals, kColumnCount };
+enum Column { kFile, kState, kProject, kCategory, kScore, kSignals, kColumnCount };
 constexpr int kPathRole = Qt::UserRole;
 constexpr int kProjectRole = Qt::UserRole + 1;
 
@@ -30,8 +30,8 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
     auto* layout = new QVBoxLayout(this);
     table_ = new QTableWidget(0, kColumnCount, this);
     table_->setObjectName(QStringLiteral("matchTable"));
-    table_->setHorizontalHeaderLabels(
-        {text::kColumnFile, text::kColumnState, text::kColumnProject, text::kColumnScore, text::kColumnSignals});
+    table_->setHorizontalHeaderLabels({text::kColumnFile, text::kColumnState, text::kColumnProject,
+                                       text::kColumnCategory, text::kColumnScore, text::kColumnSignals});
     table_->setSelectionBehavior(QAbstractItemView::SelectRows);
     table_->setSelectionMode(QAbstractItemView::ExtendedSelection);
     table_->verticalHeader()->setVisible(false);
@@ -108,6 +108,7 @@ void MatchPage::render(const Snapshot* snapshot, bool canOperate) {
             table_->setItem(row, kFile, file);
             table_->setItem(row, kState, cell(qs(rawValue(c.state))));
             table_->setItem(row, kProject, cell(top ? projectName(*snapshot, top->projectID) : QStringLiteral("-")));
+            table_->setItem(row, kCategory, cell(top ? qs(rawValue(c.category)) : QStringLiteral("-")));
             table_->setItem(row, kScore, cell(QString::number(top ? top->score : 0)));
             auto* reasons = cell(top ? signalsText(*top) : QString());
             reasons->setToolTip(reasons->text());

@@ -50,6 +50,7 @@ inline constexpr char kDryRunOn[] = "Chế độ chạy thử đang bật: Kelo 
 inline constexpr char kColumnFile[] = "Tệp";
 inline constexpr char kColumnState[] = "Trạng thái";
 inline constexpr char kColumnProject[] = "Dự án gợi ý";
+inline constexpr char kColumnCategory[] = "Vào thư mục";
 inline constexpr char kColumnScore[] = "Điểm";
 inline constexpr char kColumnSignals[] = "Lý do";
 inline constexpr char kSortInto[] = "Xếp vào";

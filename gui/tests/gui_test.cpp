@@ -108,8 +108,9 @@ void GuiTest::grantedFoldersFillEveryPage() {
     QCOMPARE(names, QStringList({"ACME-logo-final.psd", "notes.txt"}));
     const int logo = column(files, 0).indexOf("ACME-logo-final.psd");
     QCOMPARE(files->item(logo, 2)->text(), QString("ACME"));
-    QVERIFY(files->item(logo, 3)->text().toInt() > 0);
-    QVERIFY(files->item(logo, 4)->text().contains("ACME"));  // the signal that named the project
+    QCOMPARE(files->item(logo, 3)->text(), QString("Working"));
+    QVERIFY(files->item(logo, 4)->text().toInt() > 0);
+    QVERIFY(files->item(logo, 5)->text().contains("ACME"));  // the signal that named the project
 
     auto* projects = window.page(kProjects)->findChild<QTableWidget*>("projectsTable");
     QStringList projectNames = column(projects, 0);
@@ -151,7 +152,7 @@ void GuiTest::cleanPreviewFollowsTheThresholds() {
     auto* ready = window.findChild<QLabel*>("readyCount");
     auto* files = window.page(kMatch)->findChild<QTableWidget*>("matchTable");
     const int logo = column(files, 0).indexOf("ACME-logo-final.psd");
-    const int score = files->item(logo, 3)->text().toInt();
+    const int score = files->item(logo, 4)->text().toInt();
     QVERIFY(score > 2 && score < 90);  // a name match alone is not enough for the default "Ready"
     QCOMPARE(ready->text(), QString("0"));
     QCOMPARE(preview->count(), 1);
