@@ -1,0 +1,84 @@
+// AppModel: the desktop app's presentation model. It owns the EngineWorker, sends it
+// the user's commands and publishes each Snapshot the engine hands back. The engine
+// runs commands on its own thread; the model polls the pending futures from the
+// event loop, so the window keeps painting while a command runs and every snapshot
+// or refusal is delivered on the main thread, in the order the commands were sent.
+//
+// Main thread only. Holds no file-system logic: everything it does to files is an
+// EngineCommand (see engine_actions.h).
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QTimer>
+#include <deque>
+#include <filesystem>
+#include <future>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "engine/engine_worker.h"
+#include "engine/snapshot.h"
+#include "gui/engine_actions.h"
+
+namespace kelo::gui {
+
+class AppModel : public QObject {
+    Q_OBJECT
+
+public:
+    explicit AppModel(QObject* parent = nullptr);
+    ~AppModel() override;
+
+    // Starts the engine on `dataDirectory` in the background and asks for its first
+    // snapshot; busy() until it has started. When the engine cannot start,
+    // startupFailure() says why and every command is refused.
+    void start(const std::filesystem::path& dataDirectory);
+
+    bool canOperate() const { return worker_ != nullptr; }
+    const QString& startupFailure() const { return startupFailure_; }
+    // The last snapshot the engine handed back; null until the first arrives.
+    const SnapshotPtr& snapshot() const { return snapshot_; }
+    bool busy() const { return starting_.valid() || !pending_.empty(); }
+    // The name of the command the engine is working on, while busy.
+    QString busyLabel() const;
+    // The last command's refusal, verbatim; cleared by the next snapshot.
+    const QString& refusal() const { return refusal_; }
+
+    // Sends `command` to the engine. An empty command (an action this build does
+    // not have) or a stopped engine is reported as a refusal instead.
+    void submit(const QString& label, EngineCommand command);
+
+    void scan();
+    void updateSettings(Settings settings);
+    void addGrant(const std::filesystem::path& folder, FolderGrant::Role role);
+    void removeGrant(const std::string& grantId);
+
+Q_SIGNALS:
+    void snapshotChanged();
+    void busyChanged(bool busy);
+    void refused(const QString& message);
+
+private:
+    struct Pending {
+        QString label;
+        std::future<SnapshotPtr> result;
+    };
+
+    void startPolling();
+    void finishStart();
+    void deliverFinished();
+    void refuse(const QString& message);
+
+    std::unique_ptr<EngineWorker> worker_;
+    std::future<std::unique_ptr<EngineWorker>> starting_;     // valid while the engine starts
+    std::vector<std::pair<QString, EngineCommand>> waiting_;  // commands sent while it starts
+    QString startupFailure_;
+    SnapshotPtr snapshot_;
+    QString refusal_;
+    std::deque<Pending> pending_;  // in the order sent, which is the order the engine runs them
+    QTimer poll_;
+};
+
+}  // namespace kelo::gui

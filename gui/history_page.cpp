@@ -1,0 +1,90 @@
+#include "gui/history_page.h"
+
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QTableWidget>
+#include <QVBoxLayout>
+
+#include "gui/presentation.h"
+
+namespace kelo::gui {
+
+namespace {
+
+enum Column { kDate, kMoved, kRenamed, kSkipped, kFailed, kUndone, kUndo, kColumnCount };
+
+QTableWidgetItem* cell(const QString& value) {
+    auto* item = new QTableWidgetItem(value);
+    item->setFlags(item->flags() & ~Qt::ItemIsEditable);
+    return item;
+}
+
+}  // namespace
+
+HistoryPage::HistoryPage(AppModel& model, QWidget* parent) : Page(model, parent) {
+    auto* layout = new QVBoxLayout(this);
+    table_ = new QTableWidget(0, kColumnCount, this);
+    table_->setObjectName(QStringLiteral("historyTable"));
+    table_->setHorizontalHeaderLabels({text::kColumnDate, text::kColumnMoved, text::kColumnRenamed,
+                                       text::kColumnSkipped, text::kColumnFailed, text::kColumnUndone, QString()});
+    table_->setSelectionMode(QAbstractItemView::NoSelection);
+    table_->verticalHeader()->setVisible(false);
+    layout->addWidget(table_, 1);
+    empty_ = new QLabel(text::kNoHistory, this);
+    layout->addWidget(empty_);
+
+    auto* buttons = new QHBoxLayout;
+    more_ = new QPushButton(this);
+    more_->setObjectName(QStringLiteral("moreHistory"));
+    connect(more_, &QPushButton::clicked, this, [this] {
+        shown_ += kPageSize;
+        fillRows();
+    });
+    undoTrash_ = new QPushButton(text::kUndoTrash, this);
+    undoTrash_->setObjectName(QStringLiteral("undoTrash"));
+    connect(undoTrash_, &QPushButton::clicked, this,
+            [this] { model_.submit(text::kCommandUndo, EngineActions::undoTrash()); });
+    buttons->addWidget(more_);
+    buttons->addStretch();
+    buttons->addWidget(undoTrash_);
+    layout->addLayout(buttons);
+}
+
+void HistoryPage::render(const Snapshot* snapshot, bool canOperate) {
+    canOperate_ = canOperate;
+    history_ = snapshot ? snapshot->history : nullptr;
+    undoTrash_->setVisible(snapshot && snapshot->canUndoTrash);
+    enableAction(undoTrash_, EngineAction::undoTrash, canOperate);
+    fillRows();
+}
+
+void HistoryPage::fillRows() {
+    const int total = history_ ? static_cast<int>(history_->size()) : 0;
+    const int rows = std::min(total, shown_);
+    table_->clearContents();
+    table_->setRowCount(rows);
+    for (int row = 0; row < rows; ++row) {
+        const HistoryBatch& batch = (*history_)[static_cast<std::size_t>(row)];
+        table_->setItem(row, kDate, cell(formatDate(batch.date)));
+        const int counts[] = {batch.moved, batch.renamed, batch.skipped, batch.failed, batch.undone};
+        for (int column = kMoved; column <= kUndone; ++column)
+            table_->setItem(row, column, cell(QString::number(counts[column - kMoved])));
+        if (batch.canUndo) {
+            auto* undo = new QPushButton(text::kUndo, table_);
+            enableAction(undo, EngineAction::undoBatch, canOperate_);
+            const std::string id = batch.id.text();
+            connect(undo, &QPushButton::clicked, this,
+                    [this, id] { model_.submit(text::kCommandUndo, EngineActions::undoBatch(id)); });
+            table_->setCellWidget(row, kUndo, undo);
+        }
+    }
+    table_->resizeColumnsToContents();
+    table_->setColumnWidth(kUndo, std::max(table_->columnWidth(kUndo), 110));
+    empty_->setVisible(total == 0);
+    const int remaining = total - rows;
+    more_->setText(text::kMoreHistoryPrefix + QString::number(remaining) + QLatin1Char(')'));
+    more_->setVisible(remaining > 0);
+}
+
+}  // namespace kelo::gui

@@ -1,0 +1,155 @@
+#include "gui/main_window.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QListWidget>
+#include <QMenu>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QStatusBar>
+#include <QStyle>
+#include <QSystemTrayIcon>
+#include <QVBoxLayout>
+
+#include "gui/background_mode.h"
+#include "gui/history_page.h"
+#include "gui/match_page.h"
+#include "gui/overview_page.h"
+#include "gui/presentation.h"
+#include "gui/projects_page.h"
+#include "gui/settings_page.h"
+#include "gui/texts.h"
+
+namespace kelo::gui {
+
+MainWindow::MainWindow(AppModel& model, QWidget* parent) : QMainWindow(parent), model_(model) {
+    setWindowTitle(text::kAppTitle);
+    setWindowIcon(style()->standardIcon(QStyle::SP_DirHomeIcon));
+    resize(1100, 720);
+
+    auto* central = new QWidget(this);
+    auto* layout = new QVBoxLayout(central);
+
+    startupBanner_ = new QLabel(central);
+    startupBanner_->setObjectName(QStringLiteral("startupBanner"));
+    startupBanner_->setWordWrap(true);
+    startupBanner_->setStyleSheet(QStringLiteral("QLabel { background: #fbe3e1; color: #8a1c12; padding: 8px; }"));
+    startupBanner_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    startupBanner_->hide();
+    layout->addWidget(startupBanner_);
+
+    messageBar_ = new QLabel(central);
+    messageBar_->setObjectName(QStringLiteral("messageBar"));
+    messageBar_->setWordWrap(true);
+    messageBar_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    messageBar_->hide();
+    layout->addWidget(messageBar_);
+
+    auto* body = new QHBoxLayout;
+    sidebar_ = new QListWidget(central);
+    sidebar_->setObjectName(QStringLiteral("sidebar"));
+    sidebar_->setFixedWidth(170);
+    sidebar_->setStyleSheet(QStringLiteral("QListWidget::item { padding: 8px 6px; }"));
+    stack_ = new QStackedWidget(central);
+    pages_ = {new OverviewPage(model_, stack_), new MatchPage(model_, stack_), new ProjectsPage(model_, stack_),
+              new HistoryPage(model_, stack_), new SettingsPage(model_, stack_)};
+    const char* titles[] = {text::kOverviewPage, text::kMatchPage, text::kProjectsPage, text::kHistoryPage,
+                            text::kSettingsPage};
+    for (std::size_t i = 0; i < pages_.size(); ++i) {
+        sidebar_->addItem(QString(titles[i]));
+        stack_->addWidget(pages_[i]);
+    }
+    connect(sidebar_, &QListWidget::currentRowChanged, stack_, &QStackedWidget::setCurrentIndex);
+    sidebar_->setCurrentRow(0);
+    body->addWidget(sidebar_);
+    body->addWidget(stack_, 1);
+    layout->addLayout(body, 1);
+    setCentralWidget(central);
+
+    busyIndicator_ = new QProgressBar(this);
+    busyIndicator_->setObjectName(QStringLiteral("busyIndicator"));
+    busyIndicator_->setRange(0, 0);
+    busyIndicator_->setMaximumWidth(160);
+    busyLabel_ = new QLabel(this);
+    rescan_ = new QPushButton(text::kRescan, this);
+    connect(rescan_, &QPushButton::clicked, &model_, &AppModel::scan);
+    statusBar()->addWidget(busyLabel_);
+    statusBar()->addWidget(busyIndicator_);
+    statusBar()->addPermanentWidget(rescan_);
+    showBusy(model_.busy());
+
+    connect(&model_, &AppModel::snapshotChanged, this, [this] { render(); });
+    connect(&model_, &AppModel::refused, this, [this](const QString& message) { showRefusal(message); });
+    connect(&model_, &AppModel::busyChanged, this, [this](bool busy) { showBusy(busy); });
+    render();
+}
+
+void MainWindow::render() {
+    const Snapshot* snapshot = model_.snapshot().get();
+    const bool canOperate = model_.canOperate();
+    startupBanner_->setText(model_.startupFailure());
+    startupBanner_->setVisible(!model_.startupFailure().isEmpty());
+    rescan_->setEnabled(canOperate);
+
+    QStringList messages;
+    if (snapshot)
+        for (const auto& message : snapshot->messages) messages << qs(message);
+    messageBar_->setStyleSheet(QString());
+    messageBar_->setText(messages.join(QLatin1Char('\n')));
+    messageBar_->setVisible(!messages.isEmpty());
+
+    for (Page* page : pages_) page->render(snapshot, canOperate);
+    showBusy(model_.busy());  // the next queued command may have started
+}
+
+void MainWindow::showRefusal(const QString& message) {
+    messageBar_->setStyleSheet(QStringLiteral("QLabel { color: #8a1c12; font-weight: bold; }"));
+    messageBar_->setText(message);
+    messageBar_->show();
+}
+
+void MainWindow::showBusy(bool busy) {
+    busyIndicator_->setVisible(busy);
+    busyLabel_->setText(busy ? text::kWorking + model_.busyLabel() : QString());
+}
+
+void MainWindow::showPage(int index) {
+    sidebar_->setCurrentRow(index);
+}
+
+void MainWindow::showAndRaise() {
+    show();
+    setWindowState((windowState() & ~Qt::WindowMinimized) | Qt::WindowActive);
+    raise();
+    activateWindow();
+}
+
+void MainWindow::installTrayIcon() {
+    if (tray_ || !QSystemTrayIcon::isSystemTrayAvailable()) return;
+    tray_ = new QSystemTrayIcon(windowIcon(), this);
+    auto* menu = new QMenu(this);
+    menu->addAction(text::kTrayOpen, this, [this] { showAndRaise(); });
+    menu->addAction(text::kTrayQuit, qApp, &QCoreApplication::quit);
+    tray_->setContextMenu(menu);
+    tray_->setToolTip(text::kAppTitle);
+    connect(tray_, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger) showAndRaise();
+    });
+    tray_->show();
+}
+
+// Closing never quits. Hidden, the window leaves the task bar; otherwise it is
+// minimised and stays there.
+void MainWindow::closeEvent(QCloseEvent* event) {
+    if (BackgroundMode::hideWhenClosed()) {
+        event->accept();
+        return;
+    }
+    event->ignore();
+    showMinimized();
+}
+
+}  // namespace kelo::gui

@@ -1,0 +1,56 @@
+// MainWindow: the sidebar of pages, the start-up failure banner, the message bar
+// that shows what the last command said (a refusal verbatim), and the busy
+// indicator while the engine works. Closing it never quits (see BackgroundMode).
+// Main thread only; `model` must outlive the window.
+#pragma once
+
+#include <QMainWindow>
+#include <vector>
+
+#include "gui/app_model.h"
+
+class QLabel;
+class QListWidget;
+class QProgressBar;
+class QPushButton;
+class QStackedWidget;
+class QSystemTrayIcon;
+
+namespace kelo::gui {
+
+class Page;
+
+class MainWindow : public QMainWindow {
+public:
+    explicit MainWindow(AppModel& model, QWidget* parent = nullptr);
+
+    // Shows, un-minimises and raises the window: the answer to "keloOpenMainWindow".
+    void showAndRaise();
+    // Adds the tray icon with "open" and "quit" when the desktop has a tray.
+    void installTrayIcon();
+
+    // Renders the model's snapshot into every page.
+    void render();
+    void showPage(int index);
+    Page* page(int index) const { return pages_.at(static_cast<std::size_t>(index)); }
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void showRefusal(const QString& message);
+    void showBusy(bool busy);
+
+    AppModel& model_;
+    QLabel* startupBanner_;
+    QLabel* messageBar_;
+    QListWidget* sidebar_;
+    QStackedWidget* stack_;
+    std::vector<Page*> pages_;
+    QProgressBar* busyIndicator_;
+    QLabel* busyLabel_;
+    QPushButton* rescan_;
+    QSystemTrayIcon* tray_ = nullptr;
+};
+
+}  // namespace kelo::gui

@@ -1,0 +1,31 @@
+// The first-run dialog: explains the two folder roles, lets the user approve an
+// inbox and a project home or try the sample folders first, picks a usage preset,
+// and on "Bắt đầu" stores the preset with onboardingCompleted through the engine.
+// Main thread only; `model` must outlive the dialog.
+#pragma once
+
+#include <QDialog>
+
+#include "gui/app_model.h"
+
+class QButtonGroup;
+class QPushButton;
+
+namespace kelo::gui {
+
+class OnboardingDialog : public QDialog {
+public:
+    explicit OnboardingDialog(AppModel& model, QWidget* parent = nullptr);
+
+    // Whether a snapshot says the user has not finished the first run yet.
+    static bool needed(const Snapshot& snapshot);
+
+    // Sends the chosen preset and onboardingCompleted, then closes.
+    void finish();
+
+private:
+    AppModel& model_;
+    QButtonGroup* presets_;
+};
+
+}  // namespace kelo::gui

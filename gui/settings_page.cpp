@@ -1,0 +1,180 @@
+#include "gui/settings_page.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFileDialog>
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QSpinBox>
+#include <QTableWidget>
+#include <QVBoxLayout>
+
+#include "gui/background_mode.h"
+#include "gui/presentation.h"
+
+namespace kelo::gui {
+
+namespace {
+
+constexpr int kIdRole = Qt::UserRole;
+
+QTableWidgetItem* cell(const QString& value) {
+    auto* item = new QTableWidgetItem(value);
+    item->setFlags(item->flags() & ~Qt::ItemIsEditable);
+    return item;
+}
+
+// Wide enough to let the user type a value the engine will refuse: the engine owns
+// the rule, the form does not second-guess it.
+QSpinBox* thresholdBox(QWidget* parent, const char* name) {
+    auto* box = new QSpinBox(parent);
+    box->setObjectName(QString::fromLatin1(name));
+    box->setRange(-1000, 1000);
+    return box;
+}
+
+}  // namespace
+
+SettingsPage::SettingsPage(AppModel& model, QWidget* parent) : Page(model, parent) {
+    auto* layout = new QVBoxLayout(this);
+
+    auto* folders = new QGroupBox(text::kFolders, this);
+    auto* foldersLayout = new QVBoxLayout(folders);
+    grants_ = new QTableWidget(0, 2, folders);
+    grants_->setObjectName(QStringLiteral("grantsTable"));
+    grants_->setHorizontalHeaderLabels({text::kColumnRole, text::kColumnFolder});
+    grants_->setSelectionBehavior(QAbstractItemView::SelectRows);
+    grants_->setSelectionMode(QAbstractItemView::SingleSelection);
+    grants_->verticalHeader()->setVisible(false);
+    grants_->horizontalHeader()->setStretchLastSection(true);
+    foldersLayout->addWidget(grants_);
+    auto* folderButtons = new QHBoxLayout;
+    addWatch_ = new QPushButton(text::kAddWatch, folders);
+    addHome_ = new QPushButton(text::kAddHome, folders);
+    remove_ = new QPushButton(text::kRemoveFolder, folders);
+    remove_->setObjectName(QStringLiteral("removeGrant"));
+    folderButtons->addWidget(addWatch_);
+    folderButtons->addWidget(addHome_);
+    folderButtons->addStretch();
+    folderButtons->addWidget(remove_);
+    foldersLayout->addLayout(folderButtons);
+    layout->addWidget(folders, 1);
+
+    connect(addWatch_, &QPushButton::clicked, this, [this] { chooseFolder(FolderGrant::Role::watch); });
+    connect(addHome_, &QPushButton::clicked, this, [this] { chooseFolder(FolderGrant::Role::projectHome); });
+    connect(remove_, &QPushButton::clicked, this, [this] {
+        const auto rows = grants_->selectionModel()->selectedRows(0);
+        if (rows.isEmpty()) return;
+        model_.removeGrant(grants_->item(rows.front().row(), 0)->data(kIdRole).toString().toStdString());
+    });
+    connect(grants_, &QTableWidget::itemSelectionChanged, this, [this] {
+        enableAction(remove_, EngineAction::removeGrant, model_.canOperate(),
+                     grants_->selectionModel()->hasSelection());
+    });
+
+    auto* preferences = new QGroupBox(text::kPreferences, this);
+    auto* form = new QFormLayout(preferences);
+    ready_ = thresholdBox(preferences, "readyThreshold");
+    probably_ = thresholdBox(preferences, "probablyThreshold");
+    auto* thresholds = new QHBoxLayout;
+    thresholds->addWidget(new QLabel(text::kReadyAt, preferences));
+    thresholds->addWidget(ready_);
+    thresholds->addSpacing(16);
+    thresholds->addWidget(new QLabel(text::kProbablyAt, preferences));
+    thresholds->addWidget(probably_);
+    thresholds->addStretch();
+    form->addRow(text::kThresholds, thresholds);
+    dryRun_ = new QCheckBox(text::kDryRun, preferences);
+    dryRun_->setObjectName(QStringLiteral("dryRun"));
+    form->addRow(QString(), dryRun_);
+    displayName_ = new QLineEdit(preferences);
+    displayName_->setObjectName(QStringLiteral("displayName"));
+    form->addRow(text::kDisplayName, displayName_);
+    preset_ = new QComboBox(preferences);
+    preset_->setObjectName(QStringLiteral("usagePreset"));
+    preset_->addItem(text::kNoPreset, -1);
+    for (const auto& [preset, raw] : rawValues(UsagePreset{}))
+        preset_->addItem(presetTitle(preset), static_cast<int>(preset));
+    form->addRow(text::kPreset, preset_);
+    save_ = new QPushButton(text::kSave, preferences);
+    save_->setObjectName(QStringLiteral("saveSettings"));
+    auto* saveRow = new QHBoxLayout;
+    saveRow->addWidget(save_);
+    saveRow->addStretch();
+    form->addRow(QString(), saveRow);
+    connect(save_, &QPushButton::clicked, this, [this] { model_.updateSettings(formSettings()); });
+    layout->addWidget(preferences);
+
+    auto* app = new QGroupBox(text::kApp, this);
+    hideWhenClosed_ = new QCheckBox(text::kHideWhenClosed, app);
+    hideWhenClosed_->setObjectName(QStringLiteral("hideWhenClosed"));
+    hideWhenClosed_->setChecked(BackgroundMode::hideWhenClosed());
+    connect(hideWhenClosed_, &QCheckBox::toggled, this, [](bool on) { BackgroundMode::setHideWhenClosed(on); });
+    launchAtLogin_ = new QCheckBox(text::kLaunchAtLogin, app);
+    launchAtLogin_->setObjectName(QStringLiteral("launchAtLogin"));
+    launchAtLogin_->setChecked(BackgroundMode::isLaunchAtLoginEnabled());
+    // The box always shows what is on disk, even when the change failed.
+    connect(launchAtLogin_, &QCheckBox::clicked, this, [this](bool on) {
+        BackgroundMode::setLaunchAtLogin(on);
+        launchAtLogin_->setChecked(BackgroundMode::isLaunchAtLoginEnabled());
+    });
+    auto* appLayout = new QVBoxLayout(app);
+    appLayout->addWidget(hideWhenClosed_);
+    appLayout->addWidget(launchAtLogin_);
+    layout->addWidget(app);
+}
+
+void SettingsPage::render(const Snapshot* snapshot, bool canOperate) {
+    grants_->clearContents();
+    const int count = snapshot ? static_cast<int>(snapshot->state->grants.size()) : 0;
+    grants_->setRowCount(count);
+    for (int row = 0; row < count; ++row) {
+        const FolderGrant& grant = snapshot->state->grants[static_cast<std::size_t>(row)];
+        auto* role = cell(grant.role == FolderGrant::Role::watch ? text::kRoleWatch : text::kRoleHome);
+        role->setData(kIdRole, qs(grant.id.text()));
+        grants_->setItem(row, 0, role);
+        grants_->setItem(row, 1, cell(qs(grant.displayPath)));
+    }
+    grants_->resizeColumnToContents(0);
+
+    // Refill the form only when the engine's settings changed, so a refused value
+    // stays in the form for the user to correct.
+    if (snapshot && shown_ != snapshot->state->settings) showSettings(snapshot->state->settings);
+
+    enableAction(addWatch_, EngineAction::addGrant, canOperate);
+    enableAction(addHome_, EngineAction::addGrant, canOperate);
+    enableAction(remove_, EngineAction::removeGrant, canOperate, grants_->selectionModel()->hasSelection());
+    enableAction(save_, EngineAction::updateSettings, canOperate && snapshot);
+}
+
+void SettingsPage::showSettings(const Settings& settings) {
+    shown_ = settings;
+    ready_->setValue(settings.thresholds.ready);
+    probably_->setValue(settings.thresholds.probably);
+    dryRun_->setChecked(settings.dryRun);
+    displayName_->setText(settings.displayName ? qs(*settings.displayName) : QString());
+    preset_->setCurrentIndex(preset_->findData(settings.usagePreset ? static_cast<int>(*settings.usagePreset) : -1));
+}
+
+Settings SettingsPage::formSettings() const {
+    Settings settings = shown_.value_or(Settings{});
+    settings.thresholds.ready = ready_->value();
+    settings.thresholds.probably = probably_->value();
+    settings.dryRun = dryRun_->isChecked();
+    settings.displayName = Settings::normalizeName(displayName_->text().toStdString());
+    const int preset = preset_->currentData().toInt();
+    settings.usagePreset = preset < 0 ? std::nullopt : std::optional(static_cast<UsagePreset>(preset));
+    return settings;
+}
+
+void SettingsPage::chooseFolder(FolderGrant::Role role) {
+    const QString title = role == FolderGrant::Role::watch ? text::kWatchDialogTitle : text::kHomeDialogTitle;
+    const QString folder = QFileDialog::getExistingDirectory(this, title);
+    if (!folder.isEmpty()) model_.addGrant(folder.toStdString(), role);
+}
+
+}  // namespace kelo::gui

@@ -1,0 +1,472 @@
+// The desktop app's wiring: snapshots reach the pages, refusals reach the user word
+// for word, the window keeps running while the engine works, a failed start-up
+// disables every action, and a second launch raises the first window. Every test
+// runs a real engine on its own temporary data directory.
+#include <QCheckBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QSettings>
+#include <QSpinBox>
+#include <QTableWidget>
+#include <QTimer>
+#include <QtTest>
+#include <future>
+
+#include "engine/persistent_data.h"
+#include "gui/app_model.h"
+#include "gui/background_mode.h"
+#include "gui/history_page.h"
+#include "gui/main_window.h"
+#include "gui/onboarding_dialog.h"
+#include "gui/single_instance.h"
+#include "support/temp_dir.h"
+
+using kelo::testing::TempDir;
+using kelo::testing::writeFile;
+using namespace kelo;
+using namespace kelo::gui;
+
+namespace {
+
+enum PageIndex { kOverview, kMatch, kProjects, kHistory, kSettings };
+
+// Waits until the engine has answered every command sent so far.
+bool settle(AppModel& model) {
+    return QTest::qWaitFor([&] { return !model.busy(); }, 20000);
+}
+
+QStringList column(const QTableWidget* table, int col) {
+    QStringList values;
+    for (int row = 0; row < table->rowCount(); ++row)
+        values << (table->item(row, col) ? table->item(row, col)->text() : QString());
+    return values;
+}
+
+// Holds a command on the engine thread until released, and releases it on the way
+// out whatever happens, so a failing test never leaves the engine waiting.
+class Gate {
+public:
+    ~Gate() { open(); }
+    void open() {
+        if (!opened_) release_.set_value();
+        opened_ = true;
+    }
+    std::shared_future<void> waiter() const { return waiter_; }
+
+private:
+    std::promise<void> release_;
+    std::shared_future<void> waiter_ = release_.get_future().share();
+    bool opened_ = false;
+};
+
+}  // namespace
+
+class GuiTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void grantedFoldersFillEveryPage();
+    void cleanPreviewFollowsTheThresholds();
+    void answersArriveInTheOrderCommandsWereSent();
+    void closingHidesOrMinimisesAsChosen();
+    void launchAtLoginWritesAndRemovesTheAutostartEntry();
+    void historyShowsFiftyBatchesAtATime();
+    void refusedThresholdsAreShownVerbatimAndKeepTheOldSettings();
+    void windowKeepsRunningWhileACommandIsPending();
+    void failedStartupShowsTheReasonAndDisablesActions();
+    void secondInstanceIsRefusedByTheLock();
+    void onboardingStoresPresetAndCompletion();
+    void onboardingIsNotOfferedAgainAfterARestart();
+    void secondLaunchRaisesTheFirstWindow();
+};
+
+void GuiTest::grantedFoldersFillEveryPage() {
+    TempDir root;
+    writeFile(root / "Downloads/ACME-logo-final.psd", "psd");
+    writeFile(root / "Downloads/notes.txt", "text");
+    writeFile(root / "Projects/ACME/Working/old.psd", "psd");
+    std::filesystem::create_directories(root / "Projects/Bloom");
+
+    AppModel model;
+    MainWindow window(model);
+    model.start(root / "data");
+    QVERIFY(settle(model));
+    QVERIFY(model.canOperate());
+    model.addGrant(root / "Downloads", FolderGrant::Role::watch);
+    model.addGrant(root / "Projects", FolderGrant::Role::projectHome);
+    QVERIFY(settle(model));
+    QVERIFY2(model.refusal().isEmpty(), qPrintable(model.refusal()));
+
+    auto* files = window.page(kMatch)->findChild<QTableWidget*>("matchTable");
+    QCOMPARE(files->rowCount(), 2);
+    QStringList names = column(files, 0);
+    names.sort();
+    QCOMPARE(names, QStringList({"ACME-logo-final.psd", "notes.txt"}));
+    const int logo = column(files, 0).indexOf("ACME-logo-final.psd");
+    QCOMPARE(files->item(logo, 2)->text(), QString("ACME"));
+    QCOMPARE(files->item(logo, 3)->text(), QString("Working"));
+    QVERIFY(files->item(logo, 4)->text().toInt() > 0);
+    QVERIFY(files->item(logo, 5)->text().contains("ACME"));  // the signal that named the project
+
+    auto* projects = window.page(kProjects)->findChild<QTableWidget*>("projectsTable");
+    QStringList projectNames = column(projects, 0);
+    projectNames.sort();
+    QCOMPARE(projectNames, QStringList({"ACME", "Bloom"}));
+    QCOMPARE(column(projects, 1), QStringList({"active", "active"}));
+
+    auto* grants = window.page(kSettings)->findChild<QTableWidget*>("grantsTable");
+    QCOMPARE(grants->rowCount(), 2);
+    QVERIFY(column(grants, 1).contains(QString::fromStdString((root / "Downloads").string())));
+
+    const int counted = window.findChild<QLabel*>("readyCount")->text().toInt() +
+                        window.findChild<QLabel*>("probablyCount")->text().toInt() +
+                        window.findChild<QLabel*>("noIdeaCount")->text().toInt();
+    QCOMPARE(counted, 2);
+
+    // Removing the inbox empties the file list; the project home stays.
+    grants->selectRow(column(grants, 1).indexOf(QString::fromStdString((root / "Downloads").string())));
+    window.page(kSettings)->findChild<QPushButton*>("removeGrant")->click();
+    QVERIFY(settle(model));
+    QCOMPARE(files->rowCount(), 0);
+    QCOMPARE(grants->rowCount(), 1);
+    QVERIFY(window.findChild<QLabel*>("messageBar")->text().startsWith("Removed folder "));
+}
+
+void GuiTest::cleanPreviewFollowsTheThresholds() {
+    TempDir root;
+    writeFile(root / "Downloads/ACME-logo-final.psd", "psd");
+    writeFile(root / "Downloads/notes.txt", "text");
+    std::filesystem::create_directories(root / "Projects/ACME");
+
+    AppModel model;
+    MainWindow window(model);
+    model.start(root / "data");
+    model.addGrant(root / "Downloads", FolderGrant::Role::watch);
+    model.addGrant(root / "Projects", FolderGrant::Role::projectHome);
+    QVERIFY(settle(model));
+    auto* preview = window.findChild<QListWidget*>("cleanPreview");
+    auto* ready = window.findChild<QLabel*>("readyCount");
+    auto* files = window.page(kMatch)->findChild<QTableWidget*>("matchTable");
+    const int logo = column(files, 0).indexOf("ACME-logo-final.psd");
+    const int score = files->item(logo, 4)->text().toInt();
+    QVERIFY(score > 2 && score < 90);  // a name match alone is not enough for the default "Ready"
+    QCOMPARE(ready->text(), QString("0"));
+    QCOMPARE(preview->count(), 1);
+    QCOMPARE(preview->item(0)->text(), QString(text::kCleanNothing));
+
+    // With "Ready" at the file's score, the clean would take it, and only it.
+    Settings settings = model.snapshot()->state->settings;
+    settings.thresholds = {score, 1};
+    model.updateSettings(settings);
+    QVERIFY(settle(model));
+    QCOMPARE(ready->text(), QString("1"));
+    QCOMPARE(files->item(logo, 1)->text(), QString("Ready"));
+    QCOMPARE(preview->count(), 1);
+    QCOMPARE(preview->item(0)->text(), QString("ACME-logo-final.psd  →  ACME / Working"));
+}
+
+void GuiTest::answersArriveInTheOrderCommandsWereSent() {
+    TempDir root;
+    AppModel model;
+    model.start(root / "data");
+    QVERIFY(settle(model));
+
+    QStringList events;
+    connect(&model, &AppModel::refused, [&](const QString& message) { events << "refused: " + message; });
+    connect(&model, &AppModel::snapshotChanged, [&] { events << "snapshot"; });
+    connect(&model, &AppModel::busyChanged, [&](bool busy) { events << (busy ? "busy" : "idle"); });
+
+    Gate gate;  // holds the first command so all three are queued before any answer
+    model.submit("held", [waiter = gate.waiter()](Engine& engine) {
+        waiter.wait();
+        return engine.snapshot();
+    });
+    Settings invalid;
+    invalid.thresholds = {70, 70};
+    model.updateSettings(invalid);
+    Settings valid;
+    valid.thresholds = {80, 60};
+    model.updateSettings(valid);
+    gate.open();
+    QVERIFY(settle(model));
+
+    const QString refusal = QString::fromUtf8(kInvalidThresholdsMessage.data(), kInvalidThresholdsMessage.size());
+    QCOMPARE(events, QStringList({"busy", "snapshot", "refused: " + refusal, "snapshot", "idle"}));
+    QCOMPARE(model.snapshot()->state->settings.thresholds, (Thresholds{80, 60}));
+    QVERIFY(model.refusal().isEmpty());
+}
+
+void GuiTest::closingHidesOrMinimisesAsChosen() {
+    AppModel model;
+    MainWindow window(model);
+    auto* option = window.page(kSettings)->findChild<QCheckBox*>("hideWhenClosed");
+    QVERIFY(option->isChecked());  // hiding is the default
+
+    window.show();
+    QVERIFY(window.close());
+    QVERIFY(!window.isVisible());
+
+    option->setChecked(false);
+    QCOMPARE(QSettings().value("kelo_hide_dock_when_closed").toBool(), false);
+    QVERIFY(!BackgroundMode::hideWhenClosed());
+    window.show();
+    QVERIFY(!window.close());  // refused: the window stays, minimised
+    QVERIFY(window.isVisible());
+    QVERIFY(window.windowState() & Qt::WindowMinimized);
+
+    option->setChecked(true);
+    QVERIFY(BackgroundMode::hideWhenClosed());
+}
+
+void GuiTest::launchAtLoginWritesAndRemovesTheAutostartEntry() {
+    AppModel model;
+    MainWindow window(model);
+    auto* option = window.page(kSettings)->findChild<QCheckBox*>("launchAtLogin");
+    const QString entry = qEnvironmentVariable("XDG_CONFIG_HOME") + "/autostart/kelo.desktop";
+    QVERIFY(!option->isChecked());
+
+    option->click();
+    QVERIFY(option->isChecked());
+    QFile file(entry);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QString content = QString::fromUtf8(file.readAll());
+    QVERIFY(content.startsWith("[Desktop Entry]\n"));
+    QVERIFY(content.contains("Exec=\"" + QCoreApplication::applicationFilePath() + "\"\n"));
+
+    option->click();
+    QVERIFY(!option->isChecked());
+    QVERIFY(!QFile::exists(entry));
+
+    // When the entry cannot be written the box shows the truth, not the wish.
+    const QString folder = qEnvironmentVariable("XDG_CONFIG_HOME") + "/autostart";
+    QVERIFY(QDir(folder).removeRecursively());
+    {
+        QFile blocker(folder);
+        QVERIFY(blocker.open(QIODevice::WriteOnly));
+    }
+    option->click();
+    QVERIFY(!option->isChecked());
+    QVERIFY(!BackgroundMode::isLaunchAtLoginEnabled());
+    QVERIFY(QFile::remove(folder));
+}
+
+void GuiTest::historyShowsFiftyBatchesAtATime() {
+    auto history = std::make_shared<std::vector<HistoryBatch>>();
+    for (int i = 0; i < 120; ++i) {
+        HistoryBatch batch;
+        batch.id = Uuid::random();
+        batch.date = Date::fromUnix(1700000000.0 - i * 60);
+        batch.moved = i;
+        batch.canUndo = i % 2 == 0;
+        history->push_back(batch);
+    }
+    Snapshot snapshot;
+    snapshot.state = std::make_shared<AppState>();
+    snapshot.history = history;
+
+    AppModel model;
+    HistoryPage page(model);
+    page.render(&snapshot, true);
+    auto* table = page.findChild<QTableWidget*>("historyTable");
+    auto* more = page.findChild<QPushButton*>("moreHistory");
+    QCOMPARE(table->rowCount(), 50);
+    QCOMPARE(more->text(), QString("Thêm 50 lượt (70)"));
+    QVERIFY(!more->isHidden());
+    QCOMPARE(table->item(0, 1)->text(), QString("0"));  // newest first, as the engine ordered them
+    QCOMPARE(table->item(49, 1)->text(), QString("49"));
+    for (int row = 0; row < 4; ++row) QCOMPARE(table->cellWidget(row, 6) != nullptr, row % 2 == 0);
+
+    more->click();
+    QCOMPARE(table->rowCount(), 100);
+    QCOMPARE(more->text(), QString("Thêm 50 lượt (20)"));
+    more->click();
+    QCOMPARE(table->rowCount(), 120);
+    QVERIFY(more->isHidden());
+    QCOMPARE(table->item(119, 1)->text(), QString("119"));
+}
+
+void GuiTest::refusedThresholdsAreShownVerbatimAndKeepTheOldSettings() {
+    TempDir root;
+    AppModel model;
+    MainWindow window(model);
+    model.start(root / "data");
+    QVERIFY(settle(model));
+
+    QWidget* settings = window.page(kSettings);
+    settings->findChild<QSpinBox*>("readyThreshold")->setValue(70);
+    settings->findChild<QSpinBox*>("probablyThreshold")->setValue(70);
+    settings->findChild<QPushButton*>("saveSettings")->click();
+    QVERIFY(settle(model));
+
+    auto* bar = window.findChild<QLabel*>("messageBar");
+    QCOMPARE(bar->text(), QString::fromUtf8(kInvalidThresholdsMessage.data(), kInvalidThresholdsMessage.size()));
+    QVERIFY(!bar->isHidden());
+    QCOMPARE(model.snapshot()->state->settings.thresholds, Thresholds{});
+    QCOMPARE(settings->findChild<QSpinBox*>("readyThreshold")->value(), 70);  // left for the user to correct
+
+    // A valid change goes through and clears the refusal.
+    settings->findChild<QSpinBox*>("readyThreshold")->setValue(85);
+    settings->findChild<QCheckBox*>("dryRun")->setChecked(false);
+    settings->findChild<QLineEdit*>("displayName")->setText("  Lan   Anh ");
+    settings->findChild<QPushButton*>("saveSettings")->click();
+    QVERIFY(settle(model));
+    const Settings& saved = model.snapshot()->state->settings;
+    QCOMPARE(saved.thresholds.ready, 85);
+    QCOMPARE(saved.thresholds.probably, 70);
+    QVERIFY(!saved.dryRun);
+    QCOMPARE(saved.displayName, std::optional<std::string>("Lan Anh"));
+    QVERIFY(model.refusal().isEmpty());
+    QVERIFY(bar->isHidden());
+}
+
+void GuiTest::windowKeepsRunningWhileACommandIsPending() {
+    TempDir root;
+    AppModel model;
+    MainWindow window(model);
+    model.start(root / "data");
+    QVERIFY(settle(model));
+    const SnapshotPtr before = model.snapshot();
+
+    Gate gate;
+    model.submit("slow", [waiter = gate.waiter()](Engine& engine) {
+        waiter.wait();
+        return engine.snapshot({"slow command finished"});
+    });
+    auto* indicator = window.findChild<QProgressBar*>("busyIndicator");
+    QVERIFY(model.busy());
+    QVERIFY(!indicator->isHidden());
+
+    // The event loop keeps delivering timers while the engine is held.
+    int ticks = 0;
+    QTimer timer;
+    connect(&timer, &QTimer::timeout, [&] { ++ticks; });
+    timer.start(5);
+    QVERIFY(QTest::qWaitFor([&] { return ticks >= 5; }, 5000));
+    QVERIFY(model.busy());
+    QCOMPARE(model.snapshot(), before);
+
+    gate.open();
+    QVERIFY(settle(model));
+    QVERIFY(indicator->isHidden());
+    QCOMPARE(model.snapshot()->messages, std::vector<std::string>{"slow command finished"});
+    QCOMPARE(window.findChild<QLabel*>("messageBar")->text(), QString("slow command finished"));
+}
+
+void GuiTest::failedStartupShowsTheReasonAndDisablesActions() {
+    TempDir root;
+    writeFile(root / "data/state.json", "{ not json");
+    AppModel model;
+    MainWindow window(model);
+    model.start(root / "data");
+    model.updateSettings(Settings{});  // sent while the engine is still starting
+    QVERIFY(settle(model));
+
+    QVERIFY(!model.canOperate());
+    QVERIFY(model.startupFailure().startsWith(
+        QString::fromUtf8(kStartupFailurePrefix.data(), kStartupFailurePrefix.size())));
+    QVERIFY(model.startupFailure().size() > static_cast<qsizetype>(kStartupFailurePrefix.size()));
+    auto* banner = window.findChild<QLabel*>("startupBanner");
+    QVERIFY(!banner->isHidden());
+    QCOMPARE(banner->text(), model.startupFailure());
+    QCOMPARE(model.refusal(), model.startupFailure());
+    QVERIFY(model.snapshot() == nullptr);
+    for (QPushButton* button : window.findChildren<QPushButton*>())
+        if (button->objectName() != "moreHistory") QVERIFY2(!button->isEnabled(), qPrintable(button->text()));
+
+    // A command sent anyway is refused with the same reason, not queued.
+    model.scan();
+    QVERIFY(!model.busy());
+    QCOMPARE(model.refusal(), model.startupFailure());
+}
+
+void GuiTest::secondInstanceIsRefusedByTheLock() {
+    TempDir root;
+    AppModel first;
+    first.start(root / "data");
+    QVERIFY(settle(first));
+    QVERIFY(first.canOperate());
+    AppModel second;
+    second.start(root / "data");
+    QVERIFY(settle(second));
+    QVERIFY(!second.canOperate());
+    QCOMPARE(second.startupFailure(),
+             QString("Persistent data could not be loaded. File operations are disabled. "
+                     "Another Kelo instance is running. File operations are disabled in this instance."));
+    QVERIFY(settle(first));
+}
+
+void GuiTest::onboardingStoresPresetAndCompletion() {
+    TempDir root;
+    AppModel model;
+    model.start(root / "data");
+    QVERIFY(settle(model));
+    QVERIFY(OnboardingDialog::needed(*model.snapshot()));
+
+    OnboardingDialog dialog(model);
+    dialog.findChild<QRadioButton*>("preset_study")->setChecked(true);
+    dialog.findChild<QPushButton*>("startButton")->click();
+    QVERIFY(settle(model));
+    const Settings& settings = model.snapshot()->state->settings;
+    QCOMPARE(settings.usagePreset, std::optional(UsagePreset::study));
+    QCOMPARE(settings.onboardingCompleted, std::optional(true));
+    QVERIFY(!OnboardingDialog::needed(*model.snapshot()));
+    QCOMPARE(dialog.result(), int(QDialog::Accepted));
+}
+
+void GuiTest::onboardingIsNotOfferedAgainAfterARestart() {
+    TempDir root;
+    {
+        AppModel model;
+        model.start(root / "data");
+        QVERIFY(settle(model));
+        OnboardingDialog dialog(model);
+        dialog.finish();
+        QVERIFY(settle(model));
+    }
+    AppModel restarted;
+    restarted.start(root / "data");
+    QVERIFY(settle(restarted));
+    QVERIFY(!OnboardingDialog::needed(*restarted.snapshot()));
+    QCOMPARE(restarted.snapshot()->state->settings.usagePreset, std::optional(UsagePreset::design));
+}
+
+void GuiTest::secondLaunchRaisesTheFirstWindow() {
+    TempDir root;
+    AppModel model;
+    MainWindow window(model);
+    QVERIFY(!window.isVisible());
+    const QString name = SingleInstance::serverNameFor(root / "data");
+    QVERIFY(!SingleInstance::askRunningToShow(name, 200));  // nobody listens yet
+
+    SingleInstance running(name, [&window] { window.showAndRaise(); });
+    QVERIFY(running.listening());
+    // The second launch blocks on its socket, so it runs on its own thread.
+    auto second = std::async(std::launch::async, [name] { return SingleInstance::askRunningToShow(name); });
+    QVERIFY(
+        QTest::qWaitFor([&] { return second.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }, 10000));
+    QVERIFY(second.get());
+    QVERIFY(window.isVisible());
+    QVERIFY(!window.isMinimized());
+}
+
+int main(int argc, char** argv) {
+    // Settings, the Trash and the runtime folder all point into a temporary folder.
+    TempDir home;
+    for (const char* variable : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_RUNTIME_DIR"}) {
+        const auto folder = home / variable;
+        std::filesystem::create_directories(folder);
+        std::filesystem::permissions(folder, std::filesystem::perms::owner_all);
+        qputenv(variable, QByteArray::fromStdString(folder.string()));
+    }
+    QApplication app(argc, argv);
+    QApplication::setOrganizationName("Kelo");
+    QApplication::setApplicationName("Kelo");
+    GuiTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "gui_test.moc"

@@ -1,0 +1,131 @@
+// Every Vietnamese text the desktop app shows, in one place. The engine's own
+// messages (English sentences, state names such as "Ready") are shown as they come
+// and never translated here.
+#pragma once
+
+namespace kelo::gui::text {
+
+inline constexpr char kAppTitle[] = "Kelo";
+
+// Sidebar pages.
+inline constexpr char kOverviewPage[] = "Tổng quan";
+inline constexpr char kMatchPage[] = "Ghép tệp";
+inline constexpr char kProjectsPage[] = "Dự án";
+inline constexpr char kHistoryPage[] = "Lịch sử";
+inline constexpr char kSettingsPage[] = "Cài đặt";
+
+// Shell and tray.
+inline constexpr char kTrayOpen[] = "Mở Kelo";
+inline constexpr char kTrayQuit[] = "Thoát";
+inline constexpr char kWorking[] = "Đang làm: ";
+inline constexpr char kEngineUnavailable[] = "Kelo chưa khởi động được nên không thể làm việc này.";
+inline constexpr char kActionNotAvailable[] = "Lệnh này chưa có trong bản này.";
+inline constexpr char kRescan[] = "Quét lại";
+
+// Command names shown beside the busy indicator.
+inline constexpr char kCommandStart[] = "Khởi động";
+inline constexpr char kCommandScan[] = "Quét thư mục";
+inline constexpr char kCommandSettings[] = "Lưu cài đặt";
+inline constexpr char kCommandAddGrant[] = "Thêm thư mục";
+inline constexpr char kCommandRemoveGrant[] = "Bỏ thư mục";
+inline constexpr char kCommandClean[] = "Dọn dẹp";
+inline constexpr char kCommandFile[] = "Xử lý tệp";
+inline constexpr char kCommandProject[] = "Sửa dự án";
+inline constexpr char kCommandUndo[] = "Hoàn tác";
+inline constexpr char kCommandSample[] = "Tạo thư mục mẫu";
+
+// Overview.
+inline constexpr char kInboxCounts[] = "Tệp trong hộp thư đến";
+inline constexpr char kIssues[] = "Vấn đề cần xem";
+inline constexpr char kNoIssues[] = "Không có vấn đề nào.";
+inline constexpr char kLastMessages[] = "Kết quả lệnh gần nhất";
+inline constexpr char kNoMessages[] = "Chưa có thông báo.";
+inline constexpr char kCleanTitle[] = "Dọn dẹp một lần";
+inline constexpr char kCleanButton[] = "Dọn dẹp các tệp Ready";
+inline constexpr char kCleanNothing[] = "Không có tệp nào ở trạng thái Ready.";
+inline constexpr char kCleanConfirm[] = "Chuyển các tệp sau vào dự án?";
+inline constexpr char kDryRunOn[] = "Chế độ chạy thử đang bật: Kelo chỉ cho xem trước, không di chuyển tệp.";
+
+// Match.
+inline constexpr char kColumnFile[] = "Tệp";
+inline constexpr char kColumnState[] = "Trạng thái";
+inline constexpr char kColumnProject[] = "Dự án gợi ý";
+inline constexpr char kColumnCategory[] = "Vào thư mục";
+inline constexpr char kColumnScore[] = "Điểm";
+inline constexpr char kColumnSignals[] = "Lý do";
+inline constexpr char kSortInto[] = "Xếp vào";
+inline constexpr char kConfirm[] = "Đúng rồi";
+inline constexpr char kReject[] = "Không phải";
+inline constexpr char kLeaveAlone[] = "Để yên";
+inline constexpr char kRename[] = "Đổi tên…";
+inline constexpr char kGroup[] = "Gom vào thư mục…";
+inline constexpr char kTrash[] = "Bỏ vào Thùng rác";
+inline constexpr char kKeepBoth[] = "Giữ cả hai";
+inline constexpr char kRenamePrompt[] = "Tên mới (giữ nguyên phần mở rộng, ví dụ .pdf):";
+inline constexpr char kGroupPrompt[] = "Tên thư mục mới:";
+inline constexpr char kNoFiles[] = "Hộp thư đến không có tệp nào.";
+inline constexpr char kNameSuggestions[] = "Có thể là dự án mới: ";
+
+// Projects.
+inline constexpr char kColumnName[] = "Tên";
+inline constexpr char kColumnStatus[] = "Tình trạng";
+inline constexpr char kColumnFolder[] = "Thư mục";
+inline constexpr char kColumnAliases[] = "Tên gọi khác";
+inline constexpr char kSetStatus[] = "Đặt tình trạng";
+inline constexpr char kAddAlias[] = "Thêm tên gọi khác…";
+inline constexpr char kNewProject[] = "Dự án mới…";
+inline constexpr char kTrashProject[] = "Bỏ dự án vào Thùng rác";
+inline constexpr char kAliasPrompt[] = "Tên gọi khác:";
+inline constexpr char kProjectNamePrompt[] = "Tên dự án:";
+inline constexpr char kNoProjects[] = "Chưa có dự án nào. Chọn một thư mục dự án trong Cài đặt.";
+
+// History.
+inline constexpr char kColumnDate[] = "Thời gian";
+inline constexpr char kColumnMoved[] = "Đã chuyển";
+inline constexpr char kColumnRenamed[] = "Đã đổi tên";
+inline constexpr char kColumnSkipped[] = "Bỏ qua";
+inline constexpr char kColumnFailed[] = "Lỗi";
+inline constexpr char kColumnUndone[] = "Đã hoàn tác";
+inline constexpr char kUndo[] = "Hoàn tác";
+inline constexpr char kMoreHistoryPrefix[] = "Thêm 50 lượt (";
+inline constexpr char kNoHistory[] = "Chưa có lượt nào.";
+inline constexpr char kUndoTrash[] = "Lấy lại tệp vừa bỏ vào Thùng rác";
+
+// Settings.
+inline constexpr char kFolders[] = "Thư mục";
+inline constexpr char kColumnRole[] = "Vai trò";
+inline constexpr char kRoleWatch[] = "Hộp thư đến";
+inline constexpr char kRoleHome[] = "Thư mục dự án";
+inline constexpr char kWatchDialogTitle[] = "Theo dõi thư mục";
+inline constexpr char kHomeDialogTitle[] = "Chọn thư mục dự án";
+inline constexpr char kAddWatch[] = "Theo dõi thư mục…";
+inline constexpr char kAddHome[] = "Chọn thư mục dự án…";
+inline constexpr char kRemoveFolder[] = "Bỏ thư mục";
+inline constexpr char kThresholds[] = "Ngưỡng tin cậy";
+inline constexpr char kReadyAt[] = "Ready từ";
+inline constexpr char kProbablyAt[] = "Probably từ";
+inline constexpr char kDryRun[] = "Chạy thử (chỉ xem trước, không di chuyển tệp)";
+inline constexpr char kDisplayName[] = "Tên hiển thị";
+inline constexpr char kPreset[] = "Mục đích sử dụng";
+inline constexpr char kNoPreset[] = "Chưa chọn";
+inline constexpr char kSave[] = "Lưu cài đặt";
+inline constexpr char kHideWhenClosed[] = "Ẩn khỏi thanh tác vụ khi đóng cửa sổ";
+inline constexpr char kLaunchAtLogin[] = "Mở Kelo khi đăng nhập";
+inline constexpr char kPreferences[] = "Tùy chọn";
+inline constexpr char kApp[] = "Ứng dụng";
+
+// Onboarding.
+inline constexpr char kWelcomeTitle[] = "Chào mừng đến với Kelo";
+inline constexpr char kWelcomeText[] = "Kelo giữ cho tệp làm việc của bạn ngăn nắp. Bạn cho phép hai loại thư mục:";
+inline constexpr char kWatchRoleText[] =
+    "Hộp thư đến (ví dụ Downloads, Desktop): Kelo xem các tệp nằm rời ở đây và gợi ý dự án cho từng tệp.";
+inline constexpr char kHomeRoleText[] =
+    "Thư mục dự án: mỗi thư mục con bên trong là một dự án của khách hàng; tệp được xếp vào đó.";
+inline constexpr char kSafetyText[] =
+    "Kelo không bao giờ ghi đè, sao chép hay xoá tệp; mọi thay đổi đều hoàn tác được trong Lịch sử.";
+inline constexpr char kTrySamples[] = "Hãy dùng thư mục mẫu để thử trước";
+inline constexpr char kChoosePreset[] = "Bạn chủ yếu sắp xếp loại tệp nào?";
+inline constexpr char kExample[] = "Ví dụ: ";
+inline constexpr char kStart[] = "Bắt đầu";
+
+}  // namespace kelo::gui::text
