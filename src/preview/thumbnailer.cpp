@@ -13,6 +13,7 @@
 #include <vips/vips8>
 
 #include "model/file_record.h"
+#include "preview/embedded_thumbnail.h"
 #include "store/posix_file.h"
 
 namespace kelo {
@@ -32,8 +33,8 @@ constexpr std::array kAllowedLoaders = {"VipsForeignLoadPng",  "VipsForeignLoadJ
                                         "VipsForeignLoadWebp", "VipsForeignLoadHeif", "VipsForeignLoadTiff",
                                         "VipsForeignLoadSvg",  "VipsForeignLoadPdf",  "VipsForeignLoadMagick"};
 
-// ImageMagick has no streaming loader in this libvips, so PSD and BMP files are
-// read whole; past this size we would rather show no thumbnail.
+// Files only ImageMagick reads are read whole; past this size we would rather show
+// no thumbnail.
 constexpr off_t kMaxBufferedBytes = off_t{256} << 20;
 
 void ignoreLog(const gchar*, GLogLevelFlags, const gchar*, gpointer) {}
@@ -117,6 +118,38 @@ RasterImage copyOut(const vips::VImage& rgba) {
     return out;
 }
 
+// Decodes `bytes`, which must outlive the call.
+std::optional<RasterImage> decodeBuffer(const std::string& bytes, int maxEdge) {
+    VipsBlob* blob = vips_blob_new(nullptr, bytes.data(), bytes.size());
+    std::optional<RasterImage> out;
+    try {
+        out = copyOut(toRgba(vips::VImage::thumbnail_buffer(blob, maxEdge, thumbnailOptions(maxEdge))));
+    } catch (const vips::VError&) {
+        vips_error_clear();
+    }
+    vips_area_unref(VIPS_AREA(blob));
+    return out;
+}
+
+// Streams the file through its loader where libvips has one that reads from a
+// descriptor. ImageMagick (PSD, BMP) only reads whole files or memory in this
+// libvips, so those files are read into memory first.
+std::optional<RasterImage> decodeFile(int fd, off_t size, const std::filesystem::path& file, int maxEdge) {
+    try {
+        vips::VSource source = vips::VSource::new_from_descriptor(fd);
+        if (vips_foreign_find_load_source(source.get_source()))
+            return copyOut(toRgba(vips::VImage::thumbnail_source(source, maxEdge, thumbnailOptions(maxEdge))));
+        vips_error_clear();
+        if (size > kMaxBufferedBytes || ::lseek(fd, 0, SEEK_SET) != 0) return std::nullopt;
+        return decodeBuffer(readAll(fd, file), maxEdge);
+    } catch (const vips::VError&) {
+        vips_error_clear();
+    } catch (const std::exception&) {
+        // A read error or no memory: no thumbnail, like any other unreadable file.
+    }
+    return std::nullopt;
+}
+
 }  // namespace
 
 bool canThumbnail(const std::filesystem::path& file) {
@@ -129,32 +162,10 @@ std::optional<RasterImage> makeThumbnail(const std::filesystem::path& file, int 
     off_t size = 0;
     UniqueFd fd = openRegularFile(file, size);
     if (!fd) return std::nullopt;
-    std::string whole;  // backs the buffer loader until the pixels are copied out
-    try {
-        vips::VSource source = vips::VSource::new_from_descriptor(fd.get());
-        vips::VImage thumbnail;
-        if (vips_foreign_find_load_source(source.get_source())) {
-            thumbnail = vips::VImage::thumbnail_source(source, maxEdge, thumbnailOptions(maxEdge));
-        } else {
-            vips_error_clear();
-            if (size > kMaxBufferedBytes || ::lseek(fd.get(), 0, SEEK_SET) != 0) return std::nullopt;
-            whole = readAll(fd.get(), file);
-            VipsBlob* blob = vips_blob_new(nullptr, whole.data(), whole.size());
-            try {
-                thumbnail = vips::VImage::thumbnail_buffer(blob, maxEdge, thumbnailOptions(maxEdge));
-            } catch (...) {
-                vips_area_unref(VIPS_AREA(blob));
-                throw;
-            }
-            vips_area_unref(VIPS_AREA(blob));
-        }
-        return copyOut(toRgba(thumbnail));
-    } catch (const vips::VError&) {
-        vips_error_clear();
-    } catch (const std::exception&) {
-        // A read error or no memory: no thumbnail, like any other unreadable file.
-    }
-    return std::nullopt;
+    if (auto embedded = photoshopThumbnail(fd.get());
+        embedded && std::max(embedded->width, embedded->height) >= maxEdge)
+        if (auto image = decodeBuffer(embedded->jpeg, maxEdge)) return image;
+    return decodeFile(fd.get(), size, file, maxEdge);
 }
 
 std::optional<std::string> encodeJpeg(const RasterImage& image, int quality) {

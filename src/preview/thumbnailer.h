@@ -31,7 +31,8 @@ struct RasterImage {
 bool canThumbnail(const std::filesystem::path& file);
 
 // `file` reduced so its longer edge is at most `maxEdge` pixels (never enlarged),
-// turned upright by its orientation tag and converted to sRGB. Nothing when the
+// turned upright by its orientation tag and converted to sRGB. A Photoshop file's
+// own preview stands in for the document when it is at least that big. Nothing when the
 // file is not a regular file, is a symbolic link, is empty or cut short, or no
 // allowed loader can read it.
 std::optional<RasterImage> makeThumbnail(const std::filesystem::path& file, int maxEdge);
