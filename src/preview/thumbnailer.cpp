@@ -126,6 +126,8 @@ std::optional<RasterImage> decodeBuffer(const std::string& bytes, int maxEdge) {
         out = copyOut(toRgba(vips::VImage::thumbnail_buffer(blob, maxEdge, thumbnailOptions(maxEdge))));
     } catch (const vips::VError&) {
         vips_error_clear();
+    } catch (const std::exception&) {
+        // No memory for the pixels: no thumbnail.
     }
     vips_area_unref(VIPS_AREA(blob));
     return out;
