@@ -5,10 +5,13 @@
 #include <QHeaderView>
 #include <QInputDialog>
 #include <QLabel>
+#include <QPainter>
+#include <QStyle>
 #include <QTableWidget>
 #include <QVBoxLayout>
 
 #include "gui/presentation.h"
+#include "gui/thumbnail_cache.h"
 
 namespace kelo::gui {
 
@@ -17,6 +20,22 @@ namespace {
 enum Column { kFile, kState, kProject, kCategory, kScore, kSignals, kColumnCount };
 constexpr int kPathRole = Qt::UserRole;
 constexpr int kProjectRole = Qt::UserRole + 1;
+
+// Thumbnails sit in the File column at this size; they are decoded at twice it so
+// they stay sharp on a high-density screen.
+constexpr int kThumbnailRole = Qt::UserRole + 8;  // the fingerprint the row's thumbnail belongs to
+constexpr int kIconEdge = 40;
+
+QIcon placeholderIcon(const QPalette& palette) {
+    QPixmap tile(2 * kIconEdge, 2 * kIconEdge);
+    tile.fill(Qt::transparent);
+    QPainter painter(&tile);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(palette.color(QPalette::Mid), 2));
+    painter.setBrush(palette.color(QPalette::AlternateBase));
+    painter.drawRoundedRect(QRectF(4, 4, 2 * kIconEdge - 8, 2 * kIconEdge - 8), 8, 8);
+    return QIcon(tile);
+}
 
 QTableWidgetItem* cell(const QString& value) {
     auto* item = new QTableWidgetItem(value);
@@ -39,6 +58,12 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
     table_->setWordWrap(false);
     connect(table_, &QTableWidget::itemSelectionChanged, this, [this] { updateButtons(); });
     layout->addWidget(table_, 1);
+
+    thumbnails_ = new ThumbnailCache(2 * kIconEdge, 600, this);
+    placeholder_ = placeholderIcon(palette());
+    table_->setIconSize(QSize(kIconEdge, kIconEdge));
+    table_->verticalHeader()->setDefaultSectionSize(kIconEdge + 6);
+    connect(thumbnails_, &ThumbnailCache::ready, this, &MatchPage::showThumbnail);
 
     suggestions_ = new QLabel(this);
     suggestions_->setObjectName(QStringLiteral("nameSuggestions"));
@@ -105,6 +130,7 @@ void MatchPage::render(const Snapshot* snapshot, bool canOperate) {
             file->setData(kPathRole, QString::fromStdString(c.file.url.string()));
             file->setData(kProjectRole, top ? qs(top->projectID.text()) : QString());
             file->setToolTip(QString::fromStdString(c.file.url.string()));
+            setThumbnail(file, c.file);
             table_->setItem(row, kFile, file);
             table_->setItem(row, kState, cell(qs(rawValue(c.state))));
             table_->setItem(row, kProject, cell(top ? projectName(*snapshot, top->projectID) : QStringLiteral("-")));
@@ -135,6 +161,27 @@ void MatchPage::render(const Snapshot* snapshot, bool canOperate) {
             ? QString(text::kNoFiles)
             : (names.isEmpty() ? QString() : text::kNameSuggestions + names.join(QStringLiteral(", "))));
     updateButtons();
+}
+
+// Image and design files show their thumbnail, or a neutral tile while it is
+// decoded (and for good when it cannot be); other files show the style's file icon.
+void MatchPage::setThumbnail(QTableWidgetItem* item, const FileRecord& file) {
+    item->setData(kThumbnailRole, qs(file.fingerprint()));
+    if (!ThumbnailCache::wants(file)) {
+        item->setIcon(style()->standardIcon(QStyle::SP_FileIcon));
+        return;
+    }
+    const QImage image = thumbnails_->request(file);
+    item->setIcon(image.isNull() ? placeholder_ : QIcon(QPixmap::fromImage(image)));
+}
+
+void MatchPage::showThumbnail(const QString& fingerprint, const QImage& image) {
+    if (image.isNull()) return;
+    const QIcon icon(QPixmap::fromImage(image));
+    for (int row = 0; row < table_->rowCount(); ++row) {
+        QTableWidgetItem* item = table_->item(row, kFile);
+        if (item && item->data(kThumbnailRole).toString() == fingerprint) item->setIcon(icon);
+    }
 }
 
 std::vector<MatchPage::Selected> MatchPage::selection() const {

@@ -2,6 +2,7 @@
 // signals that explain it, and the actions the user takes on the selected files.
 #pragma once
 
+#include <QIcon>
 #include <filesystem>
 #include <vector>
 
@@ -10,8 +11,11 @@
 class QComboBox;
 class QLabel;
 class QTableWidget;
+class QTableWidgetItem;
 
 namespace kelo::gui {
+
+class ThumbnailCache;
 
 class MatchPage : public Page {
 public:
@@ -30,6 +34,14 @@ private:
     void groupSelected();
 
     QTableWidget* table_;
+
+    // Thumbnails in the File column: a row asks when it is built, and every row
+    // showing a file state gets its picture when it arrives.
+    void setThumbnail(QTableWidgetItem* item, const FileRecord& file);
+    void showThumbnail(const QString& fingerprint, const QImage& image);
+    ThumbnailCache* thumbnails_;
+    QIcon placeholder_;  // until a file's thumbnail is decoded
+
     QLabel* suggestions_;
     QComboBox* projects_;
     QPushButton* sort_;

@@ -3,12 +3,15 @@
 // of every page, the first-run dialog and a failed start-up into DIR. Run it on the
 // offscreen platform; it never touches the user's own folders or settings.
 #include <QApplication>
+#include <QBuffer>
 #include <QDir>
+#include <QPainter>
 #include <cstdio>
 
 #include "gui/app_model.h"
 #include "gui/main_window.h"
 #include "gui/onboarding_dialog.h"
+#include "gui/thumbnail_cache.h"
 #include "operations/operation_planner.h"
 #include "support/temp_dir.h"
 
@@ -41,6 +44,86 @@ EngineCommand place(std::string filename, std::string project, Category category
     };
 }
 
+// A small picture for an image sample, so Match shows real thumbnails.
+QImage drawing(const QColor& background, const QColor& shape, const QString& label) {
+    QImage image(480, 320, QImage::Format_RGB32);
+    image.fill(background);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setBrush(shape);
+    painter.setPen(Qt::NoPen);
+    painter.drawEllipse(QPoint(150, 160), 110, 110);
+    painter.setPen(Qt::white);
+    painter.setFont(QFont(QStringLiteral("DejaVu Sans"), 40, QFont::Bold));
+    painter.drawText(QRect(200, 100, 270, 120), Qt::AlignCenter, label);
+    return image;
+}
+
+std::string encoded(const QImage& image, const char* format) {
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, format);
+    return bytes.toStdString();
+}
+
+// The simplest Photoshop file: one flat RGB image, uncompressed planes.
+std::string photoshop(const QImage& source) {
+    const QImage image = source.convertToFormat(QImage::Format_RGB888);
+    std::string out = "8BPS";
+    auto put = [&out](std::uint32_t value, int bytes) {
+        for (int i = bytes - 1; i >= 0; --i) out.push_back(static_cast<char>((value >> (8 * i)) & 0xff));
+    };
+    put(1, 2);
+    out.append(6, '\0');
+    put(3, 2);  // channels
+    put(image.height(), 4);
+    put(image.width(), 4);
+    put(8, 2);                        // bits per channel
+    put(3, 2);                        // RGB
+    put(0, 4), put(0, 4), put(0, 4);  // no colour table, resources or layers
+    put(0, 2);                        // raw image data
+    for (int channel = 0; channel < 3; ++channel)
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                out.push_back(static_cast<char>(image.constScanLine(y)[3 * x + channel]));
+    return out;
+}
+
+// An Illustrator file is a PDF; a page of coloured shapes stands in for artwork.
+std::string illustration() {
+    const std::string content =
+        "0.96 0.93 0.85 rg 0 0 300 200 re f 0.2 0.6 0.4 rg 30 30 110 140 re f "
+        "0.95 0.5 0.2 rg 160 30 m 270 30 l 215 170 l f";
+    return "%PDF-1.4\n1 0 obj<</Type/Catalog/Pages 2 0 R>>endobj\n"
+           "2 0 obj<</Type/Pages/Kids[3 0 R]/Count 1>>endobj\n"
+           "3 0 obj<</Type/Page/Parent 2 0 R/MediaBox[0 0 300 200]/Contents 4 0 R>>endobj\n"
+           "4 0 obj<</Length " +
+           std::to_string(content.size()) + ">>stream\n" + content +
+           "\nendstream\nendobj\ntrailer<</Root 1 0 R>>\n%%EOF\n";
+}
+
+// Real pictures for the image and design samples; the others (and the PDFs, which
+// then show the placeholder) hold a word of text.
+std::string sampleContent(const std::string& name) {
+    if (name == "ACME-Social-Post1.png")
+        return encoded(drawing(QColor(0x1d, 0x3a, 0x6e), QColor(0xf2, 0xb1, 0x34), "ACME"), "PNG");
+    if (name == "ACME-banner-final.png")
+        return encoded(drawing(QColor(0xe8, 0xe4, 0xda), QColor(0xc0, 0x39, 0x2b), "SALE"), "PNG");
+    if (name == "Screenshot 2026-11-20.png")
+        return encoded(drawing(QColor(0x2b, 0x2b, 0x2b), QColor(0x3d, 0x8e, 0xd8), "UI"), "PNG");
+    if (name == "ACME-logo-v2.psd") return photoshop(drawing(Qt::white, QColor(0x1d, 0x3a, 0x6e), "A"));
+    if (name == "Bloom-Packaging-Box.ai") return illustration();
+    return "sample";
+}
+
+// Waits until the Match page's thumbnails have all been decoded.
+void settleThumbnails(QWidget& window) {
+    for (auto* cache : window.findChildren<ThumbnailCache*>())
+        while (cache->inFlight() > 0) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    QCoreApplication::processEvents();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -60,7 +143,7 @@ int main(int argc, char** argv) {
     for (const char* name : {"ACME-Social-Post1.png", "ACME-logo-v2.psd", "ACME-banner-final.png",
                              "Bloom-Packaging-Box.ai", "Bloom brief.docx", "CafeSaiGon-menu-Tet.pdf",
                              "Tài liệu tham khảo.pdf", "Screenshot 2026-11-20.png", "hoa-don-thang-10.pdf"}) {
-        writeFile(root / "Downloads" / name, "sample");
+        writeFile(root / "Downloads" / name, sampleContent(name));
         // Two days old, so the executor does not hold them back as possibly still being written.
         std::filesystem::last_write_time(root / "Downloads" / name,
                                          std::filesystem::file_time_type::clock::now() - std::chrono::hours(48));
@@ -98,6 +181,7 @@ int main(int argc, char** argv) {
     const char* pages[] = {"overview", "match", "projects", "history", "settings"};
     for (int i = 0; i < 5; ++i) {
         window.showPage(i);
+        settleThumbnails(window);
         save(window, out, QString("%1-%2").arg(i + 1).arg(pages[i]));
     }
 

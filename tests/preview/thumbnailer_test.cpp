@@ -1,0 +1,294 @@
+// Thumbnails of every format we preview, written fresh by libvips (or by hand for
+// SVG and PDF) into a temporary folder: size, orientation and colours come back
+// right, and every kind of bad file gives no thumbnail instead of a crash.
+#include "preview/thumbnailer.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <thread>
+#include <vips/vips8>
+
+#include "support/temp_dir.h"
+
+namespace kelo {
+namespace {
+
+using testing::TempDir;
+using testing::writeFile;
+using vips::VImage;
+
+// The tests draw their samples with libvips before the thumbnailer first runs.
+// A second initialisation is a no-op.
+struct VipsEnvironment : ::testing::Environment {
+    void SetUp() override { ASSERT_EQ(VIPS_INIT("kelo-tests"), 0); }
+};
+[[maybe_unused]] const auto* const kVips = ::testing::AddGlobalTestEnvironment(new VipsEnvironment);
+
+constexpr int kWidth = 300;
+constexpr int kHeight = 200;
+
+// Left half red, right half blue: shows scaling, colour and which way is up.
+VImage sample(int width = kWidth, int height = kHeight) {
+    VImage x = VImage::xyz(width, height).extract_band(0);
+    return (x < width / 2)
+        .ifthenelse(std::vector<double>{255, 0, 0}, std::vector<double>{0, 0, 255})
+        .cast(VIPS_FORMAT_UCHAR)
+        .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+}
+
+// The same picture as a PDF page, 300 by 200 points.
+std::string samplePdf() {
+    const std::string content = "1 0 0 rg 0 0 150 200 re f 0 0 1 rg 150 0 150 200 re f";
+    return "%PDF-1.4\n1 0 obj<</Type/Catalog/Pages 2 0 R>>endobj\n"
+           "2 0 obj<</Type/Pages/Kids[3 0 R]/Count 1>>endobj\n"
+           "3 0 obj<</Type/Page/Parent 2 0 R/MediaBox[0 0 300 200]/Contents 4 0 R>>endobj\n"
+           "4 0 obj<</Length " +
+           std::to_string(content.size()) + ">>stream\n" + content +
+           "\nendstream\nendobj\ntrailer<</Root 1 0 R>>\n%%EOF\n";
+}
+
+const char* kSampleSvg =
+    R"(<svg xmlns="http://www.w3.org/2000/svg" width="300" height="200">)"
+    R"(<rect width="150" height="200" fill="#ff0000"/><rect x="150" width="150" height="200" fill="#0000ff"/></svg>)";
+
+bool hasOperation(const char* nickname) {
+    return vips_type_find("VipsOperation", nickname) != 0;
+}
+
+std::array<int, 4> pixel(const RasterImage& image, int x, int y) {
+    const std::uint8_t* p = image.pixels.data() + static_cast<std::size_t>(y) * image.stride + x * 4;
+    return {p[0], p[1], p[2], p[3]};
+}
+
+// Lossy formats move colours a little; a channel within this distance counts.
+void expectColour(const RasterImage& image, int x, int y, std::array<int, 3> rgb) {
+    const auto p = pixel(image, x, y);
+    for (int c = 0; c < 3; ++c) EXPECT_NEAR(p[c], rgb[c], 48) << "channel " << c << " at " << x << "," << y;
+    EXPECT_EQ(p[3], 255);
+}
+
+void expectSample(const RasterImage& image, int width, int height) {
+    ASSERT_EQ(image.width, width);
+    ASSERT_EQ(image.height, height);
+    ASSERT_EQ(image.stride, width * 4);
+    ASSERT_EQ(image.pixels.size(), static_cast<std::size_t>(image.stride) * height);
+    expectColour(image, width / 8, height / 2, {255, 0, 0});
+    expectColour(image, width - 1 - width / 8, height / 2, {0, 0, 255});
+}
+
+struct Format {
+    const char* filename;
+    const char* loader;  // the libvips operation Debian's build needs to read it
+    std::function<void(const std::filesystem::path&)> write;
+};
+
+class ThumbnailerFormatTest : public ::testing::TestWithParam<Format> {};
+
+TEST_P(ThumbnailerFormatTest, ReadsTheFormatScaledToTheLongerEdge) {
+    const Format& format = GetParam();
+    if (!hasOperation(format.loader)) GTEST_SKIP() << "this libvips has no " << format.loader;
+    TempDir dir;
+    const auto file = dir / format.filename;
+    try {
+        format.write(file);
+    } catch (const vips::VError& e) {
+        GTEST_SKIP() << "this libvips cannot write " << format.filename << ": " << e.what();
+    }
+    const auto thumbnail = makeThumbnail(file, 60);
+    ASSERT_TRUE(thumbnail) << format.filename;
+    expectSample(*thumbnail, 60, 40);
+}
+
+void vipsSave(const std::filesystem::path& file, const char* options = "") {
+    sample().write_to_file((file.string() + options).c_str());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    EveryFormat, ThumbnailerFormatTest,
+    ::testing::Values(Format{"a.png", "pngload_source", [](auto& f) { vipsSave(f); }},
+                      Format{"a.JPG", "jpegload_source", [](auto& f) { vipsSave(f); }},
+                      Format{"a.gif", "gifload_source", [](auto& f) { vipsSave(f); }},
+                      Format{"a.webp", "webpload_source", [](auto& f) { vipsSave(f); }},
+                      Format{"a.tiff", "tiffload_source", [](auto& f) { vipsSave(f); }},
+                      Format{"a.heic", "heifload_source", [](auto& f) { vipsSave(f, "[compression=hevc]"); }},
+                      Format{"a.avif", "heifload_source", [](auto& f) { vipsSave(f, "[compression=av1]"); }},
+                      Format{"a.psd", "magickload_buffer",
+                             [](auto& f) { sample().magicksave(f.c_str(), VImage::option()->set("format", "PSD")); }},
+                      Format{"a.bmp", "magickload_buffer",
+                             [](auto& f) { sample().magicksave(f.c_str(), VImage::option()->set("format", "BMP")); }},
+                      Format{"a.svg", "svgload_source", [](auto& f) { writeFile(f, kSampleSvg); }},
+                      Format{"a.pdf", "pdfload_source", [](auto& f) { writeFile(f, samplePdf()); }},
+                      Format{"a.ai", "pdfload_source", [](auto& f) { writeFile(f, samplePdf()); }}),
+    [](const auto& info) {
+        std::string name = info.param.filename;
+        return name.substr(name.find('.') + 1);
+    });
+
+TEST(ThumbnailerTest, OrientationTagTurnsTheImageUpright) {
+    TempDir dir;
+    // Orientation 6: the stored picture must turn a quarter clockwise to be upright,
+    // so its red left half ends up on top.
+    VImage rotated = sample().copy();
+    rotated.set("orientation", 6);
+    rotated.write_to_file((dir / "rotated.jpg").c_str());
+
+    const auto thumbnail = makeThumbnail(dir / "rotated.jpg", 60);
+    ASSERT_TRUE(thumbnail);
+    ASSERT_EQ(thumbnail->width, 40);
+    ASSERT_EQ(thumbnail->height, 60);
+    expectColour(*thumbnail, 20, 5, {255, 0, 0});
+    expectColour(*thumbnail, 20, 54, {0, 0, 255});
+}
+
+TEST(ThumbnailerTest, SmallImagesAreNotEnlarged) {
+    TempDir dir;
+    sample(20, 10).write_to_file((dir / "icon.png").c_str());
+    const auto thumbnail = makeThumbnail(dir / "icon.png", 64);
+    ASSERT_TRUE(thumbnail);
+    expectSample(*thumbnail, 20, 10);
+}
+
+TEST(ThumbnailerTest, GreyWithAlphaBecomesRgbaKeepingTheAlpha) {
+    TempDir dir;
+    VImage grey = VImage::black(8, 8).new_from_image(std::vector<double>{100, 50}).cast(VIPS_FORMAT_UCHAR);
+    grey = grey.copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_B_W));
+    grey.write_to_file((dir / "grey.png").c_str());
+
+    const auto thumbnail = makeThumbnail(dir / "grey.png", 64);
+    ASSERT_TRUE(thumbnail);
+    const auto p = pixel(*thumbnail, 4, 4);
+    EXPECT_EQ(p[0], p[1]);
+    EXPECT_EQ(p[1], p[2]);
+    EXPECT_NEAR(p[0], 100, 2);
+    EXPECT_EQ(p[3], 50);
+}
+
+TEST(ThumbnailerTest, BadFilesGiveNoThumbnail) {
+    TempDir dir;
+    sample().write_to_file((dir / "good.png").c_str());
+    sample().write_to_file((dir / "good.jpg").c_str());
+    const std::string png = testing::readFile(dir / "good.png");
+    const std::string jpg = testing::readFile(dir / "good.jpg");
+
+    writeFile(dir / "empty.png", "");
+    writeFile(dir / "cut.png", png.substr(0, png.size() / 2));
+    writeFile(dir / "header-only.png", png.substr(0, 40));
+    writeFile(dir / "cut.jpg", jpg.substr(0, jpg.size() / 2));
+    writeFile(dir / "cut.psd", "8BPS\x00\x01");
+    writeFile(dir / "text.png", "not a picture at all");
+    writeFile(dir / "text.ai", "%!PS-Adobe-3.0 not really");
+    writeFile(dir / "image.docx", png);  // a real PNG, but not a name we try
+    // libvips reads a PPM from a descriptor, but its loader is not one we allow.
+    sample().write_to_file((dir / "portable.ppm").c_str());
+    std::filesystem::rename(dir / "portable.ppm", dir / "portable.tif");
+    std::filesystem::create_directory(dir / "folder.png");
+    ASSERT_EQ(::mkfifo((dir / "pipe.png").c_str(), 0600), 0);
+
+    for (const char* name : {"empty.png", "cut.png", "header-only.png", "cut.jpg", "cut.psd", "text.png", "text.ai",
+                             "image.docx", "portable.tif", "folder.png", "pipe.png", "missing.png"})
+        EXPECT_FALSE(makeThumbnail(dir / name, 64)) << name;
+    EXPECT_FALSE(makeThumbnail(dir / "good.png", 0));
+    EXPECT_TRUE(makeThumbnail(dir / "good.png", 64));  // the same library still works after all that
+}
+
+TEST(ThumbnailerTest, SymbolicLinksAreNotFollowed) {
+    TempDir dir;
+    sample().write_to_file((dir / "real.png").c_str());
+    std::filesystem::create_symlink(dir / "real.png", dir / "link.png");
+    std::filesystem::create_directory(dir / "sub");
+    std::filesystem::create_symlink(dir / "sub", dir / "linked-folder");
+    sample().write_to_file((dir / "sub/inside.png").c_str());
+
+    EXPECT_FALSE(makeThumbnail(dir / "link.png", 64));
+    EXPECT_TRUE(makeThumbnail(dir / "real.png", 64));
+    // Only the last component is refused, as everywhere else in Kelo's reads.
+    EXPECT_TRUE(makeThumbnail(dir / "linked-folder/inside.png", 64));
+}
+
+TEST(ThumbnailerTest, ManyThreadsAtOnce) {
+    TempDir dir;
+    sample().write_to_file((dir / "a.png").c_str());
+    sample().write_to_file((dir / "b.jpg").c_str());
+    std::atomic<int> made{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&] {
+            for (int i = 0; i < 5; ++i)
+                if (makeThumbnail(dir / (i % 2 ? "a.png" : "b.jpg"), 32)) ++made;
+        });
+    for (auto& t : threads) t.join();
+    EXPECT_EQ(made, 20);
+}
+
+TEST(ThumbnailerTest, ChoosesFormatsByExtensionAlone) {
+    for (const char* name : {"a.png", "A.PNG", "photo.jpeg", "logo.Ai", "x.psd", "scan.tif", "p.heic", "d.svg"})
+        EXPECT_TRUE(canThumbnail(name)) << name;
+    for (const char* name : {"notes.txt", "brief.docx", "png", ".png", "archive.png.zip", "font.ttf"})
+        EXPECT_FALSE(canThumbnail(name)) << name;
+}
+
+RasterImage raster(const VImage& rgb) {
+    VImage rgba = rgb.bandjoin_const({255});
+    std::size_t size = 0;
+    void* memory = rgba.write_to_memory(&size);
+    RasterImage out{rgba.width(), rgba.height(), rgba.width() * 4, {}};
+    out.pixels.assign(static_cast<std::uint8_t*>(memory), static_cast<std::uint8_t*>(memory) + size);
+    g_free(memory);
+    return out;
+}
+
+TEST(JpegEncodingTest, RoundTripsThroughTheThumbnailer) {
+    TempDir dir;
+    const auto thumbnail = makeThumbnail((writeFile(dir / "a.svg", kSampleSvg), dir / "a.svg"), 90);
+    ASSERT_TRUE(thumbnail);
+    const auto jpeg = encodeJpeg(*thumbnail, 85);
+    ASSERT_TRUE(jpeg);
+    ASSERT_GT(jpeg->size(), 4u);
+    EXPECT_EQ(jpeg->substr(0, 2), "\xFF\xD8");
+    writeFile(dir / "back.jpg", *jpeg);
+    const auto back = makeThumbnail(dir / "back.jpg", 90);
+    ASSERT_TRUE(back);
+    expectSample(*back, 90, 60);
+}
+
+TEST(JpegEncodingTest, LowerQualityIsSmaller) {
+    const RasterImage noise = raster(
+        VImage::bandjoin({VImage::gaussnoise(128, 128), VImage::gaussnoise(128, 128), VImage::gaussnoise(128, 128)})
+            .cast(VIPS_FORMAT_UCHAR));
+    const auto rough = encodeJpeg(noise, 20);
+    const auto fine = encodeJpeg(noise, 95);
+    ASSERT_TRUE(rough && fine);
+    EXPECT_LT(rough->size() * 2, fine->size());
+}
+
+TEST(JpegEncodingTest, TransparencyBecomesWhiteAndPaddedRowsAreRead) {
+    RasterImage image{2, 2, 12, std::vector<std::uint8_t>(24, 0)};  // 4 bytes of padding per row
+    for (int y = 0; y < 2; ++y) {
+        std::uint8_t* row = image.pixels.data() + y * image.stride;
+        const std::uint8_t opaqueRed[] = {255, 0, 0, 255}, clear[] = {0, 0, 0, 0};
+        std::memcpy(row, opaqueRed, 4);
+        std::memcpy(row + 4, clear, 4);
+        std::memset(row + 8, 0x80, 4);  // padding, never read as a pixel
+    }
+    const auto jpeg = encodeJpeg(image, 95);
+    ASSERT_TRUE(jpeg);
+    VImage back = VImage::new_from_buffer(jpeg->data(), jpeg->size(), "");
+    ASSERT_EQ(back.width(), 2);
+    ASSERT_EQ(back.height(), 2);
+    ASSERT_EQ(back.bands(), 3);
+    // JPEG's colour subsampling blurs a two-pixel image a lot; the clear column is
+    // still far brighter than anything flattened onto black would be.
+    EXPECT_GT(back(1, 0)[1], 150);
+    EXPECT_GT(back(1, 1)[2], 150);
+    EXPECT_GT(back(0, 0)[0], 150);
+}
+
+TEST(JpegEncodingTest, RefusesABufferTooSmallForItsSize) {
+    EXPECT_FALSE(encodeJpeg(RasterImage{10, 10, 40, std::vector<std::uint8_t>(100)}, 80));
+    EXPECT_FALSE(encodeJpeg(RasterImage{10, 10, 20, std::vector<std::uint8_t>(400)}, 80));
+    EXPECT_FALSE(encodeJpeg(RasterImage{}, 80));
+}
+
+}  // namespace
+}  // namespace kelo
