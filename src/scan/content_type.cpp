@@ -4,10 +4,9 @@
 
 namespace kelo {
 
-std::optional<std::string> guessContentType(std::string_view filename) {
-    const std::string name(filename);
+std::optional<std::string> guessContentType(const char* filename) {
     gboolean uncertain = FALSE;
-    gchar* guessed = g_content_type_guess(name.c_str(), nullptr, 0, &uncertain);
+    gchar* guessed = g_content_type_guess(filename, nullptr, 0, &uncertain);
     if (guessed == nullptr) return std::nullopt;
     std::optional<std::string> type;
     // Without data GIO answers an unknown name with an uncertain generic type;

@@ -5,12 +5,11 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 
 namespace kelo {
 
-// The MIME type for `filename` ("application/pdf"), or nothing when GIO cannot
-// tell from the name.
-std::optional<std::string> guessContentType(std::string_view filename);
+// The MIME type for the NUL-terminated `filename` ("application/pdf"), or nothing
+// when GIO cannot tell from the name. Called once per file of every scan.
+std::optional<std::string> guessContentType(const char* filename);
 
 }  // namespace kelo

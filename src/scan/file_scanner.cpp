@@ -8,7 +8,9 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "access/folder_handle.h"
@@ -68,6 +70,7 @@ DirStream openRoot(const std::filesystem::path& given, const std::filesystem::pa
 class CandidateNames {
 public:
     CandidateNames(DIR* dir, const std::filesystem::path& root, ScanResult& result) {
+        std::vector<std::pair<std::size_t, std::size_t>> spans;  // start and length in buffer_
         for (;;) {
             errno = 0;
             const dirent* entry = ::readdir(dir);
@@ -76,20 +79,26 @@ public:
                 break;
             }
             if (skippedByName(entry->d_name) || skippedByType(entry->d_type)) continue;
-            starts_.push_back(buffer_.size());
-            buffer_.append(entry->d_name).push_back('\0');
+            const std::size_t length = std::strlen(entry->d_name);
+            spans.emplace_back(buffer_.size(), length);
+            buffer_.append(entry->d_name, length).push_back('\0');
         }
-        std::sort(starts_.begin(), starts_.end(), [&](std::size_t a, std::size_t b) { return name(a) < name(b); });
+        // Views are taken once the buffer has stopped growing; each keeps its
+        // length, so sorting compares bytes without measuring names again.
+        names_.reserve(spans.size());
+        for (const auto& [start, length] : spans) names_.emplace_back(buffer_.data() + start, length);
+        std::sort(names_.begin(), names_.end());
     }
+    CandidateNames(const CandidateNames&) = delete;  // the views point into buffer_
+    CandidateNames& operator=(const CandidateNames&) = delete;
 
-    std::size_t size() const { return starts_.size(); }
-    const char* operator[](std::size_t i) const { return buffer_.c_str() + starts_[i]; }
+    std::size_t size() const { return names_.size(); }
+    // Followed by a NUL, so data() may go to a system call.
+    std::string_view operator[](std::size_t i) const { return names_[i]; }
 
 private:
-    std::string_view name(std::size_t start) const { return std::string_view(buffer_.c_str() + start); }
-
     std::string buffer_;
-    std::vector<std::size_t> starts_;
+    std::vector<std::string_view> names_;
 };
 
 void scanRoot(const std::filesystem::path& given, ScanResult& result) {
@@ -99,13 +108,13 @@ void scanRoot(const std::filesystem::path& given, ScanResult& result) {
     const CandidateNames names(dir.get(), root, result);
     result.files.reserve(result.files.size() + names.size());
     for (std::size_t i = 0; i < names.size(); ++i) {
-        const char* name = names[i];
+        const std::string_view name = names[i];
         // Joined as text: appending with "/" would re-split the whole path.
         std::string url;
-        url.reserve(root.native().size() + 1 + std::strlen(name));
+        url.reserve(root.native().size() + 1 + name.size());
         url.append(root.native()).append(1, '/').append(name);
         try {
-            result.files.push_back(Metadata::recordAt(::dirfd(dir.get()), name, std::move(url), root));
+            result.files.push_back(Metadata::recordAt(::dirfd(dir.get()), name.data(), std::move(url), root));
         } catch (const KeloError&) {
             // Not a regular file after all (d_type was unknown, or it changed): skipped like any folder.
         } catch (const std::system_error& error) {

@@ -21,9 +21,11 @@ FileIdentity identityOf(const FileStatus& status) {
     return FileIdentity{status.device, status.inode, status.size, status.modified};
 }
 
-FileRecord recordOf(const FileStatus& status, std::filesystem::path url, const std::filesystem::path& source) {
+// `name` is the last component of `url`, NUL-terminated.
+FileRecord recordOf(const FileStatus& status, const char* name, std::filesystem::path url,
+                    const std::filesystem::path& source) {
     FileRecord record;
-    record.contentType = guessContentType(url.filename().native());
+    record.contentType = guessContentType(name);
     record.url = std::move(url);
     record.sourceFolder = source;
     record.identity = identityOf(status);
@@ -38,12 +40,12 @@ FileIdentity identity(const std::filesystem::path& url) {
 }
 
 FileRecord record(const std::filesystem::path& url, const std::filesystem::path& source) {
-    return recordOf(regularFileStatus(AT_FDCWD, url.c_str(), url), url, source);
+    return recordOf(regularFileStatus(AT_FDCWD, url.c_str(), url), url.filename().c_str(), url, source);
 }
 
 FileRecord recordAt(int folderFd, const char* name, std::filesystem::path url, const std::filesystem::path& source) {
     const FileStatus status = regularFileStatus(folderFd, name, url);
-    return recordOf(status, std::move(url), source);
+    return recordOf(status, name, std::move(url), source);
 }
 
 }  // namespace kelo::Metadata
