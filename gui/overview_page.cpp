@@ -97,7 +97,7 @@ void OverviewPage::render(const Snapshot* snapshot, bool canOperate) {
     fill(messages_, messages, text::kNoMessages);
     fill(cleanPreview_, preview, text::kCleanNothing);
     dryRunNote_->setVisible(snapshot && snapshot->state->settings.dryRun);
-    enableAction(clean_, EngineAction::clean, canOperate, !preview.isEmpty());
+    enable(clean_, canOperate, !preview.isEmpty());
 }
 
 void OverviewPage::confirmClean() {
