@@ -107,19 +107,19 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
     layout->addLayout(actions);
 
     auto* clusterBox = new QGroupBox(text::kClusters, this);
-    auto* clusterLayout = new QHBoxLayout(clusterBox);
+    auto* clusterLayout = new QVBoxLayout(clusterBox);
     clusters_ = new QListWidget(clusterBox);
     clusters_->setObjectName(QStringLiteral("clusterList"));
-    clusters_->setMaximumHeight(96);
+    clusters_->setMaximumHeight(80);
     ignoreCluster_ = new QPushButton(text::kIgnoreCluster, clusterBox);
     ignoreCluster_->setObjectName(QStringLiteral("ignoreCluster"));
     restoreIgnored_ = new QPushButton(text::kRestoreIgnored, clusterBox);
     restoreIgnored_->setObjectName(QStringLiteral("restoreIgnored"));
-    auto* clusterButtons = new QVBoxLayout;
+    auto* clusterButtons = new QHBoxLayout;
     clusterButtons->addWidget(ignoreCluster_);
     clusterButtons->addWidget(restoreIgnored_);
     clusterButtons->addStretch();
-    clusterLayout->addWidget(clusters_, 1);
+    clusterLayout->addWidget(clusters_);
     clusterLayout->addLayout(clusterButtons);
     layout->addWidget(clusterBox);
 

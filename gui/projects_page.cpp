@@ -66,7 +66,7 @@ ProjectsPage::ProjectsPage(AppModel& model, QWidget* parent) : Page(model, paren
     auto* suggestionLayout = new QHBoxLayout(suggestionBox);
     suggestions_ = new QListWidget(suggestionBox);
     suggestions_->setObjectName(QStringLiteral("nameSuggestions"));
-    suggestions_->setMaximumHeight(96);
+    suggestions_->setMaximumHeight(80);
     accept_ = button(text::kAcceptSuggestion, "acceptSuggestion", suggestionBox);
     defer_ = button(text::kDeferSuggestion, "deferSuggestion", suggestionBox);
     auto* suggestionButtons = new QVBoxLayout;
