@@ -18,6 +18,7 @@
 #include "classify/classification_engine.h"
 #include "engine/learning_commands.h"
 #include "gui/presentation.h"
+#include "gui/questions.h"
 #include "gui/rename_dialog.h"
 
 namespace kelo::gui {
@@ -56,7 +57,10 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
     table_->verticalHeader()->setVisible(false);
     table_->horizontalHeader()->setSectionResizeMode(kSignals, QHeaderView::Stretch);
     table_->setWordWrap(false);
-    connect(table_, &QTableWidget::itemSelectionChanged, this, [this] { updateButtons(); });
+    connect(table_, &QTableWidget::itemSelectionChanged, this, [this] {
+        followSuggestion();
+        updateButtons();
+    });
     layout->addWidget(table_, 1);
 
     dryRunNote_ = new QLabel(text::kDryRunOn, this);
@@ -239,6 +243,17 @@ void MatchPage::noteConflicts(const Snapshot& snapshot) {
         if (reportsConflict(snapshot, sent.file)) sent.conflicted = true;
 }
 
+// "Sort into" starts at the project Kelo suggests for the chosen files, when they
+// share one.
+void MatchPage::followSuggestion() {
+    const auto selected = selection();
+    if (selected.empty() || selected.front().projectId.isEmpty()) return;
+    for (const Selected& s : selected)
+        if (s.projectId != selected.front().projectId) return;
+    if (const int index = projects_->findData(selected.front().projectId); index >= 0)
+        projects_->setCurrentIndex(index);
+}
+
 std::vector<MatchPage::Selected> MatchPage::selection() const {
     std::vector<Selected> selected;
     for (const QModelIndex& index : table_->selectionModel()->selectedRows(kFile)) {
@@ -333,6 +348,7 @@ void MatchPage::askGroup() {
     form->addRow(text::kGroupName, name);
     form->addRow(text::kGroupProject, project);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog);
+    Questions::nameButtons(buttons);
     connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
     form->addRow(buttons);

@@ -45,6 +45,7 @@ private:
     void buildFileRow(int row, const Classification& classification, const Snapshot& snapshot);
     void renderClusters(const Snapshot* snapshot);
     void noteConflicts(const Snapshot& snapshot);
+    void followSuggestion();
     std::vector<Selected> selection() const;
     void updateButtons();
     void onSelection(const std::function<EngineCommand(const Selected&)>& build);

@@ -4,10 +4,10 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QListWidget>
-#include <QMessageBox>
 #include <QVBoxLayout>
 
 #include "gui/presentation.h"
+#include "gui/questions.h"
 
 namespace kelo::gui {
 
@@ -103,10 +103,9 @@ void OverviewPage::render(const Snapshot* snapshot, bool canOperate) {
 void OverviewPage::confirmClean() {
     const SnapshotPtr& snapshot = model_.snapshot();
     if (!snapshot) return;
-    QMessageBox box(QMessageBox::Question, text::kCleanTitle, text::kCleanConfirm,
-                    QMessageBox::Ok | QMessageBox::Cancel, this);
-    box.setDetailedText(cleanPreview(*snapshot).join(QLatin1Char('\n')));
-    if (box.exec() == QMessageBox::Ok) model_.submit(text::kCommandClean, EngineActions::clean());
+    if (Questions::confirm(this, text::kCleanTitle, text::kCleanConfirm,
+                           cleanPreview(*snapshot).join(QLatin1Char('\n'))))
+        model_.submit(text::kCommandClean, EngineActions::clean());
 }
 
 }  // namespace kelo::gui

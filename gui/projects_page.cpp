@@ -3,14 +3,13 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QHeaderView>
-#include <QInputDialog>
 #include <QLabel>
 #include <QListWidget>
-#include <QMessageBox>
 #include <QTableWidget>
 #include <QVBoxLayout>
 
 #include "gui/presentation.h"
+#include "gui/questions.h"
 
 namespace kelo::gui {
 
@@ -83,22 +82,15 @@ ProjectsPage::ProjectsPage(AppModel& model, QWidget* parent) : Page(model, paren
     connect(reopen_, &QPushButton::clicked, this,
             [this] { model_.submit(text::kCommandProject, EngineActions::reopenProject(selectedId().toStdString())); });
     connect(addAlias_, &QPushButton::clicked, this, [this] {
-        bool ok = false;
-        const QString alias =
-            QInputDialog::getText(this, text::kAddAlias, text::kAliasPrompt, QLineEdit::Normal, {}, &ok);
-        if (ok) addAlias(alias);
+        if (const auto alias = Questions::askText(this, text::kAddAlias, text::kAliasPrompt)) addAlias(*alias);
     });
     connect(removeAlias_, &QPushButton::clicked, this, [this] {
-        bool ok = false;
-        const QString alias =
-            QInputDialog::getItem(this, text::kRemoveAlias, text::kRemoveAliasPrompt, selectedAliases(), 0, false, &ok);
-        if (ok) removeAlias(alias);
+        if (const auto alias =
+                Questions::askItem(this, text::kRemoveAlias, text::kRemoveAliasPrompt, selectedAliases()))
+            removeAlias(*alias);
     });
     connect(newProject_, &QPushButton::clicked, this, [this] {
-        bool ok = false;
-        const QString name =
-            QInputDialog::getText(this, text::kNewProject, text::kProjectNamePrompt, QLineEdit::Normal, {}, &ok);
-        if (ok) newProject(name);
+        if (const auto name = Questions::askText(this, text::kNewProject, text::kProjectNamePrompt)) newProject(*name);
     });
     connect(trashProject_, &QPushButton::clicked, this, [this] { askTrash(); });
 
@@ -202,9 +194,7 @@ void ProjectsPage::askTrash() {
     const auto rows = table_->selectionModel()->selectedRows(kName);
     if (rows.isEmpty()) return;
     const QString name = table_->item(rows.front().row(), kName)->text();
-    if (QMessageBox::question(this, text::kTrashProject, QString(text::kTrashProjectConfirm).arg(name)) ==
-        QMessageBox::Yes)
-        trashSelected();
+    if (Questions::confirm(this, text::kTrashProject, QString(text::kTrashProjectConfirm).arg(name))) trashSelected();
 }
 
 void ProjectsPage::trashSelected() {

@@ -8,6 +8,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "gui/questions.h"
 #include "gui/texts.h"
 #include "model/kelo_error.h"
 #include "operations/structured_filename.h"
@@ -39,6 +40,7 @@ RenameDialog::RenameDialog(const QString& file, const NameParts& initial, QWidge
     preview_->setWordWrap(true);
     layout->addWidget(preview_);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
+    Questions::nameButtons(buttons);
     ok_ = buttons->button(QDialogButtonBox::Ok);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);

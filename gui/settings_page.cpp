@@ -9,13 +9,13 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMessageBox>
 #include <QSpinBox>
 #include <QTableWidget>
 #include <QVBoxLayout>
 
 #include "gui/background_mode.h"
 #include "gui/presentation.h"
+#include "gui/questions.h"
 
 namespace kelo::gui {
 
@@ -134,7 +134,7 @@ SettingsPage::SettingsPage(AppModel& model, QWidget* parent) : Page(model, paren
     resetLearning_ = new QPushButton(text::kResetLearning, learning);
     resetLearning_->setObjectName(QStringLiteral("resetLearning"));
     connect(resetLearning_, &QPushButton::clicked, this, [this] {
-        if (QMessageBox::question(this, text::kLearning, text::kResetConfirm) == QMessageBox::Yes) resetLearning();
+        if (Questions::confirm(this, text::kLearning, text::kResetConfirm)) resetLearning();
     });
     auto* learningLayout = new QVBoxLayout(learning);
     learningLayout->addWidget(resetLearning_);

@@ -20,6 +20,8 @@ inline constexpr char kTrayQuit[] = "Thoát";
 inline constexpr char kWorking[] = "Đang làm: ";
 inline constexpr char kEngineUnavailable[] = "Kelo chưa khởi động được nên không thể làm việc này.";
 inline constexpr char kRescan[] = "Quét lại";
+inline constexpr char kOk[] = "Đồng ý";
+inline constexpr char kCancel[] = "Huỷ";
 
 // Command names shown beside the busy indicator.
 inline constexpr char kCommandStart[] = "Khởi động";

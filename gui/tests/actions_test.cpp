@@ -199,7 +199,8 @@ void ActionsTest::nameConflictOffersKeepBoth() {
     QVERIFY(!keepBoth->isEnabled());
 
     w.selectFiles({"lotus price list.pdf"});
-    w.chooseProject("Lotus Spa");
+    // "Sort into" follows the suggestion for the chosen file.
+    QCOMPARE(w.find<QComboBox>(kMatch, "projectChoice")->currentText(), QString("Lotus Spa"));
     auto* category = w.find<QComboBox>(kMatch, "categoryChoice");
     category->setCurrentIndex(category->findText("Reference"));
     w.find(kMatch, "sortButton")->click();
