@@ -165,6 +165,10 @@ void MatchPage::render(const Snapshot* snapshot, bool canOperate) {
         for (const auto& classification : *classifications) buildFileRow(row++, classification, *snapshot);
     }
     table_->resizeColumnsToContents();
+    // Room for the bold header titles too.
+    for (int col = kFile; col < kSignals; ++col)
+        table_->setColumnWidth(
+            col, std::max(table_->columnWidth(col), table_->horizontalHeader()->sectionSizeHint(col) + 12));
     table_->horizontalHeader()->setSectionResizeMode(kSignals, QHeaderView::Stretch);
     // The selection follows the files that are still there.
     for (int row = 0; row < table_->rowCount(); ++row)
