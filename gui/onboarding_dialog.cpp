@@ -72,7 +72,13 @@ OnboardingDialog::OnboardingDialog(AppModel& model, QWidget* parent, std::filesy
     connect(samples, &QPushButton::clicked, this, [this, samples, samplesMade] {
         samples->setEnabled(false);
         model_.submit(text::kCommandSample, EngineActions::sampleFolders(sampleParent_));
-        connect(&model_, &AppModel::snapshotChanged, samplesMade, &QLabel::show, Qt::SingleShotConnection);
+        connect(
+            &model_, &AppModel::snapshotChanged, samplesMade,
+            [this, samplesMade] {
+                samplesMade_ = true;
+                samplesMade->show();
+            },
+            Qt::SingleShotConnection);
         connect(
             &model_, &AppModel::refused, samples, [samples] { samples->setEnabled(true); }, Qt::SingleShotConnection);
     });

@@ -26,10 +26,13 @@ public:
 
     // Sends the chosen preset and onboardingCompleted, then closes.
     void finish();
+    // Whether the engine made the sample folders from this dialog.
+    bool samplesMade() const { return samplesMade_; }
 
 private:
     AppModel& model_;
     std::filesystem::path sampleParent_;
+    bool samplesMade_ = false;
     QButtonGroup* presets_;
 };
 

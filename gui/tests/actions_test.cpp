@@ -79,7 +79,7 @@ struct SampleWindow {
         dialog.findChild<QPushButton*>("trySamples")->click();
         settle(model);
         sampleMessages = model.snapshot()->messages;
-        sampleNoteShown = !dialog.findChild<QLabel*>("samplesMade")->isHidden();
+        sampleNoteShown = dialog.samplesMade() && !dialog.findChild<QLabel*>("samplesMade")->isHidden();
         for (const auto& entry : fs::directory_iterator(root / "samples")) {
             inbox = entry.path() / "Downloads";
             home = entry.path() / "Projects";
@@ -362,6 +362,15 @@ void ActionsTest::projectAliasesNewProjectAndTrash() {
     QVERIFY(settle(w.model));
     QCOMPARE(w.bar(), QString("A project called Mango Tea already exists. No project was created."));
 
+    // A job folder that is no longer a folder: the trash checks refuse in their own words.
+    fs::remove_all(w.home / "Lotus Spa");
+    writeFile(w.home / "Lotus Spa", "not a folder any more");
+    w.selectProject("Lotus Spa");
+    page->trashSelected();
+    QVERIFY(settle(w.model));
+    QCOMPARE(w.bar(), QString("Job không còn là thư mục thông thường. Hãy quét lại."));
+    QVERIFY(fs::is_regular_file(w.home / "Lotus Spa"));
+
     w.selectProject("Bamboo Books");
     acceptNextMessageBox();
     w.find(kProjects, "trashProject")->click();
@@ -443,9 +452,12 @@ void ActionsTest::namingDetailAndResetLearning() {
     SampleWindow w;
     auto* settings = static_cast<SettingsPage*>(w.window.page(kSettings));
     settings->findChild<QLineEdit*>("namingDetail")->setText("  Ban in ");
+    auto* preset = settings->findChild<QComboBox*>("usagePreset");
+    preset->setCurrentIndex(preset->findData(static_cast<int>(UsagePreset::personal)));
     settings->findChild<QPushButton*>("saveSettings")->click();
     QVERIFY(settle(w.model));
     QCOMPARE(w.model.snapshot()->state->settings.namingDetail, std::optional<std::string>("Ban in"));
+    QCOMPARE(w.model.snapshot()->state->settings.usagePreset, std::optional(UsagePreset::personal));
 
     w.selectFiles({"lotus price list.pdf"});
     w.find(kMatch, "confirmButton")->click();
