@@ -63,6 +63,9 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
     });
     layout->addWidget(table_, 1);
 
+    noFiles_ = new QLabel(text::kNoFiles, this);
+    noFiles_->setObjectName(QStringLiteral("noFiles"));
+    layout->addWidget(noFiles_);
     dryRunNote_ = new QLabel(text::kDryRunOn, this);
     dryRunNote_->setObjectName(QStringLiteral("matchDryRun"));
     dryRunNote_->setWordWrap(true);
@@ -189,6 +192,7 @@ void MatchPage::render(const Snapshot* snapshot, bool canOperate) {
         hasIgnored_ = !snapshot->state->ignored.empty() || !snapshot->state->ignoredClusters.empty();
         noteConflicts(*snapshot);
     }
+    noFiles_->setVisible(table_->rowCount() == 0);
     dryRunNote_->setVisible(snapshot && snapshot->state->settings.dryRun);
     renderClusters(snapshot);
     updateButtons();

@@ -56,6 +56,7 @@ private:
     void askGroup();
 
     QTableWidget* table_;
+    QLabel* noFiles_;
     QLabel* dryRunNote_;
     QComboBox* projects_;
     QComboBox* category_;
