@@ -41,7 +41,6 @@ QString AppModel::busyLabel() const {
 }
 
 void AppModel::submit(const QString& label, EngineCommand command) {
-    if (!command) return refuse(text::kActionNotAvailable);
     if (starting_.valid()) {
         waiting_.push_back({label, std::move(command)});
         return;

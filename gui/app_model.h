@@ -46,8 +46,8 @@ public:
     // The last command's refusal, verbatim; cleared by the next snapshot.
     const QString& refusal() const { return refusal_; }
 
-    // Sends `command` to the engine. An empty command (an action this build does
-    // not have) or a stopped engine is reported as a refusal instead.
+    // Sends `command` to the engine; a stopped engine is reported as a refusal
+    // instead.
     void submit(const QString& label, EngineCommand command);
 
     void scan();

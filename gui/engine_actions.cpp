@@ -2,19 +2,15 @@
 
 #include <utility>
 
-namespace kelo::gui::EngineActions {
+#include "engine/file_commands.h"
+#include "engine/learning_commands.h"
+#include "engine/project_commands.h"
+#include "engine/sample_folders.h"
+#include "engine/trash_commands.h"
+#include "gui/texts.h"
+#include "operations/structured_filename.h"
 
-// The file, project, learning, trash and sample-folder commands are not part of
-// this build's engine yet; their actions stay empty until they are.
-bool available(EngineAction action) {
-    switch (action) {
-        case EngineAction::scan:
-        case EngineAction::updateSettings:
-        case EngineAction::addGrant:
-        case EngineAction::removeGrant: return true;
-        default: return false;
-    }
-}
+namespace kelo::gui::EngineActions {
 
 EngineCommand scan() {
     return [](Engine& engine) { return engine.scan(); };
@@ -39,62 +35,125 @@ EngineCommand removeGrant(std::string grantId) {
     };
 }
 
-// Waiting for FileCommands (engine/file_commands.h).
 EngineCommand clean() {
-    return {};
-}
-EngineCommand sortFile(std::filesystem::path, std::string, std::optional<Category>) {
-    return {};
-}
-EngineCommand rename(std::filesystem::path, std::string) {
-    return {};
-}
-EngineCommand group(std::vector<std::filesystem::path>, std::string) {
-    return {};
-}
-EngineCommand keepBoth(std::filesystem::path, std::string, std::optional<Category>) {
-    return {};
-}
-EngineCommand undoBatch(std::string) {
-    return {};
+    return [](Engine& engine) { return FileCommands::clean(engine); };
 }
 
-// Waiting for the learning commands.
-EngineCommand confirm(std::filesystem::path, std::string) {
-    return {};
-}
-EngineCommand reject(std::filesystem::path, std::string) {
-    return {};
-}
-EngineCommand leaveAlone(std::filesystem::path) {
-    return {};
+EngineCommand sortFile(std::filesystem::path file, Placement to) {
+    return [file = std::move(file), to = std::move(to)](Engine& engine) {
+        return FileCommands::sortFile(engine, file, to.project, to.category, to.subfolder);
+    };
 }
 
-// Waiting for the trash commands.
-EngineCommand trash(std::filesystem::path) {
-    return {};
+EngineCommand keepBoth(std::filesystem::path file, Placement to) {
+    return [file = std::move(file), to = std::move(to)](Engine& engine) {
+        return FileCommands::keepBoth(engine, file, to.project, to.category, to.subfolder);
+    };
 }
+
+// The name is composed here, on the engine thread, so a part the rule refuses comes
+// back as the engine's own refusal.
+EngineCommand rename(std::filesystem::path file, NameParts parts) {
+    return [file = std::move(file), parts = std::move(parts)](Engine& engine) {
+        std::string extension = file.extension().string();
+        if (!extension.empty()) extension.erase(0, 1);  // the dot
+        const std::string name = StructuredFilename::make(parts.job, parts.purpose, parts.detail, extension);
+        return FileCommands::renameFile(engine, file, name);
+    };
+}
+
+EngineCommand group(std::vector<std::filesystem::path> files, std::string folderName,
+                    std::optional<std::string> project) {
+    return [files = std::move(files), folderName = std::move(folderName), project](Engine& engine) {
+        // PROJECT: pass `project` here once FileCommands::groupFiles takes a target project.
+        (void)project;
+        return FileCommands::groupFiles(engine, files, folderName);
+    };
+}
+
+EngineCommand undoBatch(std::string batchId) {
+    return [batchId = std::move(batchId)](Engine& engine) { return FileCommands::undoBatch(engine, batchId); };
+}
+
+EngineCommand confirm(std::filesystem::path file, std::string project) {
+    return [file = std::move(file), project = std::move(project)](Engine& engine) {
+        return LearningCommands::feedback(engine, file, project, true);
+    };
+}
+
+EngineCommand reject(std::filesystem::path file, std::string project) {
+    return [file = std::move(file), project = std::move(project)](Engine& engine) {
+        return LearningCommands::feedback(engine, file, project, false);
+    };
+}
+
+EngineCommand leaveAlone(std::filesystem::path file) {
+    return [file = std::move(file)](Engine& engine) { return LearningCommands::leaveAlone(engine, file); };
+}
+
+EngineCommand ignoreCluster(std::string token) {
+    return [token = std::move(token)](Engine& engine) { return LearningCommands::ignoreCluster(engine, token); };
+}
+
+EngineCommand restoreIgnored() {
+    return [](Engine& engine) { return LearningCommands::restoreIgnored(engine); };
+}
+
+EngineCommand resetLearning() {
+    return [](Engine& engine) { return LearningCommands::resetLearning(engine); };
+}
+
+EngineCommand trash(std::filesystem::path file) {
+    return [file = std::move(file)](Engine& engine) { return TrashCommands::trashFile(engine, file); };
+}
+
 EngineCommand undoTrash() {
-    return {};
+    return [](Engine& engine) { return TrashCommands::undoTrash(engine); };
 }
 
-// Waiting for the project commands.
-EngineCommand setProjectStatus(std::string, ProjectStatus) {
-    return {};
-}
-EngineCommand addAlias(std::string, std::string) {
-    return {};
-}
-EngineCommand newProject(std::string) {
-    return {};
-}
-EngineCommand trashProject(std::string) {
-    return {};
+EngineCommand newProject(std::string name) {
+    return [name = std::move(name)](Engine& engine) { return ProjectCommands::newProject(engine, name); };
 }
 
-// Waiting for the sample-folder builder.
-EngineCommand sampleFolders() {
-    return {};
+EngineCommand addAlias(std::string project, std::string alias) {
+    return [project = std::move(project), alias = std::move(alias)](Engine& engine) {
+        return ProjectCommands::addAlias(engine, project, alias);
+    };
+}
+
+EngineCommand removeAlias(std::string project, std::string alias) {
+    return [project = std::move(project), alias = std::move(alias)](Engine& engine) {
+        return ProjectCommands::removeAlias(engine, project, alias);
+    };
+}
+
+EngineCommand archiveProject(std::string project) {
+    return [project = std::move(project)](Engine& engine) { return ProjectCommands::archiveProject(engine, project); };
+}
+
+EngineCommand reopenProject(std::string project) {
+    return [project = std::move(project)](Engine& engine) { return ProjectCommands::reopenProject(engine, project); };
+}
+
+EngineCommand trashProject(std::string project) {
+    return [project = std::move(project)](Engine& engine) { return ProjectCommands::trashProject(engine, project); };
+}
+
+EngineCommand acceptNameSuggestion(std::string token) {
+    return [token = std::move(token)](Engine& engine) { return ProjectCommands::acceptNameSuggestion(engine, token); };
+}
+
+EngineCommand deferNameSuggestion(std::string token) {
+    return [token = std::move(token)](Engine& engine) { return ProjectCommands::deferNameSuggestion(engine, token); };
+}
+
+EngineCommand sampleFolders(std::filesystem::path parent) {
+    return [parent = std::move(parent)](Engine& engine) {
+        const SampleFolders::Layout layout = SampleFolders::create(parent);
+        auto out = std::make_shared<Snapshot>(*SampleFolders::approve(engine, layout));
+        out->messages.insert(out->messages.begin(), std::string(text::kSamplesCreated) + layout.root.string());
+        return SnapshotPtr(std::move(out));
+    };
 }
 
 }  // namespace kelo::gui::EngineActions

@@ -1,9 +1,8 @@
 // The one place where the desktop app turns a user's action into an engine command:
 // a function the EngineWorker runs on the engine thread, returning the snapshot the
-// command ends with. Actions whose engine command this build does not have yet
-// return an empty command and report available() false, so the window disables
-// them instead of pretending; each is a single line to fill in once the command
-// lands. Any thread may build a command; only the engine thread runs it.
+// command ends with. A refusal is the KeloError the command throws; the model shows
+// its text as it stands. Any thread may build a command; only the engine thread runs
+// it, so nothing here touches a file on the caller's thread.
 #pragma once
 
 #include <filesystem>
@@ -15,40 +14,30 @@
 #include "engine/engine.h"
 #include "model/category.h"
 #include "model/folder_grant.h"
-#include "model/project.h"
 #include "model/settings.h"
 
 namespace kelo::gui {
 
 using EngineCommand = std::function<SnapshotPtr(Engine&)>;
 
-enum class EngineAction {
-    scan,
-    updateSettings,
-    addGrant,
-    removeGrant,
-    clean,
-    sortFile,
-    confirm,
-    reject,
-    leaveAlone,
-    rename,
-    group,
-    trash,
-    undoTrash,
-    keepBoth,
-    undoBatch,
-    setProjectStatus,
-    addAlias,
-    newProject,
-    trashProject,
-    sampleFolders,
+// Where a sorted file goes: the project (name or id), and the category folder and
+// sub-folder inside it when the user chose them (else Kelo's own choice).
+struct Placement {
+    std::string project;
+    std::optional<Category> category;
+    std::optional<std::string> subfolder;
+
+    friend bool operator==(const Placement&, const Placement&) = default;
+};
+
+// The three parts of a reviewed name, "Job-Purpose-Detail.ext".
+struct NameParts {
+    std::string job;
+    std::string purpose;
+    std::string detail;
 };
 
 namespace EngineActions {
-
-// Whether this build has the engine command behind `action`.
-bool available(EngineAction action);
 
 EngineCommand scan();
 EngineCommand updateSettings(Settings settings);
@@ -56,25 +45,44 @@ EngineCommand addGrant(std::filesystem::path folder, FolderGrant::Role role);
 // Forgets the folder, then rescans.
 EngineCommand removeGrant(std::string grantId);
 
+// Files.
 EngineCommand clean();
-EngineCommand sortFile(std::filesystem::path file, std::string projectId, std::optional<Category> category = {});
-EngineCommand confirm(std::filesystem::path file, std::string projectId);
-EngineCommand reject(std::filesystem::path file, std::string projectId);
-EngineCommand leaveAlone(std::filesystem::path file);
-EngineCommand rename(std::filesystem::path file, std::string newName);
-EngineCommand group(std::vector<std::filesystem::path> files, std::string folderName);
-EngineCommand trash(std::filesystem::path file);
-EngineCommand undoTrash();
-EngineCommand keepBoth(std::filesystem::path file, std::string projectId, std::optional<Category> category = {});
+EngineCommand sortFile(std::filesystem::path file, Placement placement);
+// The sort that met a name conflict, to a free "name 2.ext".
+EngineCommand keepBoth(std::filesystem::path file, Placement placement);
+// Composes the new name from `parts` and the file's extension, then renames.
+EngineCommand rename(std::filesystem::path file, NameParts parts);
+// A new folder `folderName` for the files; `project` names the project whose folder
+// it goes into, when the engine takes one.
+EngineCommand group(std::vector<std::filesystem::path> files, std::string folderName,
+                    std::optional<std::string> project = std::nullopt);
 EngineCommand undoBatch(std::string batchId);
 
-EngineCommand setProjectStatus(std::string projectId, ProjectStatus status);
-EngineCommand addAlias(std::string projectId, std::string alias);
-EngineCommand newProject(std::string name);
-EngineCommand trashProject(std::string projectId);
+// Learning; none of these moves a file.
+EngineCommand confirm(std::filesystem::path file, std::string project);
+EngineCommand reject(std::filesystem::path file, std::string project);
+EngineCommand leaveAlone(std::filesystem::path file);
+EngineCommand ignoreCluster(std::string token);
+EngineCommand restoreIgnored();
+EngineCommand resetLearning();
 
-// Builds the sample inbox and project folders and approves them.
-EngineCommand sampleFolders();
+// The desktop's Trash.
+EngineCommand trash(std::filesystem::path file);
+EngineCommand undoTrash();
+
+// Projects.
+EngineCommand newProject(std::string name);
+EngineCommand addAlias(std::string project, std::string alias);
+EngineCommand removeAlias(std::string project, std::string alias);
+EngineCommand archiveProject(std::string project);
+EngineCommand reopenProject(std::string project);
+EngineCommand trashProject(std::string project);
+EngineCommand acceptNameSuggestion(std::string token);
+EngineCommand deferNameSuggestion(std::string token);
+
+// Builds the sample inbox and project home in a new folder inside `parent` (never
+// among the user's own folders), approves them and says where they are.
+EngineCommand sampleFolders(std::filesystem::path parent);
 
 }  // namespace EngineActions
 }  // namespace kelo::gui

@@ -30,6 +30,11 @@ HistoryPage::HistoryPage(AppModel& model, QWidget* parent) : Page(model, parent)
                                        text::kColumnSkipped, text::kColumnFailed, text::kColumnUndone, QString()});
     table_->setSelectionMode(QAbstractItemView::NoSelection);
     table_->verticalHeader()->setVisible(false);
+    lastRun_ = new QLabel(this);
+    lastRun_->setObjectName(QStringLiteral("lastRun"));
+    lastRun_->setWordWrap(true);
+    lastRun_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    layout->addWidget(lastRun_);
     layout->addWidget(table_, 1);
     empty_ = new QLabel(text::kNoHistory, this);
     layout->addWidget(empty_);
@@ -55,7 +60,13 @@ void HistoryPage::render(const Snapshot* snapshot, bool canOperate) {
     canOperate_ = canOperate;
     history_ = snapshot ? snapshot->history : nullptr;
     undoTrash_->setVisible(snapshot && snapshot->canUndoTrash);
-    enableAction(undoTrash_, EngineAction::undoTrash, canOperate);
+    enable(undoTrash_, canOperate);
+    // What the last command did, ending with its batch summary.
+    QStringList lines;
+    if (snapshot)
+        for (const auto& message : snapshot->messages) lines << qs(message);
+    lastRun_->setText(lines.isEmpty() ? QString() : text::kLastRun + QLatin1Char('\n') + lines.join(QLatin1Char('\n')));
+    lastRun_->setVisible(!lines.isEmpty());
     fillRows();
 }
 
@@ -72,7 +83,8 @@ void HistoryPage::fillRows() {
             table_->setItem(row, column, cell(QString::number(counts[column - kMoved])));
         if (batch.canUndo) {
             auto* undo = new QPushButton(text::kUndo, table_);
-            enableAction(undo, EngineAction::undoBatch, canOperate_);
+            undo->setObjectName(QStringLiteral("undoBatch"));
+            enable(undo, canOperate_);
             const std::string id = batch.id.text();
             connect(undo, &QPushButton::clicked, this,
                     [this, id] { model_.submit(text::kCommandUndo, EngineActions::undoBatch(id)); });

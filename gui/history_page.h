@@ -1,5 +1,6 @@
-// History: batches newest first, fifty at a time, each with its counts and an undo
-// button while it can be undone; and the single-step undo of the last Trash move.
+// History: what the last command did (its batch summary), the batches newest first,
+// fifty at a time, each with its counts and an undo button while it can be undone;
+// and the single-step undo of the last Trash move.
 #pragma once
 
 #include "gui/page.h"
@@ -20,6 +21,7 @@ private:
     void fillRows();
 
     QTableWidget* table_;
+    QLabel* lastRun_;
     QLabel* empty_;
     QPushButton* more_;
     QPushButton* undoTrash_;

@@ -46,6 +46,10 @@ int main(int argc, char** argv) {
         onboardingOffered = true;
         auto* dialog = new kelo::gui::OnboardingDialog(model, &window);
         dialog->setAttribute(Qt::WA_DeleteOnClose);
+        // After trying the sample folders, the user lands where the suggestions are.
+        QObject::connect(dialog, &QDialog::finished, &window, [&window, dialog] {
+            if (dialog->samplesMade()) window.showPage(1);
+        });
         dialog->open();
     });
     model.start(dataDirectory);

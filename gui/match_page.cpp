@@ -1,17 +1,28 @@
 #include "gui/match_page.h"
 
 #include <QComboBox>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QGroupBox>
 #include <QHBoxLayout>
 #include <QHeaderView>
-#include <QInputDialog>
 #include <QLabel>
 #include <QPainter>
 #include <QStyle>
+#include <QLineEdit>
+#include <QListWidget>
 #include <QTableWidget>
 #include <QVBoxLayout>
+#include <algorithm>
+#include <set>
 
+#include "classify/classification_engine.h"
+#include "engine/learning_commands.h"
 #include "gui/presentation.h"
 #include "gui/thumbnail_cache.h"
+#include "gui/questions.h"
+#include "gui/rename_dialog.h"
 
 namespace kelo::gui {
 
@@ -20,6 +31,8 @@ namespace {
 enum Column { kFile, kState, kProject, kCategory, kScore, kSignals, kColumnCount };
 constexpr int kPathRole = Qt::UserRole;
 constexpr int kProjectRole = Qt::UserRole + 1;
+constexpr int kTokenRole = Qt::UserRole;
+constexpr int kClusterFilesShown = 4;
 
 // Thumbnails sit in the File column at this size; they are decoded at twice it so
 // they stay sharp on a high-density screen.
@@ -43,6 +56,13 @@ QTableWidgetItem* cell(const QString& value) {
     return item;
 }
 
+// The message the engine gives when a sort found the destination name taken.
+bool reportsConflict(const Snapshot& snapshot, const std::filesystem::path& file) {
+    const std::string prefix = "Skipped " + file.filename().string() + ": Name conflict: ";
+    return std::any_of(snapshot.messages.begin(), snapshot.messages.end(),
+                       [&](const std::string& message) { return message.starts_with(prefix); });
+}
+
 }  // namespace
 
 MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
@@ -56,7 +76,10 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
     table_->verticalHeader()->setVisible(false);
     table_->horizontalHeader()->setSectionResizeMode(kSignals, QHeaderView::Stretch);
     table_->setWordWrap(false);
-    connect(table_, &QTableWidget::itemSelectionChanged, this, [this] { updateButtons(); });
+    connect(table_, &QTableWidget::itemSelectionChanged, this, [this] {
+        followSuggestion();
+        updateButtons();
+    });
     layout->addWidget(table_, 1);
 
     thumbnails_ = new ThumbnailCache(2 * kIconEdge, 600, this);
@@ -65,19 +88,36 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
     table_->verticalHeader()->setDefaultSectionSize(kIconEdge + 6);
     connect(thumbnails_, &ThumbnailCache::ready, this, &MatchPage::showThumbnail);
 
-    suggestions_ = new QLabel(this);
-    suggestions_->setObjectName(QStringLiteral("nameSuggestions"));
-    suggestions_->setWordWrap(true);
-    layout->addWidget(suggestions_);
+    noFiles_ = new QLabel(text::kNoFiles, this);
+    noFiles_->setObjectName(QStringLiteral("noFiles"));
+    layout->addWidget(noFiles_);
+    dryRunNote_ = new QLabel(text::kDryRunOn, this);
+    dryRunNote_->setObjectName(QStringLiteral("matchDryRun"));
+    dryRunNote_->setWordWrap(true);
+    layout->addWidget(dryRunNote_);
 
     auto* sortRow = new QHBoxLayout;
-    projects_ = new QComboBox(this);
-    projects_->setObjectName(QStringLiteral("projectChoice"));
-    projects_->setMinimumContentsLength(18);
     sort_ = new QPushButton(text::kSortInto, this);
     sort_->setObjectName(QStringLiteral("sortButton"));
+    projects_ = new QComboBox(this);
+    projects_->setObjectName(QStringLiteral("projectChoice"));
+    projects_->setMinimumContentsLength(16);
+    category_ = new QComboBox(this);
+    category_->setObjectName(QStringLiteral("categoryChoice"));
+    category_->addItem(text::kCategoryAuto, -1);
+    for (const auto& [category, raw] : rawValues(Category{}))
+        category_->addItem(qs(raw), static_cast<int>(Category::Value(category)));
+    subfolder_ = new QLineEdit(this);
+    subfolder_->setObjectName(QStringLiteral("subfolder"));
+    subfolder_->setPlaceholderText(text::kSubfolderHint);
+    subfolder_->setMinimumWidth(200);
+    keepBoth_ = new QPushButton(text::kKeepBoth, this);
+    keepBoth_->setObjectName(QStringLiteral("keepBoth"));
     sortRow->addWidget(sort_);
     sortRow->addWidget(projects_);
+    sortRow->addWidget(category_);
+    sortRow->addWidget(subfolder_);
+    sortRow->addWidget(keepBoth_);
     sortRow->addStretch();
     layout->addLayout(sortRow);
 
@@ -88,20 +128,35 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
     rename_ = new QPushButton(text::kRename, this);
     group_ = new QPushButton(text::kGroup, this);
     trash_ = new QPushButton(text::kTrash, this);
-    keepBoth_ = new QPushButton(text::kKeepBoth, this);
-    for (QPushButton* button : {confirm_, reject_, leaveAlone_, rename_, group_, trash_, keepBoth_})
-        actions->addWidget(button);
+    confirm_->setObjectName(QStringLiteral("confirmButton"));
+    reject_->setObjectName(QStringLiteral("rejectButton"));
+    leaveAlone_->setObjectName(QStringLiteral("leaveAloneButton"));
+    rename_->setObjectName(QStringLiteral("renameButton"));
+    group_->setObjectName(QStringLiteral("groupButton"));
+    trash_->setObjectName(QStringLiteral("trashButton"));
+    for (QPushButton* button : {confirm_, reject_, leaveAlone_, rename_, group_, trash_}) actions->addWidget(button);
     actions->addStretch();
     layout->addLayout(actions);
 
-    connect(sort_, &QPushButton::clicked, this, [this] {
-        const std::string project = projects_->currentData().toString().toStdString();
-        onSelection([project](const Selected& s) { return EngineActions::sortFile(s.file, project); });
-    });
-    connect(keepBoth_, &QPushButton::clicked, this, [this] {
-        const std::string project = projects_->currentData().toString().toStdString();
-        onSelection([project](const Selected& s) { return EngineActions::keepBoth(s.file, project); });
-    });
+    auto* clusterBox = new QGroupBox(text::kClusters, this);
+    auto* clusterLayout = new QVBoxLayout(clusterBox);
+    clusters_ = new QListWidget(clusterBox);
+    clusters_->setObjectName(QStringLiteral("clusterList"));
+    clusters_->setMaximumHeight(80);
+    ignoreCluster_ = new QPushButton(text::kIgnoreCluster, clusterBox);
+    ignoreCluster_->setObjectName(QStringLiteral("ignoreCluster"));
+    restoreIgnored_ = new QPushButton(text::kRestoreIgnored, clusterBox);
+    restoreIgnored_->setObjectName(QStringLiteral("restoreIgnored"));
+    auto* clusterButtons = new QHBoxLayout;
+    clusterButtons->addWidget(ignoreCluster_);
+    clusterButtons->addWidget(restoreIgnored_);
+    clusterButtons->addStretch();
+    clusterLayout->addWidget(clusters_);
+    clusterLayout->addLayout(clusterButtons);
+    layout->addWidget(clusterBox);
+
+    connect(sort_, &QPushButton::clicked, this, [this] { sortSelected(); });
+    connect(keepBoth_, &QPushButton::clicked, this, [this] { keepBoth(); });
     connect(confirm_, &QPushButton::clicked, this, [this] {
         onSelection([](const Selected& s) { return EngineActions::confirm(s.file, s.projectId.toStdString()); });
     });
@@ -112,54 +167,59 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
             [this] { onSelection([](const Selected& s) { return EngineActions::leaveAlone(s.file); }); });
     connect(trash_, &QPushButton::clicked, this,
             [this] { onSelection([](const Selected& s) { return EngineActions::trash(s.file); }); });
-    connect(rename_, &QPushButton::clicked, this, [this] { renameSelected(); });
-    connect(group_, &QPushButton::clicked, this, [this] { groupSelected(); });
+    connect(rename_, &QPushButton::clicked, this, [this] { askRename(); });
+    connect(group_, &QPushButton::clicked, this, [this] { askGroup(); });
+    connect(clusters_, &QListWidget::itemSelectionChanged, this, [this] { updateButtons(); });
+    connect(ignoreCluster_, &QPushButton::clicked, this, [this] {
+        if (const QListWidgetItem* item = clusters_->currentItem(); item && item->isSelected())
+            model_.submit(text::kCommandLearning,
+                          EngineActions::ignoreCluster(item->data(kTokenRole).toString().toStdString()));
+    });
+    connect(restoreIgnored_, &QPushButton::clicked, this,
+            [this] { model_.submit(text::kCommandLearning, EngineActions::restoreIgnored()); });
     updateButtons();
 }
 
 void MatchPage::render(const Snapshot* snapshot, bool canOperate) {
     canOperate_ = canOperate;
+    std::set<std::string> selected;
+    for (const Selected& s : selection()) selected.insert(s.file.string());
+
     table_->clearContents();
     const auto* classifications = snapshot && snapshot->classifications ? snapshot->classifications.get() : nullptr;
     table_->setRowCount(classifications ? static_cast<int>(classifications->size()) : 0);
     if (classifications) {
         int row = 0;
-        for (const auto& c : *classifications) {
-            const auto top = topCandidate(c);
-            auto* file = cell(qs(c.file.filename()));
-            file->setData(kPathRole, QString::fromStdString(c.file.url.string()));
-            file->setData(kProjectRole, top ? qs(top->projectID.text()) : QString());
-            file->setToolTip(QString::fromStdString(c.file.url.string()));
-            setThumbnail(file, c.file);
-            table_->setItem(row, kFile, file);
-            table_->setItem(row, kState, cell(qs(rawValue(c.state))));
-            table_->setItem(row, kProject, cell(top ? projectName(*snapshot, top->projectID) : QStringLiteral("-")));
-            table_->setItem(row, kCategory, cell(top ? qs(rawValue(c.category)) : QStringLiteral("-")));
-            table_->setItem(row, kScore, cell(QString::number(top ? top->score : 0)));
-            auto* reasons = cell(top ? signalsText(*top) : QString());
-            reasons->setToolTip(reasons->text());
-            table_->setItem(row, kSignals, reasons);
-            ++row;
-        }
+        for (const auto& classification : *classifications) buildFileRow(row++, classification, *snapshot);
     }
     table_->resizeColumnsToContents();
+    // Room for the bold header titles too.
+    for (int col = kFile; col < kSignals; ++col)
+        table_->setColumnWidth(
+            col, std::max(table_->columnWidth(col), table_->horizontalHeader()->sectionSizeHint(col) + 12));
     table_->horizontalHeader()->setSectionResizeMode(kSignals, QHeaderView::Stretch);
+    // The selection follows the files that are still there.
+    for (int row = 0; row < table_->rowCount(); ++row)
+        if (selected.contains(table_->item(row, kFile)->data(kPathRole).toString().toStdString()))
+            table_->selectionModel()->select(table_->model()->index(row, kFile),
+                                             QItemSelectionModel::Select | QItemSelectionModel::Rows);
 
     const QString chosen = projects_->currentData().toString();
     projects_->clear();
+    projectNames_.clear();
     if (snapshot) {
-        for (const auto& project : snapshot->state->projects)
+        for (const auto& project : snapshot->state->projects) {
             projects_->addItem(qs(project.name), qs(project.id.text()));
+            projectNames_.emplace_back(qs(project.id.text()), qs(project.name));
+        }
         projects_->setCurrentIndex(std::max(0, projects_->findData(chosen)));
+        namingDetail_ = qs(snapshot->state->settings.suggestedNamingDetail());
+        hasIgnored_ = !snapshot->state->ignored.empty() || !snapshot->state->ignoredClusters.empty();
+        noteConflicts(*snapshot);
     }
-
-    QStringList names;
-    if (snapshot && snapshot->nameSuggestions)
-        for (const auto& s : *snapshot->nameSuggestions) names << qs(s.name);
-    suggestions_->setText(
-        classifications && classifications->empty()
-            ? QString(text::kNoFiles)
-            : (names.isEmpty() ? QString() : text::kNameSuggestions + names.join(QStringLiteral(", "))));
+    noFiles_->setVisible(table_->rowCount() == 0);
+    dryRunNote_->setVisible(snapshot && snapshot->state->settings.dryRun);
+    renderClusters(snapshot);
     updateButtons();
 }
 
@@ -184,6 +244,71 @@ void MatchPage::showThumbnail(const QString& fingerprint, const QImage& image) {
     }
 }
 
+// The one place a file's row is made: its name (with the full path kept for the
+// commands), state, leading project, category folder, score and reasons.
+void MatchPage::buildFileRow(int row, const Classification& c, const Snapshot& snapshot) {
+    const auto top = topCandidate(c);
+    auto* file = cell(qs(c.file.filename()));
+    file->setData(kPathRole, QString::fromStdString(c.file.url.string()));
+    file->setData(kProjectRole, top ? qs(top->projectID.text()) : QString());
+    file->setToolTip(QString::fromStdString(c.file.url.string()));
+    setThumbnail(file, c.file);
+    table_->setItem(row, kFile, file);
+    QString state = qs(rawValue(c.state));
+    if (isIgnored(*snapshot.state, c.file)) state += text::kIgnoredMark;
+    table_->setItem(row, kState, cell(state));
+    table_->setItem(row, kProject, cell(top ? projectName(snapshot, top->projectID) : QStringLiteral("-")));
+    table_->setItem(row, kCategory, cell(top ? qs(rawValue(c.category)) : QStringLiteral("-")));
+    table_->setItem(row, kScore, cell(QString::number(top ? top->score : 0)));
+    auto* reasons = cell(top ? signalsText(*top) : QString());
+    reasons->setToolTip(reasons->text());
+    table_->setItem(row, kSignals, reasons);
+}
+
+void MatchPage::renderClusters(const Snapshot* snapshot) {
+    clusters_->clear();
+    if (snapshot && snapshot->files) {
+        for (const Cluster& cluster : clusters(*snapshot->files, snapshot->state->ignoredClusters)) {
+            QStringList names;
+            for (const auto& file : cluster.files) {
+                if (names.size() == kClusterFilesShown) {
+                    names << QStringLiteral("…");
+                    break;
+                }
+                names << qs(file.filename());
+            }
+            auto* item = new QListWidgetItem(QString(text::kClusterLine)
+                                                 .arg(qs(cluster.token))
+                                                 .arg(cluster.files.size())
+                                                 .arg(names.join(QStringLiteral(", "))),
+                                             clusters_);
+            item->setData(kTokenRole, qs(cluster.token));
+        }
+    }
+    if (clusters_->count() == 0) {
+        auto* none = new QListWidgetItem(text::kNoClusters, clusters_);
+        none->setFlags(Qt::NoItemFlags);
+    }
+}
+
+// A conflict is remembered until the next sort, so "keep both" stays offered while
+// later commands come and go.
+void MatchPage::noteConflicts(const Snapshot& snapshot) {
+    for (SentSort& sent : sentSorts_)
+        if (reportsConflict(snapshot, sent.file)) sent.conflicted = true;
+}
+
+// "Sort into" starts at the project Kelo suggests for the chosen files, when they
+// share one.
+void MatchPage::followSuggestion() {
+    const auto selected = selection();
+    if (selected.empty() || selected.front().projectId.isEmpty()) return;
+    for (const Selected& s : selected)
+        if (s.projectId != selected.front().projectId) return;
+    if (const int index = projects_->findData(selected.front().projectId); index >= 0)
+        projects_->setCurrentIndex(index);
+}
+
 std::vector<MatchPage::Selected> MatchPage::selection() const {
     std::vector<Selected> selected;
     for (const QModelIndex& index : table_->selectionModel()->selectedRows(kFile)) {
@@ -201,14 +326,19 @@ void MatchPage::updateButtons() {
     const bool project = projects_->count() > 0;
     const bool suggested =
         any && std::all_of(selected.begin(), selected.end(), [](const Selected& s) { return !s.projectId.isEmpty(); });
-    enableAction(sort_, EngineAction::sortFile, canOperate_, any && project);
-    enableAction(keepBoth_, EngineAction::keepBoth, canOperate_, one && project);
-    enableAction(confirm_, EngineAction::confirm, canOperate_, suggested);
-    enableAction(reject_, EngineAction::reject, canOperate_, suggested);
-    enableAction(leaveAlone_, EngineAction::leaveAlone, canOperate_, any);
-    enableAction(rename_, EngineAction::rename, canOperate_, one);
-    enableAction(group_, EngineAction::group, canOperate_, selected.size() >= 2);
-    enableAction(trash_, EngineAction::trash, canOperate_, any);
+    const bool conflicted =
+        std::any_of(sentSorts_.begin(), sentSorts_.end(), [](const SentSort& s) { return s.conflicted; });
+    enable(sort_, canOperate_, any && project);
+    enable(keepBoth_, canOperate_, conflicted);
+    enable(confirm_, canOperate_, suggested);
+    enable(reject_, canOperate_, suggested);
+    enable(leaveAlone_, canOperate_, any);
+    enable(rename_, canOperate_, one);
+    enable(group_, canOperate_, any);
+    enable(trash_, canOperate_, any);
+    const QListWidgetItem* cluster = clusters_->currentItem();
+    enable(ignoreCluster_, canOperate_, cluster && cluster->isSelected() && cluster->flags() != Qt::NoItemFlags);
+    enable(restoreIgnored_, canOperate_, hasIgnored_);
 }
 
 // One command per selected file; the engine runs them in order.
@@ -216,25 +346,78 @@ void MatchPage::onSelection(const std::function<EngineCommand(const Selected&)>&
     for (const Selected& s : selection()) model_.submit(text::kCommandFile, build(s));
 }
 
-void MatchPage::renameSelected() {
-    const auto selected = selection();
-    if (selected.size() != 1) return;
-    bool ok = false;
-    const QString name = QInputDialog::getText(this, text::kRename, text::kRenamePrompt, QLineEdit::Normal,
-                                               QString::fromStdString(selected.front().file.filename().string()), &ok);
-    if (ok && !name.trimmed().isEmpty())
-        model_.submit(text::kCommandFile, EngineActions::rename(selected.front().file, name.trimmed().toStdString()));
+Placement MatchPage::chosenPlacement() const {
+    Placement placement{projects_->currentData().toString().toStdString(), std::nullopt, std::nullopt};
+    if (const int category = category_->currentData().toInt(); category >= 0)
+        placement.category = Category(static_cast<Category::Value>(category));
+    if (const QString subfolder = subfolder_->text().trimmed(); !subfolder.isEmpty())
+        placement.subfolder = subfolder.toStdString();
+    return placement;
 }
 
-void MatchPage::groupSelected() {
+void MatchPage::sortSelected() {
+    const Placement placement = chosenPlacement();
+    sentSorts_.clear();
+    for (const Selected& s : selection()) {
+        sentSorts_.push_back({s.file, placement});
+        model_.submit(text::kCommandFile, EngineActions::sortFile(s.file, placement));
+    }
+    updateButtons();
+}
+
+void MatchPage::keepBoth() {
+    auto sent = std::move(sentSorts_);
+    sentSorts_.clear();
+    for (const SentSort& s : sent)
+        if (s.conflicted) model_.submit(text::kCommandFile, EngineActions::keepBoth(s.file, s.placement));
+    updateButtons();
+}
+
+void MatchPage::askRename() {
     const auto selected = selection();
-    bool ok = false;
-    const QString name =
-        QInputDialog::getText(this, text::kGroup, text::kGroupPrompt, QLineEdit::Normal, QString(), &ok);
-    if (!ok || name.trimmed().isEmpty()) return;
+    if (selected.size() != 1) return;
+    QString job;
+    for (const auto& [id, name] : projectNames_)
+        if (id == selected.front().projectId) job = name;
+    RenameDialog dialog(QString::fromStdString(selected.front().file.filename().string()),
+                        {job.toStdString(), std::string(), namingDetail_.toStdString()}, this);
+    if (dialog.exec() == QDialog::Accepted) renameSelected(dialog.parts());
+}
+
+void MatchPage::renameSelected(const NameParts& parts) {
+    const auto selected = selection();
+    if (selected.size() == 1) model_.submit(text::kCommandFile, EngineActions::rename(selected.front().file, parts));
+}
+
+void MatchPage::askGroup() {
+    QDialog dialog(this);
+    dialog.setObjectName(QStringLiteral("groupDialog"));
+    dialog.setWindowTitle(text::kGroup);
+    auto* form = new QFormLayout(&dialog);
+    auto* name = new QLineEdit(&dialog);
+    name->setObjectName(QStringLiteral("groupName"));
+    auto* project = new QComboBox(&dialog);
+    project->setObjectName(QStringLiteral("groupProject"));
+    project->addItem(text::kGroupBeside, QString());
+    for (const auto& [id, title] : projectNames_) project->addItem(title, id);
+    form->addRow(text::kGroupName, name);
+    form->addRow(text::kGroupProject, project);
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog);
+    Questions::nameButtons(buttons);
+    connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    form->addRow(buttons);
+    if (dialog.exec() == QDialog::Accepted && !name->text().trimmed().isEmpty())
+        groupSelected(name->text().trimmed(), project->currentData().toString());
+}
+
+void MatchPage::groupSelected(const QString& folderName, const QString& projectId) {
     std::vector<std::filesystem::path> files;
-    for (const Selected& s : selected) files.push_back(s.file);
-    model_.submit(text::kCommandFile, EngineActions::group(std::move(files), name.trimmed().toStdString()));
+    for (const Selected& s : selection()) files.push_back(s.file);
+    if (files.empty()) return;
+    std::optional<std::string> project;
+    if (!projectId.isEmpty()) project = projectId.toStdString();
+    model_.submit(text::kCommandFile, EngineActions::group(std::move(files), folderName.toStdString(), project));
 }
 
 }  // namespace kelo::gui

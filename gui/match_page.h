@@ -1,15 +1,21 @@
 // Match: every inbox file with its state, its leading project, the score and the
-// signals that explain it, and the actions the user takes on the selected files.
+// signals that explain it; the actions the user takes on the selected files (sort
+// into a project, confirm or reject the suggestion, leave alone, rename, group,
+// trash, keep both after a name conflict); and the clusters of related files, which
+// the user may ignore. Every action is an engine command sent through the model.
 #pragma once
 
 #include <QIcon>
 #include <filesystem>
+#include <functional>
 #include <vector>
 
 #include "gui/page.h"
 
 class QComboBox;
 class QLabel;
+class QLineEdit;
+class QListWidget;
 class QTableWidget;
 class QTableWidgetItem;
 
@@ -22,16 +28,36 @@ public:
     explicit MatchPage(AppModel& model, QWidget* parent = nullptr);
     void render(const Snapshot* snapshot, bool canOperate) override;
 
+    // The actions behind the buttons that ask something first, for the dialogs and
+    // for tests: each acts on the selected files.
+    void renameSelected(const NameParts& parts);
+    void groupSelected(const QString& folderName, const QString& projectId);
+
 private:
     struct Selected {
         std::filesystem::path file;
         QString projectId;  // the leading project, empty when none scored
     };
+    // A sort the user sent, remembered so "keep both" can repeat it.
+    struct SentSort {
+        std::filesystem::path file;
+        Placement placement;
+        bool conflicted = false;  // the engine reported a name conflict for it
+    };
+
+    // Fills one row of the file table from the file's classification.
+    void buildFileRow(int row, const Classification& classification, const Snapshot& snapshot);
+    void renderClusters(const Snapshot* snapshot);
+    void noteConflicts(const Snapshot& snapshot);
+    void followSuggestion();
     std::vector<Selected> selection() const;
     void updateButtons();
     void onSelection(const std::function<EngineCommand(const Selected&)>& build);
-    void renameSelected();
-    void groupSelected();
+    Placement chosenPlacement() const;
+    void sortSelected();
+    void keepBoth();
+    void askRename();
+    void askGroup();
 
     QTableWidget* table_;
 
@@ -42,8 +68,11 @@ private:
     ThumbnailCache* thumbnails_;
     QIcon placeholder_;  // until a file's thumbnail is decoded
 
-    QLabel* suggestions_;
+    QLabel* noFiles_;
+    QLabel* dryRunNote_;
     QComboBox* projects_;
+    QComboBox* category_;
+    QLineEdit* subfolder_;
     QPushButton* sort_;
     QPushButton* confirm_;
     QPushButton* reject_;
@@ -52,6 +81,13 @@ private:
     QPushButton* group_;
     QPushButton* trash_;
     QPushButton* keepBoth_;
+    QListWidget* clusters_;
+    QPushButton* ignoreCluster_;
+    QPushButton* restoreIgnored_;
+    std::vector<SentSort> sentSorts_;
+    std::vector<std::pair<QString, QString>> projectNames_;  // id, name; for the group dialog
+    QString namingDetail_;
+    bool hasIgnored_ = false;
     bool canOperate_ = false;
 };
 

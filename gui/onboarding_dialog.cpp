@@ -24,7 +24,8 @@ QLabel* paragraph(const QString& value, QWidget* parent) {
 
 }  // namespace
 
-OnboardingDialog::OnboardingDialog(AppModel& model, QWidget* parent) : QDialog(parent), model_(model) {
+OnboardingDialog::OnboardingDialog(AppModel& model, QWidget* parent, std::filesystem::path sampleParent)
+    : QDialog(parent), model_(model), sampleParent_(std::move(sampleParent)) {
     setObjectName(QStringLiteral("onboarding"));
     setWindowTitle(text::kWelcomeTitle);
     setMinimumWidth(560);
@@ -48,12 +49,16 @@ OnboardingDialog::OnboardingDialog(AppModel& model, QWidget* parent) : QDialog(p
     folders->addWidget(watch);
     folders->addWidget(home);
     layout->addLayout(folders);
+    auto* samplesMade = new QLabel(text::kSamplesMade, this);
+    samplesMade->setObjectName(QStringLiteral("samplesMade"));
+    samplesMade->setWordWrap(true);
+    samplesMade->hide();
     layout->addWidget(samples);
+    layout->addWidget(samplesMade);
     const bool canOperate = model_.canOperate();
     watch->setEnabled(canOperate);
     home->setEnabled(canOperate);
-    samples->setEnabled(canOperate && EngineActions::available(EngineAction::sampleFolders));
-    if (!EngineActions::available(EngineAction::sampleFolders)) samples->setToolTip(text::kActionNotAvailable);
+    samples->setEnabled(canOperate);
     connect(watch, &QPushButton::clicked, this, [this] {
         const QString folder = QFileDialog::getExistingDirectory(this, text::kWatchDialogTitle);
         if (!folder.isEmpty()) model_.addGrant(folder.toStdString(), FolderGrant::Role::watch);
@@ -62,8 +67,21 @@ OnboardingDialog::OnboardingDialog(AppModel& model, QWidget* parent) : QDialog(p
         const QString folder = QFileDialog::getExistingDirectory(this, text::kHomeDialogTitle);
         if (!folder.isEmpty()) model_.addGrant(folder.toStdString(), FolderGrant::Role::projectHome);
     });
-    connect(samples, &QPushButton::clicked, this,
-            [this] { model_.submit(text::kCommandSample, EngineActions::sampleFolders()); });
+    // One set of sample folders is enough; the note says where to look once the
+    // engine has made them.
+    connect(samples, &QPushButton::clicked, this, [this, samples, samplesMade] {
+        samples->setEnabled(false);
+        model_.submit(text::kCommandSample, EngineActions::sampleFolders(sampleParent_));
+        connect(
+            &model_, &AppModel::snapshotChanged, samplesMade,
+            [this, samplesMade] {
+                samplesMade_ = true;
+                samplesMade->show();
+            },
+            Qt::SingleShotConnection);
+        connect(
+            &model_, &AppModel::refused, samples, [samples] { samples->setEnabled(true); }, Qt::SingleShotConnection);
+    });
 
     auto* presetBox = new QGroupBox(text::kChoosePreset, this);
     auto* presetLayout = new QVBoxLayout(presetBox);

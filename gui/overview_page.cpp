@@ -4,10 +4,10 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QListWidget>
-#include <QMessageBox>
 #include <QVBoxLayout>
 
 #include "gui/presentation.h"
+#include "gui/questions.h"
 
 namespace kelo::gui {
 
@@ -97,16 +97,15 @@ void OverviewPage::render(const Snapshot* snapshot, bool canOperate) {
     fill(messages_, messages, text::kNoMessages);
     fill(cleanPreview_, preview, text::kCleanNothing);
     dryRunNote_->setVisible(snapshot && snapshot->state->settings.dryRun);
-    enableAction(clean_, EngineAction::clean, canOperate, !preview.isEmpty());
+    enable(clean_, canOperate, !preview.isEmpty());
 }
 
 void OverviewPage::confirmClean() {
     const SnapshotPtr& snapshot = model_.snapshot();
     if (!snapshot) return;
-    QMessageBox box(QMessageBox::Question, text::kCleanTitle, text::kCleanConfirm,
-                    QMessageBox::Ok | QMessageBox::Cancel, this);
-    box.setDetailedText(cleanPreview(*snapshot).join(QLatin1Char('\n')));
-    if (box.exec() == QMessageBox::Ok) model_.submit(text::kCommandClean, EngineActions::clean());
+    if (Questions::confirm(this, text::kCleanTitle, text::kCleanConfirm,
+                           cleanPreview(*snapshot).join(QLatin1Char('\n'))))
+        model_.submit(text::kCommandClean, EngineActions::clean());
 }
 
 }  // namespace kelo::gui

@@ -21,12 +21,10 @@ public:
     virtual void render(const Snapshot* snapshot, bool canOperate) = 0;
 
 protected:
-    // Turns an action's button on only when the engine runs, this build has the
-    // action, and `ready` (a selection, say) holds.
-    static void enableAction(QPushButton* button, EngineAction action, bool canOperate, bool ready = true) {
-        const bool available = EngineActions::available(action);
-        button->setEnabled(canOperate && available && ready);
-        button->setToolTip(available ? QString() : QString(text::kActionNotAvailable));
+    // Turns an action's button on only when the engine runs and `ready` (a
+    // selection, say) holds.
+    static void enable(QPushButton* button, bool canOperate, bool ready = true) {
+        button->setEnabled(canOperate && ready);
     }
 
     AppModel& model_;

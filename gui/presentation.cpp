@@ -2,6 +2,8 @@
 
 #include <QDateTime>
 
+#include "engine/learning_commands.h"
+
 namespace kelo::gui {
 
 QString projectName(const Snapshot& snapshot, const Uuid& id) {
@@ -34,7 +36,7 @@ QStringList cleanPreview(const Snapshot& snapshot) {
     QStringList lines;
     if (!snapshot.classifications) return lines;
     for (const auto& c : *snapshot.classifications) {
-        if (c.state != ConfidenceState::ready) continue;
+        if (c.state != ConfidenceState::ready || isIgnored(*snapshot.state, c.file)) continue;
         const auto top = topCandidate(c);
         if (!top) continue;
         lines << QStringLiteral("%1  →  %2 / %3")

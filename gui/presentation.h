@@ -31,7 +31,7 @@ StateCounts countStates(const Snapshot& snapshot);
 // The leading candidate when it scored above zero.
 std::optional<Candidate> topCandidate(const Classification& classification);
 
-// One line per "Ready" file: where the clean would put it.
+// One line per "Ready" file not left alone: where the clean would put it.
 QStringList cleanPreview(const Snapshot& snapshot);
 
 // Signals as "+40 Alias: ACME; -10 Rejected token: logo".

@@ -1,14 +1,15 @@
 #include "gui/projects_page.h"
 
-#include <QComboBox>
+#include <QGroupBox>
 #include <QHBoxLayout>
 #include <QHeaderView>
-#include <QInputDialog>
 #include <QLabel>
+#include <QListWidget>
 #include <QTableWidget>
 #include <QVBoxLayout>
 
 #include "gui/presentation.h"
+#include "gui/questions.h"
 
 namespace kelo::gui {
 
@@ -16,11 +17,20 @@ namespace {
 
 enum Column { kName, kStatus, kFolder, kAliases, kColumnCount };
 constexpr int kIdRole = Qt::UserRole;
+constexpr int kStatusRole = Qt::UserRole + 1;
+constexpr int kAliasesRole = Qt::UserRole + 2;
+constexpr int kTokenRole = Qt::UserRole;
 
 QTableWidgetItem* cell(const QString& value) {
     auto* item = new QTableWidgetItem(value);
     item->setFlags(item->flags() & ~Qt::ItemIsEditable);
     return item;
+}
+
+QPushButton* button(const char* label, const char* name, QWidget* parent) {
+    auto* made = new QPushButton(label, parent);
+    made->setObjectName(QString::fromLatin1(name));
+    return made;
 }
 
 }  // namespace
@@ -40,41 +50,63 @@ ProjectsPage::ProjectsPage(AppModel& model, QWidget* parent) : Page(model, paren
     layout->addWidget(empty_);
 
     auto* actions = new QHBoxLayout;
-    status_ = new QComboBox(this);
-    for (const auto& [status, raw] : rawValues(ProjectStatus{})) status_->addItem(qs(raw), static_cast<int>(status));
-    setStatus_ = new QPushButton(text::kSetStatus, this);
-    addAlias_ = new QPushButton(text::kAddAlias, this);
-    newProject_ = new QPushButton(text::kNewProject, this);
-    trashProject_ = new QPushButton(text::kTrashProject, this);
-    actions->addWidget(status_);
-    actions->addWidget(setStatus_);
-    actions->addWidget(addAlias_);
-    actions->addWidget(trashProject_);
+    archive_ = button(text::kArchive, "archiveProject", this);
+    reopen_ = button(text::kReopen, "reopenProject", this);
+    addAlias_ = button(text::kAddAlias, "addAlias", this);
+    removeAlias_ = button(text::kRemoveAlias, "removeAlias", this);
+    trashProject_ = button(text::kTrashProject, "trashProject", this);
+    newProject_ = button(text::kNewProject, "newProject", this);
+    for (QPushButton* action : {archive_, reopen_, addAlias_, removeAlias_, trashProject_}) actions->addWidget(action);
     actions->addStretch();
     actions->addWidget(newProject_);
     layout->addLayout(actions);
 
-    connect(setStatus_, &QPushButton::clicked, this, [this] {
-        const auto status = static_cast<ProjectStatus>(status_->currentData().toInt());
-        model_.submit(text::kCommandProject, EngineActions::setProjectStatus(selectedId().toStdString(), status));
+    auto* suggestionBox = new QGroupBox(text::kNameSuggestionsTitle, this);
+    auto* suggestionLayout = new QHBoxLayout(suggestionBox);
+    suggestions_ = new QListWidget(suggestionBox);
+    suggestions_->setObjectName(QStringLiteral("nameSuggestions"));
+    suggestions_->setMaximumHeight(80);
+    accept_ = button(text::kAcceptSuggestion, "acceptSuggestion", suggestionBox);
+    defer_ = button(text::kDeferSuggestion, "deferSuggestion", suggestionBox);
+    auto* suggestionButtons = new QVBoxLayout;
+    suggestionButtons->addWidget(accept_);
+    suggestionButtons->addWidget(defer_);
+    suggestionButtons->addStretch();
+    suggestionLayout->addWidget(suggestions_, 1);
+    suggestionLayout->addLayout(suggestionButtons);
+    layout->addWidget(suggestionBox);
+
+    connect(archive_, &QPushButton::clicked, this, [this] {
+        model_.submit(text::kCommandProject, EngineActions::archiveProject(selectedId().toStdString()));
     });
+    connect(reopen_, &QPushButton::clicked, this,
+            [this] { model_.submit(text::kCommandProject, EngineActions::reopenProject(selectedId().toStdString())); });
     connect(addAlias_, &QPushButton::clicked, this, [this] {
-        bool ok = false;
-        const QString alias =
-            QInputDialog::getText(this, text::kAddAlias, text::kAliasPrompt, QLineEdit::Normal, {}, &ok);
-        if (ok && !alias.trimmed().isEmpty())
-            model_.submit(text::kCommandProject,
-                          EngineActions::addAlias(selectedId().toStdString(), alias.trimmed().toStdString()));
+        if (const auto alias = Questions::askText(this, text::kAddAlias, text::kAliasPrompt)) addAlias(*alias);
+    });
+    connect(removeAlias_, &QPushButton::clicked, this, [this] {
+        if (const auto alias =
+                Questions::askItem(this, text::kRemoveAlias, text::kRemoveAliasPrompt, selectedAliases()))
+            removeAlias(*alias);
     });
     connect(newProject_, &QPushButton::clicked, this, [this] {
-        bool ok = false;
-        const QString name =
-            QInputDialog::getText(this, text::kNewProject, text::kProjectNamePrompt, QLineEdit::Normal, {}, &ok);
-        if (ok && !name.trimmed().isEmpty())
-            model_.submit(text::kCommandProject, EngineActions::newProject(name.trimmed().toStdString()));
+        if (const auto name = Questions::askText(this, text::kNewProject, text::kProjectNamePrompt)) newProject(*name);
     });
-    connect(trashProject_, &QPushButton::clicked, this,
-            [this] { model_.submit(text::kCommandProject, EngineActions::trashProject(selectedId().toStdString())); });
+    connect(trashProject_, &QPushButton::clicked, this, [this] { askTrash(); });
+
+    connect(suggestions_, &QListWidget::itemSelectionChanged, this, [this] { updateButtons(); });
+    auto suggested = [this] {
+        const QListWidgetItem* item = suggestions_->currentItem();
+        return item && item->isSelected() ? item->data(kTokenRole).toString().toStdString() : std::string();
+    };
+    connect(accept_, &QPushButton::clicked, this, [this, suggested] {
+        if (const std::string token = suggested(); !token.empty())
+            model_.submit(text::kCommandProject, EngineActions::acceptNameSuggestion(token));
+    });
+    connect(defer_, &QPushButton::clicked, this, [this, suggested] {
+        if (const std::string token = suggested(); !token.empty())
+            model_.submit(text::kCommandProject, EngineActions::deferNameSuggestion(token));
+    });
     updateButtons();
 }
 
@@ -90,6 +122,8 @@ void ProjectsPage::render(const Snapshot* snapshot, bool canOperate) {
         for (const auto& alias : project.aliases) aliases << qs(alias);
         auto* name = cell(qs(project.name));
         name->setData(kIdRole, qs(project.id.text()));
+        name->setData(kStatusRole, static_cast<int>(project.status));
+        name->setData(kAliasesRole, aliases);
         table_->setItem(row, kName, name);
         table_->setItem(row, kStatus, cell(qs(rawValue(project.status))));
         table_->setItem(row, kFolder, cell(QString::fromStdString(project.destinationFolder.string())));
@@ -99,6 +133,17 @@ void ProjectsPage::render(const Snapshot* snapshot, bool canOperate) {
     table_->resizeColumnsToContents();
     table_->horizontalHeader()->setStretchLastSection(true);
     empty_->setVisible(count == 0);
+
+    suggestions_->clear();
+    if (snapshot && snapshot->nameSuggestions) {
+        for (const auto& suggestion : *snapshot->nameSuggestions) {
+            auto* item = new QListWidgetItem(
+                QString(text::kSuggestionLine).arg(qs(suggestion.name)).arg(suggestion.fileCount), suggestions_);
+            item->setData(kTokenRole, qs(suggestion.token));
+        }
+    }
+    if (suggestions_->count() == 0)
+        (new QListWidgetItem(text::kNoNameSuggestions, suggestions_))->setFlags(Qt::NoItemFlags);
     updateButtons();
 }
 
@@ -109,13 +154,56 @@ QString ProjectsPage::selectedId() const {
     return item ? item->data(kIdRole).toString() : QString();
 }
 
+QStringList ProjectsPage::selectedAliases() const {
+    const auto rows = table_->selectionModel()->selectedRows(kName);
+    if (rows.isEmpty()) return {};
+    const QTableWidgetItem* item = table_->item(rows.front().row(), kName);
+    return item ? item->data(kAliasesRole).toStringList() : QStringList();
+}
+
 void ProjectsPage::updateButtons() {
     const bool one = !selectedId().isEmpty();
-    enableAction(setStatus_, EngineAction::setProjectStatus, canOperate_, one);
-    enableAction(addAlias_, EngineAction::addAlias, canOperate_, one);
-    enableAction(trashProject_, EngineAction::trashProject, canOperate_, one);
-    enableAction(newProject_, EngineAction::newProject, canOperate_);
-    status_->setEnabled(setStatus_->isEnabled());
+    bool archived = false;
+    if (const auto rows = table_->selectionModel()->selectedRows(kName); !rows.isEmpty())
+        archived = table_->item(rows.front().row(), kName)->data(kStatusRole).toInt() ==
+                   static_cast<int>(ProjectStatus::archived);
+    enable(archive_, canOperate_, one && !archived);
+    enable(reopen_, canOperate_, one && archived);
+    enable(addAlias_, canOperate_, one);
+    enable(removeAlias_, canOperate_, one && !selectedAliases().isEmpty());
+    enable(trashProject_, canOperate_, one);
+    enable(newProject_, canOperate_);
+    const QListWidgetItem* suggestion = suggestions_->currentItem();
+    const bool chosen = suggestion && suggestion->isSelected() && suggestion->flags() != Qt::NoItemFlags;
+    enable(accept_, canOperate_, chosen);
+    enable(defer_, canOperate_, chosen);
+}
+
+void ProjectsPage::addAlias(const QString& alias) {
+    if (!selectedId().isEmpty())
+        model_.submit(text::kCommandProject, EngineActions::addAlias(selectedId().toStdString(), alias.toStdString()));
+}
+
+void ProjectsPage::removeAlias(const QString& alias) {
+    if (!selectedId().isEmpty())
+        model_.submit(text::kCommandProject,
+                      EngineActions::removeAlias(selectedId().toStdString(), alias.toStdString()));
+}
+
+void ProjectsPage::askTrash() {
+    const auto rows = table_->selectionModel()->selectedRows(kName);
+    if (rows.isEmpty()) return;
+    const QString name = table_->item(rows.front().row(), kName)->text();
+    if (Questions::confirm(this, text::kTrashProject, QString(text::kTrashProjectConfirm).arg(name))) trashSelected();
+}
+
+void ProjectsPage::trashSelected() {
+    if (!selectedId().isEmpty())
+        model_.submit(text::kCommandProject, EngineActions::trashProject(selectedId().toStdString()));
+}
+
+void ProjectsPage::newProject(const QString& name) {
+    model_.submit(text::kCommandProject, EngineActions::newProject(name.toStdString()));
 }
 
 }  // namespace kelo::gui

@@ -15,6 +15,7 @@
 
 #include "gui/background_mode.h"
 #include "gui/presentation.h"
+#include "gui/questions.h"
 
 namespace kelo::gui {
 
@@ -71,10 +72,8 @@ SettingsPage::SettingsPage(AppModel& model, QWidget* parent) : Page(model, paren
         if (rows.isEmpty()) return;
         model_.removeGrant(grants_->item(rows.front().row(), 0)->data(kIdRole).toString().toStdString());
     });
-    connect(grants_, &QTableWidget::itemSelectionChanged, this, [this] {
-        enableAction(remove_, EngineAction::removeGrant, model_.canOperate(),
-                     grants_->selectionModel()->hasSelection());
-    });
+    connect(grants_, &QTableWidget::itemSelectionChanged, this,
+            [this] { enable(remove_, model_.canOperate(), grants_->selectionModel()->hasSelection()); });
 
     auto* preferences = new QGroupBox(text::kPreferences, this);
     auto* form = new QFormLayout(preferences);
@@ -100,6 +99,9 @@ SettingsPage::SettingsPage(AppModel& model, QWidget* parent) : Page(model, paren
     for (const auto& [preset, raw] : rawValues(UsagePreset{}))
         preset_->addItem(presetTitle(preset), static_cast<int>(preset));
     form->addRow(text::kPreset, preset_);
+    namingDetail_ = new QLineEdit(preferences);
+    namingDetail_->setObjectName(QStringLiteral("namingDetail"));
+    form->addRow(text::kNamingDetail, namingDetail_);
     save_ = new QPushButton(text::kSave, preferences);
     save_->setObjectName(QStringLiteral("saveSettings"));
     auto* saveRow = new QHBoxLayout;
@@ -110,6 +112,8 @@ SettingsPage::SettingsPage(AppModel& model, QWidget* parent) : Page(model, paren
     layout->addWidget(preferences);
 
     auto* app = new QGroupBox(text::kApp, this);
+    auto* appRow = new QHBoxLayout;
+    appRow->addWidget(app, 1);
     hideWhenClosed_ = new QCheckBox(text::kHideWhenClosed, app);
     hideWhenClosed_->setObjectName(QStringLiteral("hideWhenClosed"));
     hideWhenClosed_->setChecked(BackgroundMode::hideWhenClosed());
@@ -125,7 +129,18 @@ SettingsPage::SettingsPage(AppModel& model, QWidget* parent) : Page(model, paren
     auto* appLayout = new QVBoxLayout(app);
     appLayout->addWidget(hideWhenClosed_);
     appLayout->addWidget(launchAtLogin_);
-    layout->addWidget(app);
+
+    auto* learning = new QGroupBox(text::kLearning, this);
+    resetLearning_ = new QPushButton(text::kResetLearning, learning);
+    resetLearning_->setObjectName(QStringLiteral("resetLearning"));
+    connect(resetLearning_, &QPushButton::clicked, this, [this] {
+        if (Questions::confirm(this, text::kLearning, text::kResetConfirm)) resetLearning();
+    });
+    auto* learningLayout = new QVBoxLayout(learning);
+    learningLayout->addWidget(resetLearning_);
+    learningLayout->addStretch();
+    appRow->addWidget(learning);
+    layout->addLayout(appRow);
 }
 
 void SettingsPage::render(const Snapshot* snapshot, bool canOperate) {
@@ -145,10 +160,11 @@ void SettingsPage::render(const Snapshot* snapshot, bool canOperate) {
     // stays in the form for the user to correct.
     if (snapshot && shown_ != snapshot->state->settings) showSettings(snapshot->state->settings);
 
-    enableAction(addWatch_, EngineAction::addGrant, canOperate);
-    enableAction(addHome_, EngineAction::addGrant, canOperate);
-    enableAction(remove_, EngineAction::removeGrant, canOperate, grants_->selectionModel()->hasSelection());
-    enableAction(save_, EngineAction::updateSettings, canOperate && snapshot);
+    enable(addWatch_, canOperate);
+    enable(addHome_, canOperate);
+    enable(remove_, canOperate, grants_->selectionModel()->hasSelection());
+    enable(save_, canOperate && snapshot);
+    enable(resetLearning_, canOperate && snapshot);
 }
 
 void SettingsPage::showSettings(const Settings& settings) {
@@ -158,6 +174,8 @@ void SettingsPage::showSettings(const Settings& settings) {
     dryRun_->setChecked(settings.dryRun);
     displayName_->setText(settings.displayName ? qs(*settings.displayName) : QString());
     preset_->setCurrentIndex(preset_->findData(settings.usagePreset ? static_cast<int>(*settings.usagePreset) : -1));
+    namingDetail_->setText(settings.namingDetail ? qs(*settings.namingDetail) : QString());
+    namingDetail_->setPlaceholderText(qs(settings.suggestedNamingDetail()));
 }
 
 Settings SettingsPage::formSettings() const {
@@ -168,7 +186,13 @@ Settings SettingsPage::formSettings() const {
     settings.displayName = Settings::normalizeName(displayName_->text().toStdString());
     const int preset = preset_->currentData().toInt();
     settings.usagePreset = preset < 0 ? std::nullopt : std::optional(static_cast<UsagePreset>(preset));
+    const QString detail = namingDetail_->text().trimmed();
+    settings.namingDetail = detail.isEmpty() ? std::nullopt : std::optional(detail.toStdString());
     return settings;
+}
+
+void SettingsPage::resetLearning() {
+    model_.submit(text::kCommandLearning, EngineActions::resetLearning());
 }
 
 void SettingsPage::chooseFolder(FolderGrant::Role role) {

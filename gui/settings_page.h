@@ -1,7 +1,7 @@
 // Settings: the approved folders (add with a folder chooser, remove), the
-// thresholds, dry run, display name and usage preset, and the window's behaviour
-// when closed. The engine validates the settings; its refusals reach the user
-// verbatim through the main window's message bar.
+// thresholds, dry run, display name, usage preset and naming detail, the window's
+// behaviour when closed, and forgetting what Kelo learned. The engine validates the settings; its refusals reach the
+// user verbatim through the main window's message bar.
 #pragma once
 
 #include <optional>
@@ -24,6 +24,8 @@ public:
 
     // The settings as the form now stands, starting from the snapshot's.
     Settings formSettings() const;
+    // Forgets every learned association and decision (after the user confirmed).
+    void resetLearning();
 
 private:
     void chooseFolder(FolderGrant::Role role);
@@ -38,6 +40,8 @@ private:
     QCheckBox* dryRun_;
     QLineEdit* displayName_;
     QComboBox* preset_;
+    QLineEdit* namingDetail_;
+    QPushButton* resetLearning_;
     QPushButton* save_;
     QCheckBox* hideWhenClosed_;
     QCheckBox* launchAtLogin_;

@@ -19,8 +19,9 @@ inline constexpr char kTrayOpen[] = "Mở Kelo";
 inline constexpr char kTrayQuit[] = "Thoát";
 inline constexpr char kWorking[] = "Đang làm: ";
 inline constexpr char kEngineUnavailable[] = "Kelo chưa khởi động được nên không thể làm việc này.";
-inline constexpr char kActionNotAvailable[] = "Lệnh này chưa có trong bản này.";
 inline constexpr char kRescan[] = "Quét lại";
+inline constexpr char kOk[] = "Đồng ý";
+inline constexpr char kCancel[] = "Huỷ";
 
 // Command names shown beside the busy indicator.
 inline constexpr char kCommandStart[] = "Khởi động";
@@ -33,6 +34,8 @@ inline constexpr char kCommandFile[] = "Xử lý tệp";
 inline constexpr char kCommandProject[] = "Sửa dự án";
 inline constexpr char kCommandUndo[] = "Hoàn tác";
 inline constexpr char kCommandSample[] = "Tạo thư mục mẫu";
+inline constexpr char kCommandLearning[] = "Cập nhật điều đã học";
+inline constexpr char kSamplesCreated[] = "Đã tạo thư mục mẫu tại ";
 
 // Overview.
 inline constexpr char kInboxCounts[] = "Tệp trong hộp thư đến";
@@ -61,22 +64,45 @@ inline constexpr char kRename[] = "Đổi tên…";
 inline constexpr char kGroup[] = "Gom vào thư mục…";
 inline constexpr char kTrash[] = "Bỏ vào Thùng rác";
 inline constexpr char kKeepBoth[] = "Giữ cả hai";
-inline constexpr char kRenamePrompt[] = "Tên mới (giữ nguyên phần mở rộng, ví dụ .pdf):";
-inline constexpr char kGroupPrompt[] = "Tên thư mục mới:";
+inline constexpr char kCategoryAuto[] = "Thư mục Kelo chọn";
+inline constexpr char kSubfolderHint[] = "Thư mục con (không bắt buộc)";
+inline constexpr char kRenameTitle[] = "Đổi tên theo mẫu Job-Mục đích-Chi tiết";
+inline constexpr char kRenameJob[] = "Job";
+inline constexpr char kRenamePurpose[] = "Mục đích";
+inline constexpr char kRenameDetail[] = "Chi tiết";
+inline constexpr char kRenamePreview[] = "Tên mới: ";
+inline constexpr char kGroupName[] = "Tên thư mục mới";
+inline constexpr char kGroupProject[] = "Trong dự án";
+inline constexpr char kGroupBeside[] = "Không chọn (cạnh các tệp)";
 inline constexpr char kNoFiles[] = "Hộp thư đến không có tệp nào.";
-inline constexpr char kNameSuggestions[] = "Có thể là dự án mới: ";
+inline constexpr char kIgnoredMark[] = " · để yên";
+inline constexpr char kClusters[] = "Nhóm tệp liên quan";
+inline constexpr char kClusterLine[] = "%1 — %2 tệp: %3";
+inline constexpr char kNoClusters[] = "Không có nhóm tệp nào.";
+inline constexpr char kIgnoreCluster[] = "Bỏ qua nhóm này";
+inline constexpr char kRestoreIgnored[] = "Hiện lại mọi thứ đã bỏ qua";
 
 // Projects.
 inline constexpr char kColumnName[] = "Tên";
 inline constexpr char kColumnStatus[] = "Tình trạng";
 inline constexpr char kColumnFolder[] = "Thư mục";
 inline constexpr char kColumnAliases[] = "Tên gọi khác";
-inline constexpr char kSetStatus[] = "Đặt tình trạng";
+inline constexpr char kArchive[] = "Lưu trữ";
+inline constexpr char kReopen[] = "Mở lại";
 inline constexpr char kAddAlias[] = "Thêm tên gọi khác…";
+inline constexpr char kRemoveAlias[] = "Bỏ tên gọi khác…";
+inline constexpr char kRemoveAliasPrompt[] = "Bỏ tên gọi nào?";
 inline constexpr char kNewProject[] = "Dự án mới…";
 inline constexpr char kTrashProject[] = "Bỏ dự án vào Thùng rác";
 inline constexpr char kAliasPrompt[] = "Tên gọi khác:";
 inline constexpr char kProjectNamePrompt[] = "Tên dự án:";
+inline constexpr char kTrashProjectConfirm[] =
+    "Bỏ thư mục của dự án %1 vào Thùng rác? Bạn lấy lại được từ Thùng rác của máy.";
+inline constexpr char kNameSuggestionsTitle[] = "Gợi ý dự án mới";
+inline constexpr char kSuggestionLine[] = "%1 (%2 tệp)";
+inline constexpr char kNoNameSuggestions[] = "Chưa có gợi ý nào.";
+inline constexpr char kAcceptSuggestion[] = "Tạo dự án này";
+inline constexpr char kDeferSuggestion[] = "Để sau";
 inline constexpr char kNoProjects[] = "Chưa có dự án nào. Chọn một thư mục dự án trong Cài đặt.";
 
 // History.
@@ -89,6 +115,7 @@ inline constexpr char kColumnUndone[] = "Đã hoàn tác";
 inline constexpr char kUndo[] = "Hoàn tác";
 inline constexpr char kMoreHistoryPrefix[] = "Thêm 50 lượt (";
 inline constexpr char kNoHistory[] = "Chưa có lượt nào.";
+inline constexpr char kLastRun[] = "Lượt vừa chạy:";
 inline constexpr char kUndoTrash[] = "Lấy lại tệp vừa bỏ vào Thùng rác";
 
 // Settings.
@@ -108,6 +135,11 @@ inline constexpr char kDryRun[] = "Chạy thử (chỉ xem trước, không di c
 inline constexpr char kDisplayName[] = "Tên hiển thị";
 inline constexpr char kPreset[] = "Mục đích sử dụng";
 inline constexpr char kNoPreset[] = "Chưa chọn";
+inline constexpr char kNamingDetail[] = "Chi tiết trong tên tệp";
+inline constexpr char kLearning[] = "Điều Kelo đã học";
+inline constexpr char kResetLearning[] = "Quên mọi điều đã học…";
+inline constexpr char kResetConfirm[] =
+    "Kelo sẽ quên mọi liên kết và quyết định đã học. Tệp không bị đụng tới. Tiếp tục?";
 inline constexpr char kSave[] = "Lưu cài đặt";
 inline constexpr char kHideWhenClosed[] = "Ẩn khỏi thanh tác vụ khi đóng cửa sổ";
 inline constexpr char kLaunchAtLogin[] = "Mở Kelo khi đăng nhập";
@@ -124,6 +156,7 @@ inline constexpr char kHomeRoleText[] =
 inline constexpr char kSafetyText[] =
     "Kelo không bao giờ ghi đè, sao chép hay xoá tệp; mọi thay đổi đều hoàn tác được trong Lịch sử.";
 inline constexpr char kTrySamples[] = "Hãy dùng thư mục mẫu để thử trước";
+inline constexpr char kSamplesMade[] = "Đã tạo thư mục mẫu. Xem gợi ý cho từng tệp ở trang Ghép tệp.";
 inline constexpr char kChoosePreset[] = "Bạn chủ yếu sắp xếp loại tệp nào?";
 inline constexpr char kExample[] = "Ví dụ: ";
 inline constexpr char kStart[] = "Bắt đầu";

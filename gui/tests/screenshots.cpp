@@ -1,18 +1,20 @@
 // kelo-gui-screenshots DIR: fills a window from sample folders in a temporary
-// directory (a real engine, two real moves so History has batches) and saves a PNG
-// of every page, the first-run dialog and a failed start-up into DIR. Run it on the
+// directory (a real engine, two real sorts so History has batches) and saves a PNG
+// of every page, the first-run and rename dialogs and a failed start-up into DIR. Run it on the
 // offscreen platform; it never touches the user's own folders or settings.
 #include <QApplication>
 #include <QBuffer>
 #include <QDir>
 #include <QPainter>
+#include <QTableWidget>
 #include <cstdio>
 
 #include "gui/app_model.h"
 #include "gui/main_window.h"
 #include "gui/onboarding_dialog.h"
 #include "gui/thumbnail_cache.h"
-#include "operations/operation_planner.h"
+#include "gui/page.h"
+#include "gui/rename_dialog.h"
 #include "support/temp_dir.h"
 
 using namespace kelo;
@@ -31,17 +33,6 @@ void save(QWidget& widget, const QDir& dir, const QString& name) {
     QCoreApplication::processEvents();
     const QString path = dir.filePath(name + ".png");
     if (!widget.grab().save(path)) std::fprintf(stderr, "could not write %s\n", qPrintable(path));
-}
-
-// Moves one inbox file into a project through the engine's own planner and executor.
-EngineCommand place(std::string filename, std::string project, Category category) {
-    return [=](Engine& engine) {
-        const FileRecord& file = engine.findFile(engine.files().front().sourceFolder / filename);
-        const OperationPlan plan = OperationPlanner::place(file, engine.findProject(project), category);
-        auto run = engine.runPlan(plan, engine.openScope());
-        auto scanned = engine.scan();
-        return engine.snapshot(run.messages, scanned->issues);
-    };
 }
 
 // A small picture for an image sample, so Match shows real thumbnails.
@@ -140,9 +131,10 @@ int main(int argc, char** argv) {
     const QDir out(QString::fromLocal8Bit(argv[1]));
     QDir().mkpath(out.path());
 
-    for (const char* name : {"ACME-Social-Post1.png", "ACME-logo-v2.psd", "ACME-banner-final.png",
-                             "Bloom-Packaging-Box.ai", "Bloom brief.docx", "CafeSaiGon-menu-Tet.pdf",
-                             "Tài liệu tham khảo.pdf", "Screenshot 2026-11-20.png", "hoa-don-thang-10.pdf"}) {
+    for (const char* name :
+         {"ACME-Social-Post1.png", "ACME-logo-v2.psd", "ACME-banner-final.png", "Bloom-Packaging-Box.ai",
+          "Bloom brief.docx", "CafeSaiGon-menu-Tet.pdf", "Tài liệu tham khảo.pdf", "Screenshot 2026-11-20.png",
+          "hoa-don-thang-10.pdf", "Trà Xanh nhãn 1.ai", "Trà Xanh nhãn 2.ai", "Trà Xanh hộp quà.pdf"}) {
         writeFile(root / "Downloads" / name, sampleContent(name));
         // Two days old, so the executor does not hold them back as possibly still being written.
         std::filesystem::last_write_time(root / "Downloads" / name,
@@ -173,16 +165,27 @@ int main(int argc, char** argv) {
     settings.displayName = "Lan Anh";
     settings.thresholds = {80, 60};
     model.updateSettings(settings);
-    model.submit("place", place("ACME-banner-final.png", "ACME", Category::export_));
-    model.submit("place", place("CafeSaiGon-menu-Tet.pdf", "CafeSaiGon", Category::reference));
+    model.submit("sort", EngineActions::sortFile(root / "Downloads/ACME-banner-final.png",
+                                                 {"ACME", Category::export_, std::nullopt}));
+    model.submit("sort", EngineActions::sortFile(root / "Downloads/CafeSaiGon-menu-Tet.pdf",
+                                                 {"CafeSaiGon", Category::reference, "Thực đơn Tết"}));
     settle(model);
     if (!model.refusal().isEmpty()) std::fprintf(stderr, "refused: %s\n", qPrintable(model.refusal()));
+
+    // A file chosen on Match shows its actions enabled.
+    window.page(1)->findChild<QTableWidget*>("matchTable")->selectRow(0);
 
     const char* pages[] = {"overview", "match", "projects", "history", "settings"};
     for (int i = 0; i < 5; ++i) {
         window.showPage(i);
         settleThumbnails(window);
         save(window, out, QString("%1-%2").arg(i + 1).arg(pages[i]));
+    }
+
+    {
+        RenameDialog dialog("ACME-logo-v2.psd", {"ACME", "Logo", "Tệp"});
+        dialog.show();
+        save(dialog, out, "rename");
     }
 
     // The same window after a refusal, and a second window whose engine could not start.

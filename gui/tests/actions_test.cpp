@@ -1,0 +1,493 @@
+// The window's actions, each through a real engine on real temporary folders: the
+// sample folders the first run offers, sorting and undoing, a name conflict and
+// "keep both", the learning buttons, rename and group, the Trash, the project
+// actions, name suggestions and clusters, the one-click clean, and the settings
+// that only the form can reach. Refusals must reach the message bar word for word.
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSpinBox>
+#include <QTableWidget>
+#include <QTimer>
+#include <QtTest>
+#include <memory>
+
+#include "gui/app_model.h"
+#include "gui/main_window.h"
+#include "gui/match_page.h"
+#include "gui/onboarding_dialog.h"
+#include "gui/projects_page.h"
+#include "gui/rename_dialog.h"
+#include "gui/settings_page.h"
+#include "support/temp_dir.h"
+
+using kelo::testing::TempDir;
+using kelo::testing::writeFile;
+using namespace kelo;
+using namespace kelo::gui;
+namespace fs = std::filesystem;
+
+namespace {
+
+enum PageIndex { kOverview, kMatch, kProjects, kHistory, kSettings };
+enum MatchColumn { kFile, kState, kProject, kCategory, kScore, kSignals };
+
+bool settle(AppModel& model) {
+    return QTest::qWaitFor([&] { return !model.busy(); }, 20000);
+}
+
+QStringList column(const QTableWidget* table, int col) {
+    QStringList values;
+    for (int row = 0; row < table->rowCount(); ++row)
+        values << (table->item(row, col) ? table->item(row, col)->text() : QString());
+    return values;
+}
+
+// Answers the next message box with Ok or Yes, from inside its event loop.
+void acceptNextMessageBox() {
+    auto* timer = new QTimer;
+    QObject::connect(timer, &QTimer::timeout, [timer] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box) return;
+        for (auto choice : {QMessageBox::Ok, QMessageBox::Yes})
+            if (QAbstractButton* button = box->button(choice)) button->click();
+        timer->deleteLater();
+    });
+    timer->start(10);
+}
+
+// A window whose engine runs on the sample folders, made through the first-run
+// dialog's button inside this test's own folder, with dry run off.
+struct SampleWindow {
+    TempDir root;
+    AppModel model;
+    MainWindow window{model};
+    fs::path inbox, home;
+    std::vector<std::string> sampleMessages;  // what the sample-folder command said
+    bool sampleNoteShown = false;
+
+    SampleWindow() {
+        fs::create_directories(root / "samples");
+        model.start(root / "data");
+        settle(model);
+        OnboardingDialog dialog(model, nullptr, root / "samples");
+        dialog.findChild<QPushButton*>("trySamples")->click();
+        settle(model);
+        sampleMessages = model.snapshot()->messages;
+        sampleNoteShown = dialog.samplesMade() && !dialog.findChild<QLabel*>("samplesMade")->isHidden();
+        // Until the samples are found, the paths stay inside this test's folder, so a
+        // failed start never writes anywhere else.
+        inbox = root / "no samples/Downloads";
+        home = root / "no samples/Projects";
+        for (const auto& entry : fs::directory_iterator(root / "samples")) {
+            inbox = entry.path() / "Downloads";
+            home = entry.path() / "Projects";
+        }
+        auto* settings = window.page(kSettings);
+        settings->findChild<QCheckBox*>("dryRun")->setChecked(false);
+        settings->findChild<QPushButton*>("saveSettings")->click();
+        settle(model);
+    }
+
+    QTableWidget* files() const { return window.page(kMatch)->findChild<QTableWidget*>("matchTable"); }
+    QTableWidget* projects() const { return window.page(kProjects)->findChild<QTableWidget*>("projectsTable"); }
+    QString bar() const { return window.findChild<QLabel*>("messageBar")->text(); }
+    template <typename T = QPushButton>
+    T* find(int page, const char* name) const {
+        return window.page(page)->findChild<T*>(name);
+    }
+    int row(const QString& name) const { return column(files(), kFile).indexOf(name); }
+
+    void selectFiles(const QStringList& names) const {
+        QTableWidget* table = files();
+        table->clearSelection();
+        for (const QString& name : names) {
+            const int at = row(name);
+            QVERIFY2(at >= 0, qPrintable(name));
+            table->selectionModel()->select(table->model()->index(at, 0),
+                                            QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        }
+    }
+    void selectProject(const QString& name) const { projects()->selectRow(column(projects(), 0).indexOf(name)); }
+    void chooseProject(const QString& name) const {
+        auto* choice = find<QComboBox>(kMatch, "projectChoice");
+        choice->setCurrentIndex(choice->findText(name));
+    }
+};
+
+}  // namespace
+
+class ActionsTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void sampleFoldersAreMadeInAFolderOfTheirOwnAndApproved();
+    void sortFromMatchThenUndoFromHistory();
+    void nameConflictOffersKeepBoth();
+    void archivedProjectRefusesSortsVerbatimUntilReopened();
+    void confirmRejectLeaveAloneAndRestore();
+    void renameComposesTheReviewedNameAndGroupingShowsTheRefusal();
+    void trashThenPutBack();
+    void projectAliasesNewProjectAndTrash();
+    void nameSuggestionsAndClusters();
+    void cleanMovesEveryReadyFileAfterConfirmation();
+    void namingDetailAndResetLearning();
+};
+
+void ActionsTest::sampleFoldersAreMadeInAFolderOfTheirOwnAndApproved() {
+    SampleWindow w;
+    QVERIFY(fs::is_directory(w.inbox));
+    // Nothing outside the folder the test gave: the data directory and the samples.
+    QStringList top;
+    for (const auto& entry : fs::directory_iterator(w.root.path()))
+        top << QString::fromStdString(entry.path().filename());
+    top.sort();
+    QCOMPARE(top, QStringList({"data", "samples"}));
+    QVERIFY(fs::is_directory(w.home / "Hydro Cafe"));
+
+    const auto& grants = w.model.snapshot()->state->grants;
+    QCOMPARE(grants.size(), std::size_t(2));
+    QVERIFY(!w.sampleMessages.empty());
+    QCOMPARE(w.sampleMessages.front(), text::kSamplesCreated + w.inbox.parent_path().string());
+    QVERIFY(w.sampleNoteShown);
+
+    QTableWidget* files = w.files();
+    QCOMPARE(files->rowCount(), 13);
+    const int post = w.row("Hydro Cafe social post 3.png");
+    QCOMPARE(files->item(post, kProject)->text(), QString("Hydro Cafe"));
+    QVERIFY(files->item(post, kScore)->text().toInt() > 0);
+    QVERIFY(!files->item(post, kSignals)->text().isEmpty());  // the reasons
+}
+
+void ActionsTest::sortFromMatchThenUndoFromHistory() {
+    SampleWindow w;
+    w.selectFiles({"Hydro Cafe social post 3.png"});
+    w.chooseProject("Hydro Cafe");
+    auto* category = w.find<QComboBox>(kMatch, "categoryChoice");
+    category->setCurrentIndex(category->findText("Export"));
+    w.find<QLineEdit>(kMatch, "subfolder")->setText("Social");
+    w.find(kMatch, "sortButton")->click();
+    QVERIFY(settle(w.model));
+    QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
+
+    const fs::path moved = w.home / "Hydro Cafe/Export/Social/Hydro Cafe social post 3.png";
+    QVERIFY(fs::exists(moved));
+    QVERIFY(!fs::exists(w.inbox / "Hydro Cafe social post 3.png"));
+    QCOMPARE(w.row("Hydro Cafe social post 3.png"), -1);
+
+    auto* history = w.find<QTableWidget>(kHistory, "historyTable");
+    QCOMPARE(history->rowCount(), 1);
+    QCOMPARE(history->item(0, 1)->text(), QString("1"));  // moved
+    auto* lastRun = w.find<QLabel>(kHistory, "lastRun");
+    QVERIFY(lastRun->text().contains("1 completed, 0 skipped, 0 failed. 0 overwritten."));
+
+    auto* undo = qobject_cast<QPushButton*>(history->cellWidget(0, 6));
+    QVERIFY(undo && undo->isEnabled());
+    undo->click();
+    QVERIFY(settle(w.model));
+    QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
+    QVERIFY(fs::exists(w.inbox / "Hydro Cafe social post 3.png"));
+    QVERIFY(!fs::exists(moved));
+    QVERIFY(w.row("Hydro Cafe social post 3.png") >= 0);
+}
+
+void ActionsTest::nameConflictOffersKeepBoth() {
+    SampleWindow w;
+    writeFile(w.home / "Lotus Spa/Reference/lotus price list.pdf", "the older list");
+    auto* keepBoth = w.find(kMatch, "keepBoth");
+    QVERIFY(!keepBoth->isEnabled());
+
+    w.selectFiles({"lotus price list.pdf"});
+    // "Sort into" follows the suggestion for the chosen file.
+    QCOMPARE(w.find<QComboBox>(kMatch, "projectChoice")->currentText(), QString("Lotus Spa"));
+    auto* category = w.find<QComboBox>(kMatch, "categoryChoice");
+    category->setCurrentIndex(category->findText("Reference"));
+    w.find(kMatch, "sortButton")->click();
+    QVERIFY(settle(w.model));
+    QVERIFY(fs::exists(w.inbox / "lotus price list.pdf"));  // skipped, nothing overwritten
+    QVERIFY(w.bar().contains("Name conflict: "));
+    QVERIFY(keepBoth->isEnabled());
+
+    keepBoth->click();
+    QVERIFY(settle(w.model));
+    QVERIFY(!fs::exists(w.inbox / "lotus price list.pdf"));
+    QVERIFY(fs::exists(w.home / "Lotus Spa/Reference/lotus price list 2.pdf"));
+    QCOMPARE(kelo::testing::readFile(w.home / "Lotus Spa/Reference/lotus price list.pdf"), "the older list");
+    QVERIFY(!keepBoth->isEnabled());
+}
+
+void ActionsTest::archivedProjectRefusesSortsVerbatimUntilReopened() {
+    SampleWindow w;
+    w.selectProject("Lotus Spa");
+    auto* archive = w.find(kProjects, "archiveProject");
+    auto* reopen = w.find(kProjects, "reopenProject");
+    QVERIFY(archive->isEnabled() && !reopen->isEnabled());
+    archive->click();
+    QVERIFY(settle(w.model));
+    QCOMPARE(w.projects()->item(column(w.projects(), 0).indexOf("Lotus Spa"), 1)->text(), QString("archived"));
+
+    w.selectFiles({"lotus price list.pdf"});
+    w.chooseProject("Lotus Spa");
+    w.find(kMatch, "sortButton")->click();
+    QVERIFY(settle(w.model));
+    QCOMPARE(w.bar(), QString("Mở lại dự án trước khi chọn."));
+    QVERIFY(fs::exists(w.inbox / "lotus price list.pdf"));
+
+    w.selectProject("Lotus Spa");
+    QVERIFY(reopen->isEnabled() && !archive->isEnabled());
+    reopen->click();
+    QVERIFY(settle(w.model));
+    QCOMPARE(w.projects()->item(column(w.projects(), 0).indexOf("Lotus Spa"), 1)->text(), QString("active"));
+}
+
+void ActionsTest::confirmRejectLeaveAloneAndRestore() {
+    SampleWindow w;
+    w.selectFiles({"lotus price list.pdf"});
+    QCOMPARE(w.files()->item(w.row("lotus price list.pdf"), kProject)->text(), QString("Lotus Spa"));
+    w.find(kMatch, "confirmButton")->click();
+    QVERIFY(settle(w.model));
+    QCOMPARE(w.files()->item(w.row("lotus price list.pdf"), kState)->text(), QString("Ready"));
+    QVERIFY(fs::exists(w.inbox / "lotus price list.pdf"));  // learning moves nothing
+
+    const int collab = w.row("hydro lotus collab.psd");
+    const QString first = w.files()->item(collab, kProject)->text();
+    const int before = w.files()->item(collab, kScore)->text().toInt();
+    w.selectFiles({"hydro lotus collab.psd"});
+    w.find(kMatch, "rejectButton")->click();
+    QVERIFY(settle(w.model));
+    const auto& feedback = w.model.snapshot()->state->learning.feedback;
+    QVERIFY(!feedback.empty() && feedback.back().filename == "hydro lotus collab.psd" && feedback.back().rejected);
+    const int after = w.row("hydro lotus collab.psd");
+    QVERIFY(w.files()->item(after, kProject)->text() != first ||
+            w.files()->item(after, kScore)->text().toInt() < before);
+
+    auto* restore = w.find(kMatch, "restoreIgnored");
+    QVERIFY(!restore->isEnabled());
+    w.selectFiles({"scan0001.pdf"});
+    w.find(kMatch, "leaveAloneButton")->click();
+    QVERIFY(settle(w.model));
+    QVERIFY(w.files()->item(w.row("scan0001.pdf"), kState)->text().endsWith(text::kIgnoredMark));
+    QVERIFY(restore->isEnabled());
+    restore->click();
+    QVERIFY(settle(w.model));
+    QVERIFY(!w.files()->item(w.row("scan0001.pdf"), kState)->text().endsWith(text::kIgnoredMark));
+    QVERIFY(!restore->isEnabled());
+}
+
+void ActionsTest::renameComposesTheReviewedNameAndGroupingShowsTheRefusal() {
+    {
+        // The dialog shows the name the parts make, or the rule's refusal.
+        RenameDialog dialog("Untitled-1.ai", {"Hydro", "Logo", ""});
+        auto* ok = dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok);
+        QCOMPARE(dialog.preview(),
+                 QString("Nhập đủ Job, mục đích và chi tiết; không dùng dấu chấm hoặc ký tự đường dẫn."));
+        QVERIFY(!ok->isEnabled());
+        dialog.findChild<QLineEdit*>("renameDetail")->setText("Final");
+        QCOMPARE(dialog.preview(), QString("Tên mới: Hydro-Logo-Final.ai"));
+        QVERIFY(ok->isEnabled());
+    }
+    SampleWindow w;
+    auto* page = static_cast<MatchPage*>(w.window.page(kMatch));
+    w.selectFiles({"Untitled-1.ai"});
+    page->renameSelected({" Hydro ", "Logo", "Final"});
+    QVERIFY(settle(w.model));
+    QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
+    QVERIFY(fs::exists(w.inbox / "Hydro-Logo-Final.ai"));
+    QVERIFY(!fs::exists(w.inbox / "Untitled-1.ai"));
+
+    // A part the naming rule refuses: the rule's own words, and nothing renamed.
+    w.selectFiles({"scan0001.pdf"});
+    page->renameSelected({"Hydro", "menu.v2", "Final"});
+    QVERIFY(settle(w.model));
+    QCOMPARE(w.bar(), QString("Nhập đủ Job, mục đích và chi tiết; không dùng dấu chấm hoặc ký tự đường dẫn."));
+    QVERIFY(fs::exists(w.inbox / "scan0001.pdf"));
+
+    // Loose inbox files cannot be grouped beside themselves: the engine says why.
+    w.selectFiles({"mango tea label 1.ai", "mango tea label 2.ai"});
+    page->groupSelected("Mango", QString());
+    QVERIFY(settle(w.model));
+    QVERIFY2(w.bar().startsWith("No file can be grouped: ") && w.bar().endsWith(" Nothing changed."),
+             qPrintable(w.bar()));
+    QCOMPARE(w.bar(), w.model.refusal());
+    QVERIFY(fs::exists(w.inbox / "mango tea label 1.ai"));
+    QVERIFY(!fs::exists(w.inbox / "Mango"));
+}
+
+void ActionsTest::trashThenPutBack() {
+    SampleWindow w;
+    auto* undoTrash = w.find(kHistory, "undoTrash");
+    QVERIFY(undoTrash->isHidden());
+    w.selectFiles({"IMG_2024_0815.jpg"});
+    w.find(kMatch, "trashButton")->click();
+    QVERIFY(settle(w.model));
+    QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
+    QVERIFY(!fs::exists(w.inbox / "IMG_2024_0815.jpg"));
+    const fs::path trashed =
+        fs::path(qEnvironmentVariable("XDG_DATA_HOME").toStdString()) / "Trash/files/IMG_2024_0815.jpg";
+    QVERIFY(fs::exists(trashed));
+    QVERIFY(!undoTrash->isHidden() && undoTrash->isEnabled());
+
+    undoTrash->click();
+    QVERIFY(settle(w.model));
+    QVERIFY(fs::exists(w.inbox / "IMG_2024_0815.jpg"));
+    QVERIFY(!fs::exists(trashed));
+    QVERIFY(undoTrash->isHidden());
+}
+
+void ActionsTest::projectAliasesNewProjectAndTrash() {
+    SampleWindow w;
+    auto* page = static_cast<ProjectsPage*>(w.window.page(kProjects));
+    auto aliasesOf = [&](const QString& name) {
+        return w.projects()->item(column(w.projects(), 0).indexOf(name), 3)->text();
+    };
+    w.selectProject("Lotus Spa");
+    page->addAlias("LS");
+    QVERIFY(settle(w.model));
+    QCOMPARE(aliasesOf("Lotus Spa"), QString("lotus, LS"));
+    QVERIFY(w.find(kProjects, "removeAlias")->isEnabled());
+    page->removeAlias("lotus");
+    QVERIFY(settle(w.model));
+    QCOMPARE(aliasesOf("Lotus Spa"), QString("LS"));
+    w.selectProject("Bamboo Books");
+    page->addAlias("LS");  // already names Lotus Spa
+    QVERIFY(settle(w.model));
+    QCOMPARE(w.bar(), QString("LS already names the project Lotus Spa. Nothing changed."));
+
+    page->newProject("Mango Tea");
+    QVERIFY(settle(w.model));
+    QVERIFY(fs::is_directory(w.home / "Mango Tea"));
+    QVERIFY(column(w.projects(), 0).contains("Mango Tea"));
+    page->newProject("mango tea");
+    QVERIFY(settle(w.model));
+    QCOMPARE(w.bar(), QString("A project called Mango Tea already exists. No project was created."));
+
+    // A job folder that is no longer a folder: the trash checks refuse in their own words.
+    fs::remove_all(w.home / "Lotus Spa");
+    writeFile(w.home / "Lotus Spa", "not a folder any more");
+    w.selectProject("Lotus Spa");
+    page->trashSelected();
+    QVERIFY(settle(w.model));
+    QCOMPARE(w.bar(), QString("Job không còn là thư mục thông thường. Hãy quét lại."));
+    QVERIFY(fs::is_regular_file(w.home / "Lotus Spa"));
+
+    w.selectProject("Bamboo Books");
+    acceptNextMessageBox();
+    w.find(kProjects, "trashProject")->click();
+    QVERIFY(settle(w.model));
+    QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
+    QVERIFY(!fs::exists(w.home / "Bamboo Books"));
+    QVERIFY(!column(w.projects(), 0).contains("Bamboo Books"));
+}
+
+void ActionsTest::nameSuggestionsAndClusters() {
+    SampleWindow w;
+    auto* suggestions = w.find<QListWidget>(kProjects, "nameSuggestions");
+    auto texts = [](const QListWidget* list) {
+        QStringList out;
+        for (int i = 0; i < list->count(); ++i) out << list->item(i)->text();
+        return out;
+    };
+    auto pick = [&](QListWidget* list, const QString& start) {
+        for (int i = 0; i < list->count(); ++i)
+            if (list->item(i)->text().startsWith(start)) list->setCurrentRow(i);
+    };
+    QCOMPARE(texts(suggestions), QStringList({"Mango (3 tệp)", "Tea (3 tệp)"}));
+    pick(suggestions, "Tea");
+    w.find(kProjects, "deferSuggestion")->click();
+    QVERIFY(settle(w.model));
+    QCOMPARE(texts(suggestions), QStringList({"Mango (3 tệp)"}));
+    pick(suggestions, "Mango");
+    w.find(kProjects, "acceptSuggestion")->click();
+    QVERIFY(settle(w.model));
+    QVERIFY(fs::is_directory(w.home / "Mango"));
+    QVERIFY(column(w.projects(), 0).contains("Mango"));
+    QCOMPARE(texts(suggestions), QStringList({text::kNoNameSuggestions}));
+
+    auto* clusters = w.find<QListWidget>(kMatch, "clusterList");
+    auto* ignore = w.find(kMatch, "ignoreCluster");
+    const QString hydro =
+        "hydro — 3 tệp: Hydro Cafe social post 3.png, Hydro Cafe social post 4.png, "
+        "hydro lotus collab.psd";
+    QVERIFY(texts(clusters).contains(hydro));
+    QVERIFY(!ignore->isEnabled());
+    pick(clusters, "hydro");
+    QVERIFY(ignore->isEnabled());
+    ignore->click();
+    QVERIFY(settle(w.model));
+    QVERIFY(!texts(clusters).contains(hydro));
+    QVERIFY(texts(clusters).size() >= 1);
+    w.find(kMatch, "restoreIgnored")->click();
+    QVERIFY(settle(w.model));
+    QVERIFY(texts(clusters).contains(hydro));
+}
+
+void ActionsTest::cleanMovesEveryReadyFileAfterConfirmation() {
+    SampleWindow w;
+    QStringList ready;
+    for (const auto& c : *w.model.snapshot()->classifications)
+        if (c.state == ConfidenceState::ready) ready << QString::fromStdString(c.file.filename());
+    QVERIFY(!ready.isEmpty());
+    auto* preview = w.window.findChild<QListWidget*>("cleanPreview");
+    QCOMPARE(preview->count(), ready.size());
+
+    acceptNextMessageBox();
+    w.window.findChild<QPushButton*>("cleanButton")->click();
+    QVERIFY(settle(w.model));
+    QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
+    for (const QString& name : ready) {
+        QVERIFY(!fs::exists(w.inbox / name.toStdString()));
+        bool placed = false;
+        for (const auto& entry : fs::recursive_directory_iterator(w.home))
+            placed = placed || entry.path().filename() == name.toStdString();
+        QVERIFY2(placed, qPrintable(name));
+    }
+    auto* history = w.find<QTableWidget>(kHistory, "historyTable");
+    QCOMPARE(history->rowCount(), 1);
+    QCOMPARE(history->item(0, 1)->text(), QString::number(ready.size()));
+    QCOMPARE(preview->item(0)->text(), QString(text::kCleanNothing));
+}
+
+void ActionsTest::namingDetailAndResetLearning() {
+    SampleWindow w;
+    auto* settings = static_cast<SettingsPage*>(w.window.page(kSettings));
+    settings->findChild<QLineEdit*>("namingDetail")->setText("  Ban in ");
+    auto* preset = settings->findChild<QComboBox*>("usagePreset");
+    preset->setCurrentIndex(preset->findData(static_cast<int>(UsagePreset::personal)));
+    settings->findChild<QPushButton*>("saveSettings")->click();
+    QVERIFY(settle(w.model));
+    QCOMPARE(w.model.snapshot()->state->settings.namingDetail, std::optional<std::string>("Ban in"));
+    QCOMPARE(w.model.snapshot()->state->settings.usagePreset, std::optional(UsagePreset::personal));
+
+    w.selectFiles({"lotus price list.pdf"});
+    w.find(kMatch, "confirmButton")->click();
+    QVERIFY(settle(w.model));
+    QVERIFY(!w.model.snapshot()->state->learning.feedback.empty());
+    acceptNextMessageBox();
+    settings->findChild<QPushButton*>("resetLearning")->click();
+    QVERIFY(settle(w.model));
+    QVERIFY(w.model.snapshot()->state->learning.feedback.empty());
+    QVERIFY(w.model.snapshot()->state->learning.associations.empty());
+}
+
+int main(int argc, char** argv) {
+    // Settings, the Trash and the runtime folder all point into a temporary folder.
+    TempDir home;
+    for (const char* variable : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_RUNTIME_DIR"}) {
+        const auto folder = home / variable;
+        std::filesystem::create_directories(folder);
+        std::filesystem::permissions(folder, std::filesystem::perms::owner_all);
+        qputenv(variable, QByteArray::fromStdString(folder.string()));
+    }
+    QApplication app(argc, argv);
+    QApplication::setOrganizationName("Kelo");
+    QApplication::setApplicationName("Kelo");
+    ActionsTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "actions_test.moc"
