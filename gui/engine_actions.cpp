@@ -149,7 +149,14 @@ EngineCommand deferNameSuggestion(std::string token) {
 
 EngineCommand sampleFolders(std::filesystem::path parent) {
     return [parent = std::move(parent)](Engine& engine) {
-        const SampleFolders::Layout layout = SampleFolders::create(parent);
+        // By default they live in Kelo's own data folder, so they outlast a restart
+        // (the system's temporary folder may not) and never sit among the user's files.
+        std::filesystem::path where = parent;
+        if (where.empty()) {
+            where = engine.dataDirectory() / "Sample folders";
+            std::filesystem::create_directories(where);
+        }
+        const SampleFolders::Layout layout = SampleFolders::create(where);
         auto out = std::make_shared<Snapshot>(*SampleFolders::approve(engine, layout));
         out->messages.insert(out->messages.begin(), std::string(text::kSamplesCreated) + layout.root.string());
         return SnapshotPtr(std::move(out));

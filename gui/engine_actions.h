@@ -80,7 +80,8 @@ EngineCommand trashProject(std::string project);
 EngineCommand acceptNameSuggestion(std::string token);
 EngineCommand deferNameSuggestion(std::string token);
 
-// Builds the sample inbox and project home in a new folder inside `parent` (never
+// Builds the sample inbox and project home in a new folder inside `parent`, or
+// inside "Sample folders" in Kelo's data folder when `parent` is empty (never
 // among the user's own folders), approves them and says where they are.
 EngineCommand sampleFolders(std::filesystem::path parent);
 

@@ -17,9 +17,10 @@ namespace kelo::gui {
 
 class OnboardingDialog : public QDialog {
 public:
-    // The sample folders go into a new folder inside `sampleParent`.
+    // The sample folders go into a new folder inside `sampleParent` (Kelo's data
+    // folder when it is empty).
     explicit OnboardingDialog(AppModel& model, QWidget* parent = nullptr,
-                              std::filesystem::path sampleParent = std::filesystem::temp_directory_path());
+                              std::filesystem::path sampleParent = {});
 
     // Whether a snapshot says the user has not finished the first run yet.
     static bool needed(const Snapshot& snapshot);

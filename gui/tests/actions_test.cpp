@@ -72,10 +72,9 @@ struct SampleWindow {
     bool sampleNoteShown = false;
 
     SampleWindow() {
-        fs::create_directories(root / "samples");
         model.start(root / "data");
         settle(model);
-        OnboardingDialog dialog(model, nullptr, root / "samples");
+        OnboardingDialog dialog(model);  // the samples go into the data folder
         dialog.findChild<QPushButton*>("trySamples")->click();
         settle(model);
         sampleMessages = model.snapshot()->messages;
@@ -84,7 +83,8 @@ struct SampleWindow {
         // failed start never writes anywhere else.
         inbox = root / "no samples/Downloads";
         home = root / "no samples/Projects";
-        for (const auto& entry : fs::directory_iterator(root / "samples")) {
+        std::error_code none;
+        for (const auto& entry : fs::directory_iterator(root / "data/Sample folders", none)) {
             inbox = entry.path() / "Downloads";
             home = entry.path() / "Projects";
         }
@@ -142,12 +142,13 @@ private Q_SLOTS:
 void ActionsTest::sampleFoldersAreMadeInAFolderOfTheirOwnAndApproved() {
     SampleWindow w;
     QVERIFY(fs::is_directory(w.inbox));
-    // Nothing outside the folder the test gave: the data directory and the samples.
+    // Nothing outside the data directory, which holds the samples too.
     QStringList top;
     for (const auto& entry : fs::directory_iterator(w.root.path()))
         top << QString::fromStdString(entry.path().filename());
     top.sort();
-    QCOMPARE(top, QStringList({"data", "samples"}));
+    QCOMPARE(top, QStringList({"data"}));
+    QCOMPARE(w.inbox.parent_path().parent_path(), w.root / "data/Sample folders");
     QVERIFY(fs::is_directory(w.home / "Hydro Cafe"));
 
     const auto& grants = w.model.snapshot()->state->grants;
