@@ -132,7 +132,10 @@ SnapshotPtr groupFiles(Engine& engine, const std::vector<fs::path>& paths, const
     const OperationPlan plan = BatchGroupPlanner::plan(files, name, parent, engine.now());
     refuseUnworkable(engine, plan, scope);
 
-    const auto run = engine.runPlan(plan, scope);
+    auto run = engine.runPlan(plan, scope);
+    const PlannedOperation& folder = plan.operations.front();
+    if (std::find(run.result.completed.begin(), run.result.completed.end(), folder.id) != run.result.completed.end())
+        run.messages.insert(run.messages.begin(), "Made the folder " + folder.destination.string() + ".");
     if (project) {
         // Filing an inbox file into a project is a sort, and teaches Kelo the same.
         std::vector<SortLearning::Decision> decisions;

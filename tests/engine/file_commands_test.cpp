@@ -176,7 +176,9 @@ TEST_F(FileCommandsTest, DryRunReportsAndChangesNothing) {
     const fs::path file = drop("hydro cafe menu.pdf");
     const std::string journal = readFile(data / "journal.json");
     const auto result = FileCommands::sortFile(*engine, file, "Hydro Cafe");
-    EXPECT_TRUE(hasMessage(*result, "Skipped hydro cafe menu.pdf: Mô phỏng: chưa thay đổi tệp."));
+    EXPECT_TRUE(hasMessage(*result, "Would move hydro cafe menu.pdf to " +
+                                        (home / "Hydro Cafe" / "Reference" / "hydro cafe menu.pdf").string() +
+                                        ". Mô phỏng: chưa thay đổi tệp."));
     EXPECT_TRUE(fs::exists(file));
     EXPECT_FALSE(fs::exists(home / "Hydro Cafe" / "Reference"));
     EXPECT_TRUE(result->state->learning.feedback.empty());
@@ -203,6 +205,7 @@ TEST_F(FileCommandsTest, GroupingInboxFilesIntoAProjectSortsThemAndUndoPutsThemB
 
     // Two of three are working files, so the group lands in the Working folder.
     const fs::path folder = home / "Lotus Spa" / "Working" / "Labels";
+    EXPECT_EQ(grouped->messages.front(), "Made the folder " + folder.string() + ".");
     EXPECT_TRUE(hasMessage(*grouped, "4 completed, 0 skipped, 0 failed. 0 overwritten."));
     for (const auto& file : files) {
         EXPECT_FALSE(fs::exists(file));
@@ -297,6 +300,10 @@ TEST_F(FileCommandsTest, GroupingRefusalsLeaveEverythingAsItWas) {
     // A dry run previews the group and makes nothing.
     setDryRun(*engine, true);
     const auto preview = FileCommands::groupFiles(*engine, {b}, "Preview", "Hydro Cafe");
+    const fs::path previewed = home / "Hydro Cafe" / "Export" / "Preview";
+    EXPECT_EQ(preview->messages[0], "Would make the folder " + previewed.string() + ". Mô phỏng: chưa thay đổi tệp.");
+    EXPECT_EQ(preview->messages[1],
+              "Would move b.png to " + (previewed / "b.png").string() + ". Mô phỏng: chưa thay đổi tệp.");
     EXPECT_TRUE(hasMessage(*preview, "0 completed, 2 skipped, 0 failed. 0 overwritten."));
     EXPECT_FALSE(fs::exists(home / "Hydro Cafe" / "Export" / "Preview"));
 
