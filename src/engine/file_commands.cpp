@@ -46,7 +46,7 @@ SnapshotPtr placeOne(Engine& engine, const std::filesystem::path& path, const st
     const auto run = engine.runPlan(plan, engine.openScope());
     SortLearning::learn(engine,
                         {{operation.id, file, operation.destination, project.id, chosen,
-                          SortLearning::rejectedSuggestion(classification, project.id)}},
+                          SortLearning::rejectedSuggestion(classification ? &*classification : nullptr, project.id)}},
                         run.result);
     return rescanWith(engine, run.messages);
 }

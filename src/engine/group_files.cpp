@@ -4,6 +4,7 @@
 // without a project they are refused before anything is made.
 #include <algorithm>
 #include <array>
+#include <map>
 #include <set>
 
 #include "access/path_safety.h"
@@ -52,19 +53,42 @@ std::string listed(const std::vector<std::string>& names) {
     return out;
 }
 
+// How each scanned file is classified now, by fingerprint.
+using Classified = std::map<std::string, const Classification*>;
+
 // The category most of the files have (from their classification when they were
 // scanned, else from the extension); a tie goes to the first in category order.
-Category commonCategory(Engine& engine, const std::vector<Selected>& selection) {
+Category commonCategory(const std::vector<Selected>& selection, const Classified& classified) {
     std::array<int, Category::allCases.size()> counts{};
     for (const auto& selected : selection) {
-        const auto classification =
-            selected.fromInbox ? SortLearning::classificationOf(engine, selected.file) : std::nullopt;
+        const auto it = selected.fromInbox ? classified.find(selected.file.fingerprint()) : classified.end();
         const Category category =
-            classification ? classification->category : Category::infer(selected.file.fileExtension());
+            it != classified.end() ? it->second->category : Category::infer(selected.file.fileExtension());
         ++counts[static_cast<std::size_t>(category)];
     }
     const auto most = std::max_element(counts.begin(), counts.end());
     return Category::allCases[static_cast<std::size_t>(most - counts.begin())];
+}
+
+// Filing an inbox file into a project is a sort, and teaches Kelo the same; what
+// Kelo had suggested is read from the classifications made before the run.
+std::vector<SortLearning::Decision> decisionsOf(const OperationPlan& plan, const std::vector<Selected>& selection,
+                                                const Classified& classified, const Project& project,
+                                                Category category) {
+    std::map<std::string, const Selected*> inbox;
+    for (const auto& selected : selection)
+        if (selected.fromInbox) inbox.emplace(PathSafety::key(selected.file.url), &selected);
+    std::vector<SortLearning::Decision> decisions;
+    for (const auto& operation : plan.operations) {
+        const auto it = inbox.find(PathSafety::key(operation.source));
+        if (operation.type != OperationType::move || it == inbox.end()) continue;
+        const FileRecord& file = it->second->file;
+        const auto classification = classified.find(file.fingerprint());
+        decisions.push_back({operation.id, file, operation.destination, project.id, category,
+                             SortLearning::rejectedSuggestion(
+                                 classification == classified.end() ? nullptr : classification->second, project.id)});
+    }
+    return decisions;
 }
 
 // Where the new folder goes. Inside a project it goes into the category folder,
@@ -125,30 +149,25 @@ SnapshotPtr groupFiles(Engine& engine, const std::vector<fs::path>& paths, const
         if (seen.insert(PathSafety::key(selected.file.url)).second) selection.push_back(std::move(selected));
     }
 
-    const Category category = commonCategory(engine, selection);
+    const auto classifications = engine.classifications();  // kept alive for `classified`
+    Classified classified;
+    for (const auto& classification : *classifications)
+        classified.emplace(classification.file.fingerprint(), &classification);
+
+    const Category category = commonCategory(selection, classified);
     const fs::path parent = parentFolder(engine, selection, project, category);
     std::vector<FileRecord> files;
     for (const auto& selected : selection) files.push_back(selected.file);
     const OperationPlan plan = BatchGroupPlanner::plan(files, name, parent, engine.now());
     refuseUnworkable(engine, plan, scope);
+    const auto decisions =
+        project ? decisionsOf(plan, selection, classified, *project, category) : std::vector<SortLearning::Decision>{};
 
     auto run = engine.runPlan(plan, scope);
     const PlannedOperation& folder = plan.operations.front();
     if (std::find(run.result.completed.begin(), run.result.completed.end(), folder.id) != run.result.completed.end())
         run.messages.insert(run.messages.begin(), "Made the folder " + folder.destination.string() + ".");
-    if (project) {
-        // Filing an inbox file into a project is a sort, and teaches Kelo the same.
-        std::vector<SortLearning::Decision> decisions;
-        for (const auto& operation : plan.operations) {
-            for (const auto& selected : selection) {
-                if (!selected.fromInbox || selected.file.url != operation.source) continue;
-                const auto classification = SortLearning::classificationOf(engine, selected.file);
-                decisions.push_back({operation.id, selected.file, operation.destination, project->id, category,
-                                     SortLearning::rejectedSuggestion(classification, project->id)});
-            }
-        }
-        SortLearning::learn(engine, decisions, run.result);
-    }
+    SortLearning::learn(engine, decisions, run.result);
     return rescanWith(engine, run.messages);
 }
 

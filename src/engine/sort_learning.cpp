@@ -31,7 +31,7 @@ std::optional<Classification> classificationOf(Engine& engine, const FileRecord&
     return std::nullopt;
 }
 
-std::optional<Uuid> rejectedSuggestion(const std::optional<Classification>& classification, const Uuid& chosen) {
+std::optional<Uuid> rejectedSuggestion(const Classification* classification, const Uuid& chosen) {
     if (!classification || classification->state == ConfidenceState::noIdea || classification->candidates.empty())
         return std::nullopt;
     const Uuid suggested = classification->candidates.front().projectID;

@@ -37,8 +37,9 @@ struct Decision {
 std::optional<Classification> classificationOf(Engine& engine, const FileRecord& file);
 
 // The project Kelo suggested for the file when the user chose `chosen`: the leader
-// of a classification that is not "No Idea", when it is another project.
-std::optional<Uuid> rejectedSuggestion(const std::optional<Classification>& classification, const Uuid& chosen);
+// of a classification that is not "No Idea", when it is another project. None for
+// a file that was not classified (null).
+std::optional<Uuid> rejectedSuggestion(const Classification* classification, const Uuid& chosen);
 
 // Learns from the decisions whose moves completed in `result`; nothing from a dry
 // run or from skipped or failed moves.

@@ -200,7 +200,7 @@ TEST_F(FileCommandsTest, RenameKeepsTheExtensionAndRefusesUnknownFilesAndProject
 }
 
 TEST_F(FileCommandsTest, GroupingInboxFilesIntoAProjectSortsThemAndUndoPutsThemBack) {
-    const std::vector<fs::path> files{drop("mango label 1.ai"), drop("mango label 2.ai"), drop("mango box.pdf")};
+    const std::vector<fs::path> files{drop("mango label 1.ai"), drop("mango label 2.ai"), drop("hydro cafe box.pdf")};
     const auto grouped = FileCommands::groupFiles(*engine, files, " Labels ", "Lotus Spa");
 
     // Two of three are working files, so the group lands in the Working folder.
@@ -228,7 +228,12 @@ TEST_F(FileCommandsTest, GroupingInboxFilesIntoAProjectSortsThemAndUndoPutsThemB
     // Filing inbox files into a project is a sort: each one is learned and assigned.
     const auto& learning = grouped->state->learning;
     ASSERT_EQ(learning.feedback.size(), 3u);
-    for (const auto& entry : learning.feedback) EXPECT_EQ(entry.confirmed, project("Lotus Spa").id);
+    for (const auto& entry : learning.feedback) {
+        EXPECT_EQ(entry.confirmed, project("Lotus Spa").id);
+        // Kelo had suggested Hydro Cafe for the box: that suggestion was wrong.
+        EXPECT_EQ(entry.rejected,
+                  entry.filename == "hydro cafe box.pdf" ? std::optional(project("Hydro Cafe").id) : std::nullopt);
+    }
     EXPECT_EQ(grouped->state->assignments.size(), 3u);
 
     // Undo puts every file back and takes the learning back; Kelo deletes nothing,
@@ -237,6 +242,8 @@ TEST_F(FileCommandsTest, GroupingInboxFilesIntoAProjectSortsThemAndUndoPutsThemB
     for (const auto& file : files) EXPECT_EQ(readFile(file), "content of " + file.filename().string());
     EXPECT_EQ(undone->files->size(), 3u);
     EXPECT_TRUE(undone->state->learning.feedback.empty());
+    for (const auto& association : undone->state->learning.associations)
+        EXPECT_EQ(association.strength(), 0) << association.token;
     EXPECT_TRUE(undone->state->assignments.empty());
     EXPECT_TRUE(fs::is_directory(folder));
     EXPECT_TRUE(fs::is_empty(folder));
