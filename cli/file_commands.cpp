@@ -1,8 +1,9 @@
+#include "engine/file_commands.h"
+
 #include <memory>
 
 #include "cli/command.h"
 #include "cli/output.h"
-#include "engine/file_commands.h"
 
 namespace kelo::cli {
 
@@ -60,20 +61,26 @@ void addFileCommands(CLI::App& app, Commands& commands) {
     auto* renameCommand = app.add_subcommand("rename", "Rename a file in its folder (the extension stays)");
     renameCommand->add_option("FILE", rename->first, "A file in an approved inbox")->required();
     renameCommand->add_option("NEW_NAME", rename->second, "The new name, extension included")->required();
-    commands.push_back({renameCommand,
-                        [rename](Engine& engine) {
-                            return FileCommands::renameFile(engine, rename->first, rename->second);
-                        },
-                        printRun});
+    commands.push_back(
+        {renameCommand,
+         [rename](Engine& engine) { return FileCommands::renameFile(engine, rename->first, rename->second); },
+         printRun});
 
-    auto group = std::make_shared<std::pair<std::string, std::vector<std::string>>>();
-    auto* groupCommand = app.add_subcommand("group", "Move files into a new folder beside them");
-    groupCommand->add_option("--into", group->first, "The new folder's name")->required();
-    groupCommand->add_option("FILE", group->second, "Files in one folder")->required();
+    struct GroupArguments {
+        std::string into, project;
+        std::vector<std::string> files;
+    };
+    auto group = std::make_shared<GroupArguments>();
+    auto* groupCommand = app.add_subcommand("group", "Move files into a new folder, inside a project or beside them");
+    groupCommand->add_option("--into", group->into, "The new folder's name")->required();
+    groupCommand->add_option("--project", group->project, "Make the folder in this project (needed for inbox files)");
+    groupCommand->add_option("FILE", group->files, "Inbox files, or files of one folder inside a project home");
     commands.push_back({groupCommand,
                         [group](Engine& engine) {
-                            std::vector<std::filesystem::path> files(group->second.begin(), group->second.end());
-                            return FileCommands::groupFiles(engine, files, group->first);
+                            std::vector<std::filesystem::path> files(group->files.begin(), group->files.end());
+                            std::optional<std::string> project;
+                            if (!group->project.empty()) project = group->project;
+                            return FileCommands::groupFiles(engine, files, group->into, project);
                         },
                         printRun});
 

@@ -21,6 +21,16 @@ std::unique_ptr<OperationExecutor> openExecutor(const PersistentData& data, cons
     return std::make_unique<OperationExecutor>(std::move(journal), clock);
 }
 
+// What a dry run would have done with the operation, for the preview.
+std::string wouldDo(const PlannedOperation& operation) {
+    const std::string name = operation.source.filename().string();
+    switch (operation.type) {
+        case OperationType::createDirectory: return "Would make the folder " + operation.destination.string();
+        case OperationType::rename: return "Would rename " + name + " to " + operation.destination.filename().string();
+        default: return "Would move " + name + " to " + operation.destination.string();
+    }
+}
+
 }  // namespace
 
 Engine::Engine(const std::filesystem::path& dataDirectory, Clock clock, Trash::Environment trash)
@@ -206,7 +216,8 @@ Engine::PlanRun Engine::runPlan(const OperationPlan& plan, const AccessScope& sc
     for (const auto& operation : plan.operations) {
         const std::string name = operation.source.filename().string();
         if (auto it = run.result.skipped.find(operation.id); it != run.result.skipped.end())
-            run.messages.push_back("Skipped " + name + ": " + it->second);
+            run.messages.push_back(it->second == kDryRunMessage ? wouldDo(operation) + ". " + it->second
+                                                                : "Skipped " + name + ": " + it->second);
         if (auto it = run.result.failed.find(operation.id); it != run.result.failed.end())
             run.messages.push_back("Failed " + name + ": " + it->second);
     }

@@ -33,10 +33,19 @@ SnapshotPtr keepBoth(Engine& engine, const std::filesystem::path& file, const st
                      std::optional<Category> category = std::nullopt,
                      const std::optional<std::string>& subfolder = std::nullopt);
 
-// Moves the files into a new folder of that name beside them.
-SnapshotPtr groupFiles(Engine& engine, const std::vector<std::filesystem::path>& files, const std::string& folderName);
+// Moves the files into a new folder NAME. With a project, the folder is made in the
+// project's folder for the files' category (the one most of them have), and inbox
+// files filed there are learned as sorts; files already inside a project home may
+// come along. Without one, the files must all lie in one folder inside a project
+// home and the new folder is made beside them; inbox files are refused then, since
+// they may only land inside a project home. The folder name is checked first, then
+// that at least one file is chosen; a group whose folder cannot be made or none of
+// whose files can move is refused before anything is made.
+SnapshotPtr groupFiles(Engine& engine, const std::vector<std::filesystem::path>& files, const std::string& folderName,
+                       const std::optional<std::string>& project = std::nullopt);
 
-// Reverses the completed moves and renames of one batch.
+// Reverses the completed moves and renames of one batch, and takes back what its
+// moves into projects taught Kelo (see SortLearning). Folders the batch made stay.
 SnapshotPtr undoBatch(Engine& engine, const std::string& batchId);
 
 }  // namespace kelo::FileCommands

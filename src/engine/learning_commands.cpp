@@ -3,6 +3,7 @@
 #include "classify/learning.h"
 #include "classify/tokens.h"
 #include "engine/project_commands.h"
+#include "engine/sort_learning.h"
 #include "model/kelo_error.h"
 
 namespace kelo {
@@ -31,21 +32,14 @@ std::string counted(std::size_t count, const std::string& noun) {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
-// How the file is classified now (what the user is answering), if it was scanned.
-std::optional<Classification> classificationOf(Engine& engine, const FileRecord& file) {
-    const std::string fingerprint = file.fingerprint();
-    for (const auto& classification : *engine.classifications())
-        if (classification.file.fingerprint() == fingerprint) return classification;
-    return std::nullopt;
-}
-
 }  // namespace
 
 SnapshotPtr feedback(Engine& engine, const std::filesystem::path& path, const std::string& projectName,
                      bool confirmed) {
     const FileRecord file = engine.findFile(path);
     const Project project = engine.findProject(projectName);
-    const std::optional<Classification> current = classificationOf(engine, file);
+    // How the file is classified now: what the user is answering.
+    const std::optional<Classification> current = SortLearning::classificationOf(engine, file);
     const std::string fingerprint = file.fingerprint();
 
     AppState next = engine.state();

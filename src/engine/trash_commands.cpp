@@ -1,23 +1,11 @@
 #include "engine/trash_commands.h"
 
+#include "engine/rescan.h"
 #include "model/kelo_error.h"
 #include "operations/operation_executor.h"
 #include "operations/trash_policy.h"
 
 namespace kelo::TrashCommands {
-
-namespace {
-
-// The inbox changed under the last scan: list it again and put our messages first.
-SnapshotPtr rescanWith(Engine& engine, std::vector<std::string> messages) {
-    const SnapshotPtr scanned = engine.scan();
-    auto out = std::make_shared<Snapshot>(*scanned);
-    messages.insert(messages.end(), out->messages.begin(), out->messages.end());
-    out->messages = std::move(messages);
-    return out;
-}
-
-}  // namespace
 
 SnapshotPtr trashFile(Engine& engine, const std::filesystem::path& path) {
     const FileRecord file = engine.findFile(path);

@@ -17,6 +17,13 @@ constexpr std::size_t kMaxFiles = 10000;
 
 }  // namespace
 
+std::string checkedRequest(const std::string& name, std::size_t distinctFiles) {
+    std::string folderName = trimmedWhitespace(name);
+    if (!PathSafety::validName(folderName)) throw KeloError::unsafe(kBadFolderName);
+    if (distinctFiles == 0 || distinctFiles > kMaxFiles) throw KeloError::unsafe(kBadSelection);
+    return folderName;
+}
+
 OperationPlan plan(const std::vector<FileRecord>& files, const std::string& name,
                    const std::filesystem::path& parentFolder, Date now) {
     std::vector<FileRecord> selection;
@@ -27,9 +34,7 @@ OperationPlan plan(const std::vector<FileRecord>& files, const std::string& name
         return PathSafety::key(a.url) < PathSafety::key(b.url);
     });
 
-    const std::string folderName = trimmedWhitespace(name);
-    if (!PathSafety::validName(folderName)) throw KeloError::unsafe(kBadFolderName);
-    if (selection.empty() || selection.size() > kMaxFiles) throw KeloError::unsafe(kBadSelection);
+    const std::string folderName = checkedRequest(name, selection.size());
 
     const Uuid batch = Uuid::random();
     const std::filesystem::path folder = parentFolder / folderName;

@@ -8,43 +8,22 @@
 
 #include "engine/engine_worker.h"
 #include "model/kelo_error.h"
-#include "support/temp_dir.h"
+#include "support/engine_fixture.h"
 
 namespace kelo {
 namespace {
 
+using testing::makeOlder;
 using testing::readFile;
-using testing::TempDir;
 using testing::writeFile;
 namespace fs = std::filesystem;
 
-class EngineTest : public ::testing::Test {
+class EngineTest : public testing::EngineFixture {
 protected:
-    TempDir dir;
-    fs::path data = dir / "data";
-    fs::path inbox = dir / "Downloads";
-    fs::path home = dir / "Projects";
-    Date clockNow = Date::now().adding(3600);
-
     void SetUp() override {
-        fs::create_directories(inbox);
-        fs::create_directories(home / "Hydro Cafe" / "Export");
-        fs::create_directories(home / "Lotus Spa");
-        fs::create_directories(home / ".hidden");
-        fs::create_directories(home / "Final.app");  // a package, not a project
+        makeFolders({"Hydro Cafe/Export", "Lotus Spa", ".hidden", "Final.app"});  // Final.app: a package, not a project
         fs::create_directory_symlink(home / "Lotus Spa", home / "Linked");
         writeFile(home / "notes.txt", "a file, not a project");
-    }
-
-    std::unique_ptr<Engine> start() { return std::make_unique<Engine>(data, [this] { return clockNow; }); }
-
-    static std::string refusal(const std::function<void()>& action) {
-        try {
-            action();
-        } catch (const KeloError& e) {
-            return e.message();
-        }
-        return "(no refusal)";
     }
 
     static std::vector<std::string> projectNames(const Snapshot& snapshot) {
@@ -132,7 +111,7 @@ TEST_F(EngineTest, ClassificationCacheFollowsFilesAndCommands) {
     // Touch one file: after a scan it is classified afresh under its new fingerprint,
     // and the unchanged one gets an equal classification.
     const auto lotusBefore = *first->classificationOf((*first->files)[1].fingerprint());
-    fs::last_write_time(inbox / "lotus spa menu.pdf", fs::last_write_time(inbox / "lotus spa menu.pdf") - std::chrono::hours(1));
+    makeOlder(inbox / "lotus spa menu.pdf", std::chrono::hours(1));
     const SnapshotPtr second = engine->scan();
     EXPECT_NE(second->classifications, first->classifications);
     EXPECT_EQ(second->classificationOf(lotusBefore.file.fingerprint()), nullptr);
@@ -161,8 +140,7 @@ TEST_F(EngineTest, SecondEngineOnTheSameDataIsRefusedAndChangesNothing) {
             Engine second(data, Date::now);
             _exit(0);
         } catch (const KeloError& e) {
-            _exit(e.message() ==
-                          "Another Kelo instance is running. File operations are disabled in this instance."
+            _exit(e.message() == "Another Kelo instance is running. File operations are disabled in this instance."
                       ? 42
                       : 1);
         }

@@ -4,37 +4,24 @@
 
 #include <gtest/gtest.h>
 
+#include "engine/project_commands.h"
 #include "model/kelo_error.h"
-#include "support/temp_dir.h"
+#include "support/engine_fixture.h"
 
 namespace kelo {
 namespace {
 
 using testing::readFile;
-using testing::TempDir;
 using testing::writeFile;
 namespace fs = std::filesystem;
 
-class FileCommandsTest : public ::testing::Test {
+class FileCommandsTest : public testing::EngineFixture {
 protected:
-    TempDir dir;
-    fs::path data = dir / "data";
-    fs::path inbox = dir / "Downloads";
-    fs::path home = dir / "Projects";
-    Date clockNow = Date::now().adding(3600);
     std::unique_ptr<Engine> engine;
 
     void SetUp() override {
-        fs::create_directories(inbox);
-        fs::create_directories(home / "Hydro Cafe");
-        fs::create_directories(home / "Lotus Spa");
-        engine = std::make_unique<Engine>(data, [this] { return clockNow; },
-                                          Trash::Environment{dir / "trash-home", getuid(), [this] { return clockNow; }});
-        engine->addGrant(inbox, FolderGrant::Role::watch);
-        engine->addGrant(home, FolderGrant::Role::projectHome);
-        Settings settings = engine->state().settings;
-        settings.dryRun = false;
-        engine->updateSettings(settings);
+        makeFolders({"Hydro Cafe", "Lotus Spa"});
+        engine = startWithFolders(false);
     }
 
     fs::path drop(const std::string& name) {
@@ -44,19 +31,6 @@ protected:
     }
 
     const Project& project(const std::string& name) { return engine->findProject(name); }
-
-    static std::string refusal(const std::function<void()>& action) {
-        try {
-            action();
-        } catch (const KeloError& e) {
-            return e.message();
-        }
-        return "(no refusal)";
-    }
-
-    static bool hasMessage(const Snapshot& snapshot, const std::string& text) {
-        return std::find(snapshot.messages.begin(), snapshot.messages.end(), text) != snapshot.messages.end();
-    }
 };
 
 TEST_F(FileCommandsTest, SortLearnsThenUndoRestoresAndASecondUndoIsRefused) {
@@ -83,6 +57,13 @@ TEST_F(FileCommandsTest, SortLearnsThenUndoRestoresAndASecondUndoIsRefused) {
     EXPECT_EQ(readFile(file), "content of hydro cafe menu.pdf");
     EXPECT_FALSE(fs::exists(placed));
     EXPECT_EQ(undone->files->size(), 1u);  // back in the inbox
+    // What the sort taught is taken back; the category folder it made stays, empty.
+    EXPECT_TRUE(undone->state->learning.feedback.empty());
+    EXPECT_TRUE(undone->state->assignments.empty());
+    EXPECT_TRUE(hasMessage(*undone, "Took back what Kelo learned from 1 of these moves."));
+    EXPECT_TRUE(fs::is_empty(placed.parent_path()));
+    EXPECT_TRUE(hasMessage(
+        *undone, "Left the empty folder " + placed.parent_path().string() + " in place: Kelo never deletes folders."));
     ASSERT_EQ(undone->history->size(), 2u);
     EXPECT_EQ((*undone->history)[1].undone, 1);
     EXPECT_FALSE((*undone->history)[1].canUndo);
@@ -93,31 +74,62 @@ TEST_F(FileCommandsTest, SortLearnsThenUndoRestoresAndASecondUndoIsRefused) {
 
 TEST_F(FileCommandsTest, ChoosingAnotherProjectRejectsTheSuggestionAndTheNextFileScoresLower) {
     const fs::path first = drop("hydro cafe flyer.pdf");
+    drop("hydro cafe poster.pdf");
     const auto before = engine->snapshot();
-    const Classification& suggestion = before->classifications->front();
+    const Classification& suggestion = classificationNamed(*before, "hydro cafe flyer.pdf");
     ASSERT_EQ(suggestion.candidates.front().projectID, project("Hydro Cafe").id);
-    EXPECT_EQ(suggestion.candidates.front().score, 78);
+    EXPECT_EQ(suggestion.candidates.front().score, 78 + 9);  // the alias, and a related file beside it
     EXPECT_EQ(suggestion.state, ConfidenceState::probably);
+    const int posterBefore = scoreFor(*before, "hydro cafe poster.pdf", project("Hydro Cafe").id);
 
     FileCommands::sortFile(*engine, first, "Lotus Spa");
-    const auto& feedback = engine->state().learning.feedback.back();
+    const Feedback feedback = engine->state().learning.feedback.back();
     EXPECT_EQ(feedback.confirmed, project("Lotus Spa").id);
     EXPECT_EQ(feedback.rejected, project("Hydro Cafe").id);
 
-    drop("hydro cafe poster.pdf");
-    const Classification& next = engine->snapshot()->classifications->front();
+    const SnapshotPtr learned = engine->snapshot();
+    const Classification& next = classificationNamed(*learned, "hydro cafe poster.pdf");
     const Candidate& hydro = next.candidates.front();
     EXPECT_EQ(hydro.projectID, project("Hydro Cafe").id);
     EXPECT_EQ(hydro.score, 78 - 24);
     EXPECT_EQ(hydro.signals.back().reason.rfind("Rejected token: ", 0), 0u);
     EXPECT_EQ(next.state, ConfidenceState::noIdea);
+    EXPECT_GT(scoreFor(*learned, "hydro cafe poster.pdf", project("Lotus Spa").id), 0);
+
+    // The decision is linked to the move that made it: its id is the move's id.
+    const auto& entries = engine->executor().journal().document().entries;
+    const auto move = std::find_if(entries.begin(), entries.end(), [](const JournalEntry& entry) {
+        return entry.operation.type == OperationType::move;
+    });
+    ASSERT_NE(move, entries.end());
+    EXPECT_EQ(feedback.id, move->operation.id);
+
+    // Undoing the sort takes back both the confirmation and the rejection, so the
+    // next file of that name scores as before the sort.
+    const std::string batch = learned->history->front().id.text();
+    const SnapshotPtr undone = FileCommands::undoBatch(*engine, batch);
+    EXPECT_TRUE(fs::exists(first));
+    EXPECT_TRUE(undone->state->learning.feedback.empty());
+    for (const auto& association : undone->state->learning.associations)
+        EXPECT_EQ(association.strength(), 0) << association.token;
+    EXPECT_TRUE(undone->state->assignments.empty());
+    EXPECT_EQ(scoreFor(*undone, "hydro cafe poster.pdf", project("Hydro Cafe").id), posterBefore);
+    EXPECT_EQ(scoreFor(*undone, "hydro cafe poster.pdf", project("Lotus Spa").id), 0);
+    EXPECT_EQ(classificationNamed(*undone, "hydro cafe poster.pdf").state, ConfidenceState::probably);
+
+    // A second undo is refused and changes nothing, the learning included.
+    EXPECT_EQ(refusal([&] { FileCommands::undoBatch(*engine, batch); }),
+              "Nothing in batch " + batch + " can be undone. Nothing changed.");
+    EXPECT_EQ(engine->state().learning, undone->state->learning);
+    EXPECT_TRUE(fs::exists(first));
 }
 
 TEST_F(FileCommandsTest, NameConflictIsSkippedThenKeepBothTakesAFreeName) {
     writeFile(home / "Hydro Cafe" / "Export" / "logo.png", "the one already there");
     const fs::path file = drop("logo.png");
     const auto conflict = FileCommands::sortFile(*engine, file, "Hydro Cafe");
-    EXPECT_TRUE(hasMessage(*conflict, "Skipped logo.png: Name conflict: logo.png already exists. Nothing was overwritten."));
+    EXPECT_TRUE(
+        hasMessage(*conflict, "Skipped logo.png: Name conflict: logo.png already exists. Nothing was overwritten."));
     EXPECT_TRUE(hasMessage(*conflict, "0 completed, 1 skipped, 0 failed. 0 overwritten."));
     EXPECT_TRUE(fs::exists(file));
     EXPECT_TRUE(conflict->state->learning.feedback.empty());  // nothing happened, nothing learned
@@ -164,31 +176,150 @@ TEST_F(FileCommandsTest, DryRunReportsAndChangesNothing) {
     const fs::path file = drop("hydro cafe menu.pdf");
     const std::string journal = readFile(data / "journal.json");
     const auto result = FileCommands::sortFile(*engine, file, "Hydro Cafe");
-    EXPECT_TRUE(hasMessage(*result, "Skipped hydro cafe menu.pdf: Mô phỏng: chưa thay đổi tệp."));
+    EXPECT_TRUE(hasMessage(*result, "Would move hydro cafe menu.pdf to " +
+                                        (home / "Hydro Cafe" / "Reference" / "hydro cafe menu.pdf").string() +
+                                        ". Mô phỏng: chưa thay đổi tệp."));
     EXPECT_TRUE(fs::exists(file));
     EXPECT_FALSE(fs::exists(home / "Hydro Cafe" / "Reference"));
     EXPECT_TRUE(result->state->learning.feedback.empty());
     EXPECT_EQ(readFile(data / "journal.json"), journal);
 }
 
-TEST_F(FileCommandsTest, RenameKeepsTheExtensionAndGroupingRefusesAnInbox) {
+TEST_F(FileCommandsTest, RenameKeepsTheExtensionAndRefusesUnknownFilesAndProjects) {
     const fs::path file = drop("final final2.pdf");
     EXPECT_EQ(refusal([&] { FileCommands::renameFile(*engine, file, "menu.PDF"); }),
               "Tên mới phải hợp lệ và giữ nguyên đuôi tệp.");
     FileCommands::renameFile(*engine, file, "Hydro menu.pdf");
     EXPECT_TRUE(fs::exists(inbox / "Hydro menu.pdf"));
 
-    // Files may only land inside a project home, so grouping inbox files is refused
-    // before an empty folder is made.
     drop("a.png");
-    EXPECT_EQ(refusal([&] { FileCommands::groupFiles(*engine, {inbox / "a.png"}, "Shoot"); }),
-              "No file can be grouped: Move does not match approved watched-folder and project-home roles. "
-              "Nothing changed.");
-    EXPECT_FALSE(fs::exists(inbox / "Shoot"));
     EXPECT_EQ(refusal([&] { FileCommands::sortFile(*engine, dir / "elsewhere.png", "Hydro Cafe"); }),
               "elsewhere.png is not a file in an approved inbox. Nothing changed.");
     EXPECT_EQ(refusal([&] { FileCommands::sortFile(*engine, inbox / "a.png", "Nobody"); }),
               "No project is called Nobody. Nothing changed.");
+}
+
+TEST_F(FileCommandsTest, GroupingInboxFilesIntoAProjectSortsThemAndUndoPutsThemBack) {
+    const std::vector<fs::path> files{drop("mango label 1.ai"), drop("mango label 2.ai"), drop("hydro cafe box.pdf")};
+    const auto grouped = FileCommands::groupFiles(*engine, files, " Labels ", "Lotus Spa");
+
+    // Two of three are working files, so the group lands in the Working folder.
+    const fs::path folder = home / "Lotus Spa" / "Working" / "Labels";
+    EXPECT_EQ(grouped->messages.front(), "Made the folder " + folder.string() + ".");
+    EXPECT_TRUE(hasMessage(*grouped, "4 completed, 0 skipped, 0 failed. 0 overwritten."));
+    for (const auto& file : files) {
+        EXPECT_FALSE(fs::exists(file));
+        EXPECT_EQ(readFile(folder / file.filename()), "content of " + file.filename().string());
+    }
+    EXPECT_TRUE(grouped->files->empty());
+    ASSERT_EQ(grouped->history->size(), 1u);
+    EXPECT_EQ((*grouped->history)[0].moved, 3);
+
+    // Journaled: the folders made (Working, then Labels) and the three moves, one batch.
+    std::vector<fs::path> made;
+    for (const auto& entry : engine->executor().journal().document().entries) {
+        EXPECT_EQ(entry.operation.batchID, (*grouped->history)[0].id);
+        EXPECT_EQ(entry.status, OperationStatus::completed);
+        if (entry.operation.type == OperationType::createDirectory) made.push_back(entry.operation.destination);
+    }
+    std::sort(made.begin(), made.end());
+    EXPECT_EQ(made, (std::vector<fs::path>{folder.parent_path(), folder}));
+
+    // Filing inbox files into a project is a sort: each one is learned and assigned.
+    const auto& learning = grouped->state->learning;
+    ASSERT_EQ(learning.feedback.size(), 3u);
+    for (const auto& entry : learning.feedback) {
+        EXPECT_EQ(entry.confirmed, project("Lotus Spa").id);
+        // Kelo had suggested Hydro Cafe for the box: that suggestion was wrong.
+        EXPECT_EQ(entry.rejected,
+                  entry.filename == "hydro cafe box.pdf" ? std::optional(project("Hydro Cafe").id) : std::nullopt);
+    }
+    EXPECT_EQ(grouped->state->assignments.size(), 3u);
+
+    // Undo puts every file back and takes the learning back; Kelo deletes nothing,
+    // so the folders stay, empty, and the undo says so.
+    const auto undone = FileCommands::undoBatch(*engine, (*grouped->history)[0].id.text());
+    for (const auto& file : files) EXPECT_EQ(readFile(file), "content of " + file.filename().string());
+    EXPECT_EQ(undone->files->size(), 3u);
+    EXPECT_TRUE(undone->state->learning.feedback.empty());
+    for (const auto& association : undone->state->learning.associations)
+        EXPECT_EQ(association.strength(), 0) << association.token;
+    EXPECT_TRUE(undone->state->assignments.empty());
+    EXPECT_TRUE(fs::is_directory(folder));
+    EXPECT_TRUE(fs::is_empty(folder));
+    EXPECT_TRUE(
+        hasMessage(*undone, "Left the empty folder " + folder.string() + " in place: Kelo never deletes folders."));
+}
+
+TEST_F(FileCommandsTest, GroupingFilesInsideAProjectMakesTheFolderBesideThem) {
+    const fs::path exports = home / "Hydro Cafe" / "Export";
+    writeFile(exports / "post 1.png", "one");
+    writeFile(exports / "post 2.png", "two");
+    writeFile(exports / "logo.png", "stays");
+    const auto grouped = FileCommands::groupFiles(*engine, {exports / "post 1.png", exports / "post 2.png"}, "Posts");
+    EXPECT_TRUE(hasMessage(*grouped, "3 completed, 0 skipped, 0 failed. 0 overwritten."));
+    EXPECT_EQ(readFile(exports / "Posts" / "post 1.png"), "one");
+    EXPECT_EQ(readFile(exports / "Posts" / "post 2.png"), "two");
+    EXPECT_EQ(readFile(exports / "logo.png"), "stays");
+    EXPECT_TRUE(grouped->state->learning.feedback.empty());  // reorganising a project teaches nothing
+    ASSERT_EQ(grouped->history->size(), 1u);
+    EXPECT_EQ((*grouped->history)[0].moved, 2);
+
+    FileCommands::undoBatch(*engine, (*grouped->history)[0].id.text());
+    EXPECT_EQ(readFile(exports / "post 1.png"), "one");
+    EXPECT_TRUE(fs::is_empty(exports / "Posts"));
+}
+
+TEST_F(FileCommandsTest, GroupingRefusalsLeaveEverythingAsItWas) {
+    // The folder name is checked first, then that a file was chosen.
+    EXPECT_EQ(refusal([&] { FileCommands::groupFiles(*engine, {}, "a/b"); }), "Tên thư mục nhóm không hợp lệ.");
+    EXPECT_EQ(refusal([&] { FileCommands::groupFiles(*engine, {}, "Shoot"); }), "Chọn ít nhất 1 tệp để nhóm.");
+
+    const fs::path a = drop("a.png");
+    const fs::path b = drop("b.png");
+    EXPECT_EQ(refusal([&] {
+                  FileCommands::groupFiles(*engine, {a, b}, "Shoot");
+              }),
+              "Left a.png and b.png where they are: files in an inbox can only be grouped into a project, so choose "
+              "the project to group them into.");
+    EXPECT_FALSE(fs::exists(inbox / "Shoot"));
+    writeFile(dir / "elsewhere.png", "x");
+    EXPECT_EQ(refusal([&] { FileCommands::groupFiles(*engine, {dir / "elsewhere.png"}, "Shoot", "Hydro Cafe"); }),
+              "elsewhere.png is neither a file in an approved inbox nor inside a project home. Nothing changed.");
+    writeFile(home / "Hydro Cafe" / "x.png", "x");
+    writeFile(home / "Lotus Spa" / "y.png", "y");
+    EXPECT_EQ(refusal([&] {
+                  FileCommands::groupFiles(*engine, {home / "Hydro Cafe" / "x.png", home / "Lotus Spa" / "y.png"}, "S");
+              }),
+              "The files lie in different folders; choose files of one folder to group. Nothing changed.");
+
+    // A folder that exists already, or files that cannot move, make no folder.
+    fs::create_directories(home / "Hydro Cafe" / "Export" / "Shoot");
+    EXPECT_EQ(refusal([&] { FileCommands::groupFiles(*engine, {a}, "Shoot", "Hydro Cafe"); }),
+              "Cannot make the folder Shoot: Name conflict: Shoot already exists. Nothing was overwritten. "
+              "Nothing changed.");
+    testing::makeOlder(a, -std::chrono::hours(2));  // still being written, as far as Kelo can tell
+    engine->scan();
+    EXPECT_EQ(refusal([&] { FileCommands::groupFiles(*engine, {a}, "Fresh", "Hydro Cafe"); }),
+              "No file can be grouped: Possibly active — left untouched. Nothing changed.");
+    EXPECT_FALSE(fs::exists(home / "Hydro Cafe" / "Export" / "Fresh"));
+
+    // A dry run previews the group and makes nothing.
+    setDryRun(*engine, true);
+    const auto preview = FileCommands::groupFiles(*engine, {b}, "Preview", "Hydro Cafe");
+    const fs::path previewed = home / "Hydro Cafe" / "Export" / "Preview";
+    EXPECT_EQ(preview->messages[0], "Would make the folder " + previewed.string() + ". Mô phỏng: chưa thay đổi tệp.");
+    EXPECT_EQ(preview->messages[1],
+              "Would move b.png to " + (previewed / "b.png").string() + ". Mô phỏng: chưa thay đổi tệp.");
+    EXPECT_TRUE(hasMessage(*preview, "0 completed, 2 skipped, 0 failed. 0 overwritten."));
+    EXPECT_FALSE(fs::exists(home / "Hydro Cafe" / "Export" / "Preview"));
+
+    ProjectCommands::archiveProject(*engine, "Lotus Spa");
+    EXPECT_EQ(refusal([&] { FileCommands::groupFiles(*engine, {b}, "Late", "Lotus Spa"); }),
+              "Mở lại dự án trước khi chọn.");
+    EXPECT_TRUE(fs::exists(a));
+    EXPECT_TRUE(fs::exists(b));
+    EXPECT_TRUE(engine->executor().journal().document().entries.empty());
 }
 
 }  // namespace

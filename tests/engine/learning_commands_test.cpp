@@ -8,67 +8,23 @@
 
 #include "engine/project_commands.h"
 #include "model/kelo_error.h"
-#include "support/temp_dir.h"
+#include "support/engine_fixture.h"
 
 namespace kelo {
 namespace {
 
-using testing::TempDir;
+using testing::makeOlder;
 using testing::writeFile;
 namespace fs = std::filesystem;
 
-class LearningCommandsTest : public ::testing::Test {
+class LearningCommandsTest : public testing::EngineFixture {
 protected:
-    TempDir dir;
-    fs::path data = dir / "data";
-    fs::path inbox = dir / "Downloads";
-    fs::path home = dir / "Projects";
-    Date clockNow = Date::now().adding(3600);
-
-    void SetUp() override {
-        fs::create_directories(inbox);
-        fs::create_directories(home / "Hydro Cafe");
-        fs::create_directories(home / "Lotus Spa");
-    }
-
-    std::unique_ptr<Engine> start() {
-        Clock clock = [this] { return clockNow; };
-        return std::make_unique<Engine>(data, clock, Trash::Environment{dir / "trash-home", ::getuid(), clock});
-    }
-
-    std::unique_ptr<Engine> startWithFolders() {
-        auto engine = start();
-        engine->addGrant(inbox, FolderGrant::Role::watch);
-        engine->addGrant(home, FolderGrant::Role::projectHome);
-        return engine;
-    }
-
-    static std::string refusal(const std::function<void()>& action) {
-        try {
-            action();
-        } catch (const KeloError& e) {
-            return e.message();
-        }
-        return "(no refusal)";
-    }
+    void SetUp() override { makeFolders({"Hydro Cafe", "Lotus Spa"}); }
 
     static Uuid idOf(const AppState& state, const std::string& name) {
         for (const auto& project : state.projects)
             if (project.name == name) return project.id;
         throw std::runtime_error("no project " + name);
-    }
-
-    static const Classification& classificationNamed(const Snapshot& snapshot, const std::string& filename) {
-        for (const auto& c : *snapshot.classifications)
-            if (c.file.filename() == filename) return c;
-        throw std::runtime_error("no classification for " + filename);
-    }
-
-    // The score the file has for the project, 0 when it is no candidate.
-    static int scoreFor(const Snapshot& snapshot, const std::string& filename, const Uuid& project) {
-        for (const auto& candidate : classificationNamed(snapshot, filename).candidates)
-            if (candidate.projectID == project) return candidate.score;
-        return 0;
     }
 
     static const Association* association(const LearningData& learning, const std::string& token, const Uuid& project) {
@@ -188,8 +144,7 @@ TEST_F(LearningCommandsTest, IgnoredFilesAndClustersUntilRestoredOrChanged) {
     engine = start();
     EXPECT_TRUE(engine->scan()->nameSuggestions->empty());
     EXPECT_TRUE(isIgnored(engine->state(), menu));
-    fs::last_write_time(inbox / "mango menu.pdf",
-                        fs::last_write_time(inbox / "mango menu.pdf") - std::chrono::hours(2));
+    makeOlder(inbox / "mango menu.pdf", std::chrono::hours(2));
     const SnapshotPtr rescanned = engine->scan();
     EXPECT_FALSE(isIgnored(*rescanned->state, classificationNamed(*rescanned, "mango menu.pdf").file));
 

@@ -9,72 +9,18 @@
 #include "engine/learning_commands.h"
 #include "model/kelo_error.h"
 #include "operations/operation_executor.h"
-#include "support/temp_dir.h"
+#include "support/engine_fixture.h"
 
 namespace kelo {
 namespace {
 
 using testing::readFile;
-using testing::TempDir;
 using testing::writeFile;
 namespace fs = std::filesystem;
 
-class ProjectCommandsTest : public ::testing::Test {
+class ProjectCommandsTest : public testing::EngineFixture {
 protected:
-    TempDir dir;
-    fs::path data = dir / "data";
-    fs::path inbox = dir / "Downloads";
-    fs::path home = dir / "Projects";
-    fs::path trashHome = dir / "trash-home";
-    // An hour ahead, so the files the test writes are old enough for every check.
-    Date clockNow = Date::now().adding(3600);
-
-    void SetUp() override {
-        fs::create_directories(inbox);
-        fs::create_directories(home / "Hydro Cafe");
-        fs::create_directories(home / "Lotus Spa" / "Export");
-        fs::create_directories(trashHome);
-    }
-
-    std::unique_ptr<Engine> start() {
-        Clock clock = [this] { return clockNow; };
-        return std::make_unique<Engine>(data, clock, Trash::Environment{trashHome, ::getuid(), clock});
-    }
-
-    // A started engine with the inbox and the project home approved.
-    std::unique_ptr<Engine> startWithFolders() {
-        auto engine = start();
-        engine->addGrant(inbox, FolderGrant::Role::watch);
-        engine->addGrant(home, FolderGrant::Role::projectHome);
-        return engine;
-    }
-
-    static void setDryRun(Engine& engine, bool on) {
-        Settings settings = engine.state().settings;
-        settings.dryRun = on;
-        engine.updateSettings(settings);
-    }
-
-    static std::string refusal(const std::function<void()>& action) {
-        try {
-            action();
-        } catch (const KeloError& e) {
-            return e.message();
-        }
-        return "(no refusal)";
-    }
-
-    static const Project* named(const AppState& state, const std::string& name) {
-        for (const auto& project : state.projects)
-            if (project.name == name) return &project;
-        return nullptr;
-    }
-
-    static const Classification& classificationNamed(const Snapshot& snapshot, const std::string& filename) {
-        for (const auto& c : *snapshot.classifications)
-            if (c.file.filename() == filename) return c;
-        throw std::runtime_error("no classification for " + filename);
-    }
+    void SetUp() override { makeFolders({"Hydro Cafe", "Lotus Spa/Export"}); }
 };
 
 TEST_F(ProjectCommandsTest, NewProjectCreatesItsFolderWithCategoryFoldersEvenUnderDryRun) {
@@ -85,7 +31,7 @@ TEST_F(ProjectCommandsTest, NewProjectCreatesItsFolderWithCategoryFoldersEvenUnd
     const fs::path folder = home / "Moon Bakery";
     for (const char* category : {"Working", "Export", "Assets", "Reference"})
         EXPECT_TRUE(fs::is_directory(folder / category)) << category;
-    const Project* project = named(*snapshot->state, "Moon Bakery");
+    const Project* project = projectNamed(*snapshot->state, "Moon Bakery");
     ASSERT_NE(project, nullptr);
     EXPECT_EQ(project->destinationFolder, folder);
     EXPECT_EQ(project->status, ProjectStatus::active);
@@ -97,8 +43,8 @@ TEST_F(ProjectCommandsTest, NewProjectCreatesItsFolderWithCategoryFoldersEvenUnd
     engine.reset();
     auto restarted = start();
     const SnapshotPtr again = restarted->scan();
-    ASSERT_NE(named(*again->state, "Moon Bakery"), nullptr);
-    EXPECT_EQ(named(*again->state, "Moon Bakery")->id, id);
+    ASSERT_NE(projectNamed(*again->state, "Moon Bakery"), nullptr);
+    EXPECT_EQ(projectNamed(*again->state, "Moon Bakery")->id, id);
     EXPECT_EQ(again->state->projects.size(), 3u);
 }
 
@@ -131,7 +77,7 @@ TEST_F(ProjectCommandsTest, AliasesChangeWhatMatchesAndAreSaved) {
     const SnapshotPtr added = ProjectCommands::addAlias(*engine, "hydro cafe", "Mimosa");
     EXPECT_EQ(added->messages, (std::vector<std::string>{"Added the alias Mimosa to Hydro Cafe."}));
     const auto& after = classificationNamed(*added, "mimosa menu.psd");
-    EXPECT_EQ(after.candidates.front().projectID, named(*added->state, "Hydro Cafe")->id);
+    EXPECT_EQ(after.candidates.front().projectID, projectNamed(*added->state, "Hydro Cafe")->id);
     EXPECT_EQ(after.candidates.front().signals.front().reason, "Alias: Mimosa");
     EXPECT_EQ(after.candidates.front().signals.front().points, 72);
 
@@ -147,9 +93,9 @@ TEST_F(ProjectCommandsTest, AliasesChangeWhatMatchesAndAreSaved) {
     engine.reset();
     engine = start();
     engine->scan();
-    EXPECT_EQ(named(engine->state(), "Hydro Cafe")->aliases, (std::vector<std::string>{"Mimosa"}));
+    EXPECT_EQ(projectNamed(engine->state(), "Hydro Cafe")->aliases, (std::vector<std::string>{"Mimosa"}));
     const SnapshotPtr removed = ProjectCommands::removeAlias(*engine, "Hydro Cafe", "mimosa");
-    EXPECT_TRUE(named(*removed->state, "Hydro Cafe")->aliases.empty());
+    EXPECT_TRUE(projectNamed(*removed->state, "Hydro Cafe")->aliases.empty());
     EXPECT_EQ(classificationNamed(*removed, "mimosa menu.psd").candidates.front().score, 0);
 }
 
@@ -162,7 +108,7 @@ TEST_F(ProjectCommandsTest, ArchiveKeepsAConfirmedFileFromBeingReady) {
     EXPECT_EQ(confirmed.state, ConfidenceState::ready);
 
     const SnapshotPtr archived = ProjectCommands::archiveProject(*engine, "Hydro Cafe");
-    EXPECT_EQ(named(*archived->state, "Hydro Cafe")->status, ProjectStatus::archived);
+    EXPECT_EQ(projectNamed(*archived->state, "Hydro Cafe")->status, ProjectStatus::archived);
     const auto& capped = classificationNamed(*archived, "hydro cafe post.psd");
     EXPECT_EQ(capped.candidates.front().score, 100);
     EXPECT_EQ(capped.state, ConfidenceState::probably);
@@ -172,7 +118,7 @@ TEST_F(ProjectCommandsTest, ArchiveKeepsAConfirmedFileFromBeingReady) {
 
     engine.reset();
     engine = start();
-    EXPECT_EQ(named(engine->state(), "Hydro Cafe")->status, ProjectStatus::archived);
+    EXPECT_EQ(projectNamed(engine->state(), "Hydro Cafe")->status, ProjectStatus::archived);
     engine->scan();
     const SnapshotPtr reopened = ProjectCommands::reopenProject(*engine, "Hydro Cafe");
     EXPECT_EQ(classificationNamed(*reopened, "hydro cafe post.psd").state, ConfidenceState::ready);
@@ -210,7 +156,7 @@ TEST_F(ProjectCommandsTest, TrashProjectMovesTheJobFolderAndForgetsTheProject) {
               (std::vector<std::string>{"Would move the folder of Lotus Spa (" + (home / "Lotus Spa").string() +
                                         ") to the Trash. " + std::string(kDryRunMessage)}));
     EXPECT_TRUE(fs::exists(home / "Lotus Spa" / "Export" / "logo.png"));
-    EXPECT_NE(named(engine->state(), "Lotus Spa"), nullptr);
+    EXPECT_NE(projectNamed(engine->state(), "Lotus Spa"), nullptr);
 
     setDryRun(*engine, false);
     const SnapshotPtr trashed = ProjectCommands::trashProject(*engine, "Lotus Spa");
@@ -220,14 +166,14 @@ TEST_F(ProjectCommandsTest, TrashProjectMovesTheJobFolderAndForgetsTheProject) {
     EXPECT_TRUE(fs::exists(trashHome / "Trash" / "info" / "Lotus Spa.trashinfo"));
     ASSERT_FALSE(trashed->messages.empty());
     EXPECT_EQ(trashed->messages[0], "Moved the folder of Lotus Spa to the Trash: " + inTrash.string());
-    EXPECT_EQ(named(*trashed->state, "Lotus Spa"), nullptr);
+    EXPECT_EQ(projectNamed(*trashed->state, "Lotus Spa"), nullptr);
     EXPECT_TRUE(trashed->state->assignments.empty());
     EXPECT_TRUE(fs::exists(inbox / "spa flyer.pdf"));
 
     engine.reset();
     engine = start();
     engine->scan();
-    EXPECT_EQ(named(engine->state(), "Lotus Spa"), nullptr);
+    EXPECT_EQ(projectNamed(engine->state(), "Lotus Spa"), nullptr);
     EXPECT_EQ(engine->state().projects.size(), 1u);
 }
 
@@ -254,7 +200,7 @@ TEST_F(ProjectCommandsTest, DeferredSuggestionsStayDeferredAfterARestartAndAccep
     EXPECT_EQ(tokens(*engine->scan()), (std::vector<std::string>{"kiwi"}));
 
     const SnapshotPtr accepted = ProjectCommands::acceptNameSuggestion(*engine, "kiwi");
-    const Project* kiwi = named(*accepted->state, "Kiwi");
+    const Project* kiwi = projectNamed(*accepted->state, "Kiwi");
     ASSERT_NE(kiwi, nullptr);
     EXPECT_TRUE(fs::is_directory(home / "Kiwi" / "Working"));
     EXPECT_TRUE(tokens(*accepted).empty());

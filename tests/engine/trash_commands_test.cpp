@@ -8,52 +8,21 @@
 #include "engine/learning_commands.h"
 #include "model/kelo_error.h"
 #include "operations/operation_executor.h"
-#include "support/temp_dir.h"
+#include "support/engine_fixture.h"
 
 namespace kelo {
 namespace {
 
 using testing::readFile;
-using testing::TempDir;
 using testing::writeFile;
 namespace fs = std::filesystem;
 
-class TrashCommandsTest : public ::testing::Test {
+class TrashCommandsTest : public testing::EngineFixture {
 protected:
-    TempDir dir;
-    fs::path data = dir / "data";
-    fs::path inbox = dir / "Downloads";
-    fs::path home = dir / "Projects";
-    fs::path trashHome = dir / "trash-home";
     fs::path trashFiles = trashHome / "Trash" / "files";
     fs::path trashInfo = trashHome / "Trash" / "info";
-    Date clockNow = Date::now().adding(3600);
 
-    void SetUp() override {
-        fs::create_directories(inbox);
-        fs::create_directories(home / "Hydro Cafe");
-        fs::create_directories(trashHome);
-    }
-
-    std::unique_ptr<Engine> start(bool dryRun) {
-        Clock clock = [this] { return clockNow; };
-        auto engine = std::make_unique<Engine>(data, clock, Trash::Environment{trashHome, ::getuid(), clock});
-        engine->addGrant(inbox, FolderGrant::Role::watch);
-        engine->addGrant(home, FolderGrant::Role::projectHome);
-        Settings settings = engine->state().settings;
-        settings.dryRun = dryRun;
-        engine->updateSettings(settings);
-        return engine;
-    }
-
-    static std::string refusal(const std::function<void()>& action) {
-        try {
-            action();
-        } catch (const KeloError& e) {
-            return e.message();
-        }
-        return "(no refusal)";
-    }
+    void SetUp() override { makeFolders({"Hydro Cafe"}); }
 
     static std::vector<std::string> filenames(const Snapshot& snapshot) {
         std::vector<std::string> out;
@@ -65,7 +34,7 @@ protected:
 TEST_F(TrashCommandsTest, TrashThenUndoRoundTrip) {
     writeFile(inbox / "hydro cafe old.psd", "layers");
     writeFile(inbox / "keep.pdf", "keep");
-    auto engine = start(false);
+    auto engine = startWithFolders(false);
     EXPECT_FALSE(engine->snapshot()->canUndoTrash);
     LearningCommands::feedback(*engine, inbox / "hydro cafe old.psd", "Hydro Cafe", true);
     ASSERT_EQ(engine->state().assignments.size(), 1u);
@@ -100,7 +69,7 @@ TEST_F(TrashCommandsTest, TrashThenUndoRoundTrip) {
 
 TEST_F(TrashCommandsTest, DryRunReportsAndChangesNothing) {
     writeFile(inbox / "draft.psd", "draft");
-    auto engine = start(true);
+    auto engine = startWithFolders(true);
     const SnapshotPtr simulated = TrashCommands::trashFile(*engine, inbox / "draft.psd");
     EXPECT_EQ(simulated->messages,
               (std::vector<std::string>{"Would move draft.psd to the Trash. " + std::string(kDryRunMessage)}));
@@ -111,7 +80,7 @@ TEST_F(TrashCommandsTest, DryRunReportsAndChangesNothing) {
 
 TEST_F(TrashCommandsTest, RefusesAChangedFileAndKeepsBothOnAnUndoIntoATakenName) {
     writeFile(inbox / "draft.psd", "draft");
-    auto engine = start(false);
+    auto engine = startWithFolders(false);
     engine->scan();
     writeFile(inbox / "draft.psd", "rewritten since the scan");
     EXPECT_EQ(refusal([&] { TrashCommands::trashFile(*engine, inbox / "draft.psd"); }),
@@ -130,7 +99,7 @@ TEST_F(TrashCommandsTest, RefusesAChangedFileAndKeepsBothOnAnUndoIntoATakenName)
 
 TEST_F(TrashCommandsTest, RefusesAFileWhoseFolderIsNoLongerApproved) {
     writeFile(inbox / "draft.psd", "draft");
-    auto engine = start(false);
+    auto engine = startWithFolders(false);
     engine->scan();
     engine->removeGrant(engine->state().grants[0].id.text());  // the inbox; the listing is still the old one
     EXPECT_EQ(refusal([&] { TrashCommands::trashFile(*engine, inbox / "draft.psd"); }),

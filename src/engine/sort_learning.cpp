@@ -1,0 +1,79 @@
+#include "engine/sort_learning.h"
+
+#include <algorithm>
+#include <set>
+
+#include "classify/learning.h"
+
+namespace kelo::SortLearning {
+
+namespace {
+
+// The file as it lies after the move: its fingerprint names the assignment.
+std::string placedFingerprint(const std::filesystem::path& place, const FileIdentity& identity) {
+    FileRecord placed;
+    placed.url = place;
+    placed.identity = identity;
+    return placed.fingerprint();
+}
+
+void commit(Engine& engine, AppState next) {
+    engine.commitState(std::move(next));
+    engine.invalidateClassifications();
+}
+
+}  // namespace
+
+std::optional<Classification> classificationOf(Engine& engine, const FileRecord& file) {
+    const std::string fingerprint = file.fingerprint();
+    for (const auto& classification : *engine.classifications())
+        if (classification.file.fingerprint() == fingerprint) return classification;
+    return std::nullopt;
+}
+
+std::optional<Uuid> rejectedSuggestion(const Classification* classification, const Uuid& chosen) {
+    if (!classification || classification->state == ConfidenceState::noIdea || classification->candidates.empty())
+        return std::nullopt;
+    const Uuid suggested = classification->candidates.front().projectID;
+    if (suggested == chosen) return std::nullopt;
+    return suggested;
+}
+
+void learn(Engine& engine, const std::vector<Decision>& decisions, const BatchResult& result) {
+    const std::set<Uuid> completed(result.completed.begin(), result.completed.end());
+    AppState next = engine.state();
+    Learning learning(next.learning);
+    const Date now = engine.now();
+    bool changed = false;
+    for (const auto& decision : decisions) {
+        if (!completed.contains(decision.operation)) continue;
+        learning.record(decision.file.filename(), decision.project, decision.rejected, decision.operation, now);
+        const std::string placed = placedFingerprint(decision.destination, decision.file.identity);
+        next.assignments[placed] = Assignment{placed, decision.project, decision.category};
+        for (auto& project : next.projects)
+            if (project.id == decision.project) project.lastActivity = now;
+        changed = true;
+    }
+    if (changed) commit(engine, std::move(next));
+}
+
+std::size_t forgetUndone(Engine& engine, const OperationPlan& undoPlan, const BatchResult& result) {
+    const std::set<Uuid> completed(result.completed.begin(), result.completed.end());
+    AppState next = engine.state();
+    Learning learning(next.learning);
+    std::size_t reversed = 0;
+    bool changed = false;
+    for (const auto& undo : undoPlan.operations) {
+        if (!completed.contains(undo.id) || !undo.reverses || !undo.expected) continue;
+        // The undo's source is where the move put the file, as it was then.
+        changed |= next.assignments.erase(placedFingerprint(undo.source, *undo.expected)) > 0;
+        if (learning.reverse(*undo.reverses)) {
+            ++reversed;
+            changed = true;
+        }
+    }
+    if (changed) commit(engine, std::move(next));
+    return reversed;
+}
+
+}  // namespace kelo::SortLearning
