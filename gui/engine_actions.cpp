@@ -65,9 +65,7 @@ EngineCommand rename(std::filesystem::path file, NameParts parts) {
 EngineCommand group(std::vector<std::filesystem::path> files, std::string folderName,
                     std::optional<std::string> project) {
     return [files = std::move(files), folderName = std::move(folderName), project](Engine& engine) {
-        // PROJECT: pass `project` here once FileCommands::groupFiles takes a target project.
-        (void)project;
-        return FileCommands::groupFiles(engine, files, folderName);
+        return FileCommands::groupFiles(engine, files, folderName, project);
     };
 }
 

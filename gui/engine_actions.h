@@ -52,8 +52,8 @@ EngineCommand sortFile(std::filesystem::path file, Placement placement);
 EngineCommand keepBoth(std::filesystem::path file, Placement placement);
 // Composes the new name from `parts` and the file's extension, then renames.
 EngineCommand rename(std::filesystem::path file, NameParts parts);
-// A new folder `folderName` for the files; `project` names the project whose folder
-// it goes into, when the engine takes one.
+// A new folder `folderName` for the files: inside the project's folder when
+// `project` is given, otherwise beside files that already lie in a project home.
 EngineCommand group(std::vector<std::filesystem::path> files, std::string folderName,
                     std::optional<std::string> project = std::nullopt);
 EngineCommand undoBatch(std::string batchId);

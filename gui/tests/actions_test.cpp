@@ -131,7 +131,7 @@ private Q_SLOTS:
     void nameConflictOffersKeepBoth();
     void archivedProjectRefusesSortsVerbatimUntilReopened();
     void confirmRejectLeaveAloneAndRestore();
-    void renameComposesTheReviewedNameAndGroupingShowsTheRefusal();
+    void renameComposesTheReviewedNameAndGroupingGoesIntoAProject();
     void trashThenPutBack();
     void projectAliasesNewProjectAndTrash();
     void nameSuggestionsAndClusters();
@@ -280,7 +280,7 @@ void ActionsTest::confirmRejectLeaveAloneAndRestore() {
     QVERIFY(!restore->isEnabled());
 }
 
-void ActionsTest::renameComposesTheReviewedNameAndGroupingShowsTheRefusal() {
+void ActionsTest::renameComposesTheReviewedNameAndGroupingGoesIntoAProject() {
     {
         // The dialog shows the name the parts make, or the rule's refusal.
         RenameDialog dialog("Untitled-1.ai", {"Hydro", "Logo", ""});
@@ -312,11 +312,26 @@ void ActionsTest::renameComposesTheReviewedNameAndGroupingShowsTheRefusal() {
     w.selectFiles({"mango tea label 1.ai", "mango tea label 2.ai"});
     page->groupSelected("Mango", QString());
     QVERIFY(settle(w.model));
-    QVERIFY2(w.bar().startsWith("No file can be grouped: ") && w.bar().endsWith(" Nothing changed."),
+    QVERIFY2(w.bar().startsWith("Left mango tea label 1.ai and mango tea label 2.ai where they are"),
              qPrintable(w.bar()));
     QCOMPARE(w.bar(), w.model.refusal());
     QVERIFY(fs::exists(w.inbox / "mango tea label 1.ai"));
     QVERIFY(!fs::exists(w.inbox / "Mango"));
+
+    // Grouped into a project, they go into a new folder inside it.
+    QString lotus;
+    for (const auto& project : w.model.snapshot()->state->projects)
+        if (project.name == "Lotus Spa") lotus = QString::fromStdString(project.id.text());
+    QVERIFY(!lotus.isEmpty());
+    w.selectFiles({"mango tea label 1.ai", "mango tea label 2.ai"});
+    page->groupSelected("Mango", lotus);
+    QVERIFY(settle(w.model));
+    QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
+    QVERIFY(!fs::exists(w.inbox / "mango tea label 1.ai"));
+    bool found = false;
+    for (const auto& entry : fs::recursive_directory_iterator(w.home / "Lotus Spa"))
+        if (entry.path().filename() == "mango tea label 2.ai") found = entry.path().parent_path().filename() == "Mango";
+    QVERIFY(found);
 }
 
 void ActionsTest::trashThenPutBack() {
