@@ -24,6 +24,7 @@
 #include "gui/projects_page.h"
 #include "gui/rename_dialog.h"
 #include "gui/settings_page.h"
+#include "gui/tests/isolated_app.h"
 #include "support/temp_dir.h"
 
 using kelo::testing::TempDir;
@@ -491,19 +492,7 @@ void ActionsTest::namingDetailAndResetLearning() {
 }
 
 int main(int argc, char** argv) {
-    // Settings, the Trash and the runtime folder all point into a temporary folder.
-    TempDir home;
-    for (const char* variable : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_RUNTIME_DIR"}) {
-        const auto folder = home / variable;
-        std::filesystem::create_directories(folder);
-        std::filesystem::permissions(folder, std::filesystem::perms::owner_all);
-        qputenv(variable, QByteArray::fromStdString(folder.string()));
-    }
-    QApplication app(argc, argv);
-    QApplication::setOrganizationName("Kelo");
-    QApplication::setApplicationName("Kelo");
-    ActionsTest test;
-    return QTest::qExec(&test, argc, argv);
+    return kelo::gui::runIsolated<ActionsTest>(argc, argv);
 }
 
 #include "actions_test.moc"

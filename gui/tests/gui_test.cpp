@@ -23,6 +23,7 @@
 #include "gui/main_window.h"
 #include "gui/onboarding_dialog.h"
 #include "gui/single_instance.h"
+#include "gui/tests/isolated_app.h"
 #include "support/temp_dir.h"
 
 using kelo::testing::TempDir;
@@ -454,19 +455,7 @@ void GuiTest::secondLaunchRaisesTheFirstWindow() {
 }
 
 int main(int argc, char** argv) {
-    // Settings, the Trash and the runtime folder all point into a temporary folder.
-    TempDir home;
-    for (const char* variable : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_RUNTIME_DIR"}) {
-        const auto folder = home / variable;
-        std::filesystem::create_directories(folder);
-        std::filesystem::permissions(folder, std::filesystem::perms::owner_all);
-        qputenv(variable, QByteArray::fromStdString(folder.string()));
-    }
-    QApplication app(argc, argv);
-    QApplication::setOrganizationName("Kelo");
-    QApplication::setApplicationName("Kelo");
-    GuiTest test;
-    return QTest::qExec(&test, argc, argv);
+    return kelo::gui::runIsolated<GuiTest>(argc, argv);
 }
 
 #include "gui_test.moc"
