@@ -56,11 +56,8 @@ LogCalls LogCalls::system() {
                     [](int fd) { return ::fsync(fd); }};
 }
 
-std::vector<std::string> JournalLog::readRecords(const std::filesystem::path& path) {
+std::vector<std::string> JournalLog::records(std::string_view data) {
     std::vector<std::string> records;
-    auto bytes = store_detail::readIfPresent(path);
-    if (!bytes) return records;
-    const std::string& data = *bytes;
     std::size_t offset = 0;
     while (data.size() - offset >= kHeaderSize) {
         const std::uint32_t length = getLittleEndian(data.data() + offset);
@@ -78,6 +75,14 @@ JournalLog JournalLog::createEmpty(const std::filesystem::path& path, LogCalls c
     store_detail::writeDurably(path, "");
     UniqueFd fd(::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOFOLLOW));
     if (!fd) throwErrno(errno, path);
+    return JournalLog(path, std::move(fd), std::move(calls));
+}
+
+JournalLog JournalLog::openEmpty(const std::filesystem::path& path, LogCalls calls) {
+    UniqueFd fd(::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOFOLLOW));
+    if (!fd) throwErrno(errno, path);
+    UniqueFd folder(::open(path.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder || ::fsync(folder.get()) != 0) throwErrno(errno, path);
     return JournalLog(path, std::move(fd), std::move(calls));
 }
 

@@ -24,7 +24,8 @@ constexpr std::string_view kNotAuthorized = "File coordination did not authorize
 constexpr std::string_view kNotAFolder = "Destination component is not a folder.";
 constexpr std::string_view kOutsideAccess = "Cannot create folders outside approved access.";
 constexpr std::string_view kProjectOutsideHome = "New project must be directly inside the selected project home.";
-constexpr std::string_view kInterruptedDirectory = "Interrupted directory operation. Folder preserved; inspect manually.";
+constexpr std::string_view kInterruptedDirectory =
+    "Interrupted directory operation. Folder preserved; inspect manually.";
 constexpr std::string_view kInterruptedOperation = "Interrupted operation; no retry. Inspect source and destination.";
 
 // The user-facing text of any failure: a refusal's sentence or the system's own words.
@@ -65,6 +66,8 @@ OperationExecutor::OperationExecutor(std::unique_ptr<OperationJournal> journal, 
       operator_(std::move(fileOperator)),
       coordinator_(coordinator != nullptr ? coordinator : &defaultCoordinator_) {}
 
+// Folds anything left in the journal's log, and tells whether the journal can take
+// this batch's records: a log that failed an append is replaced here or refused.
 bool OperationExecutor::journalWritable() {
     try {
         journal_->checkpoint();
@@ -79,8 +82,8 @@ void OperationExecutor::validate(const PlannedOperation& operation, const Access
 }
 
 std::optional<std::string> OperationExecutor::issueFor(const OperationPlan& plan, const PlannedOperation& operation,
-                                                       std::vector<std::string>& destinations,
-                                                       const AccessScope& scope, bool journalAvailable) const {
+                                                       std::vector<std::string>& destinations, const AccessScope& scope,
+                                                       bool journalAvailable) const {
     if (operation.batchID != plan.operations.front().batchID) return std::string(kInconsistentBatch);
     const std::string key = PathSafety::key(operation.destination);
     if (std::find(destinations.begin(), destinations.end(), key) != destinations.end())
@@ -178,9 +181,9 @@ void OperationExecutor::runOne(const PlannedOperation& operation, const AccessSc
         } catch (const std::exception&) {
             // The log still holds every acknowledged mark; the next open folds it in.
         }
-        throw KeloError::unsafe("Batch stopped. This operation may have completed: " +
-                                operation.source.filename().string() +
-                                ". Scan to reconcile the journal before continuing. " + describe(error));
+        throw KeloError::unsafe(
+            "Batch stopped. This operation may have completed: " + operation.source.filename().string() +
+            ". Scan to reconcile the journal before continuing. " + describe(error));
     }
 }
 
@@ -191,17 +194,16 @@ void OperationExecutor::perform(const PlannedOperation& operation, const AccessS
         return;
     }
     bool ran = false;
-    coordinator_->coordinateMove(
-        operation.source, operation.destination,
-        [&](const std::filesystem::path& source, const std::filesystem::path& destination) {
-            ran = true;
-            if (source != operation.source || destination != operation.destination)
-                throw KeloError::unsafe(std::string(kPathsChanged));
-            validate(operation, scope);
-            coordinator_->willMove(source, destination);
-            operator_.moveWithoutReplacement(source, destination, *operation.expected);
-            coordinator_->didMove(source, destination);
-        });
+    coordinator_->coordinateMove(operation.source, operation.destination,
+                                 [&](const std::filesystem::path& source, const std::filesystem::path& destination) {
+                                     ran = true;
+                                     if (source != operation.source || destination != operation.destination)
+                                         throw KeloError::unsafe(std::string(kPathsChanged));
+                                     validate(operation, scope);
+                                     coordinator_->willMove(source, destination);
+                                     operator_.moveWithoutReplacement(source, destination, *operation.expected);
+                                     coordinator_->didMove(source, destination);
+                                 });
     if (!ran) throw KeloError::unsafe(std::string(kNotAuthorized));
 }
 
@@ -231,8 +233,9 @@ void OperationExecutor::ensureDirectories(const std::filesystem::path& folder, c
     }
 
     for (const auto& path : missing) {
-        PlannedOperation create{Uuid::random(), batchID, path.parent_path(), path, std::nullopt,
-                                OperationType::createDirectory, std::nullopt};
+        PlannedOperation create{Uuid::random(), batchID,      path.parent_path(),
+                                path,           std::nullopt, OperationType::createDirectory,
+                                std::nullopt};
         journal_->prepare({create});
         try {
             validate(create, scope);
@@ -269,8 +272,8 @@ OperationPlan OperationExecutor::undoPlan(const Uuid& batchID) const {
         const PlannedOperation& done = it->operation;
         if (done.batchID != batchID || it->status != OperationStatus::completed) continue;
         if (done.type != OperationType::move && done.type != OperationType::rename) continue;
-        plan.operations.push_back({Uuid::random(), undoBatch, done.destination, done.source, done.expected,
-                                   OperationType::undo, done.id});
+        plan.operations.push_back(
+            {Uuid::random(), undoBatch, done.destination, done.source, done.expected, OperationType::undo, done.id});
     }
     return plan;
 }
@@ -310,12 +313,16 @@ std::vector<std::string> OperationExecutor::reconcile(const AccessScope& scope) 
     }
 
     // An undo and the mark of what it reversed agree even after a crash between them.
-    for (const auto& entry : std::vector<JournalEntry>(journal_->document().entries)) {
+    // Marks change statuses only, so positions stay valid while we walk.
+    const auto& entries = journal_->document().entries;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const JournalEntry& entry = entries[i];
         if (entry.operation.type != OperationType::undo || entry.status != OperationStatus::completed) continue;
         if (!entry.operation.reverses) continue;
-        const JournalEntry* reversed = journal_->entry(*entry.operation.reverses);
+        const Uuid reverses = *entry.operation.reverses;
+        const JournalEntry* reversed = journal_->entry(reverses);
         if (reversed != nullptr && reversed->status != OperationStatus::undone)
-            journal_->mark(*entry.operation.reverses, OperationStatus::undone);
+            journal_->mark(reverses, OperationStatus::undone);
     }
     journal_->checkpoint();
     return messages;

@@ -82,7 +82,9 @@ void from_json(const Json& in, JournalDocument& d) {
 
 OperationJournal::OperationJournal(std::filesystem::path url, Clock clock, LogCalls calls)
     : url_(std::move(url)), clock_(std::move(clock)), calls_(std::move(calls)) {
-    if (auto bytes = store_detail::readIfPresent(url_)) {
+    const std::optional<std::string> bytes = store_detail::readIfPresent(url_);
+    const bool documentFound = bytes.has_value();
+    if (bytes) {
         const Json json = parseDocument(*bytes);
         // The version decides how the rest is read, so it is checked first.
         if (json.is_object() && json.contains("schemaVersion") && json["schemaVersion"].is_number_integer() &&
@@ -93,8 +95,21 @@ OperationJournal::OperationJournal(std::filesystem::path url, Clock clock, LogCa
     for (std::size_t i = 0; i < document_.entries.size(); ++i)
         index_.emplace(document_.entries[i].operation.id, i);  // the first entry of an id wins
 
-    for (const std::string& payload : JournalLog::readRecords(logUrl())) replay(payload);
-    checkpoint();
+    // With no log or an empty one beside it, the document already holds the whole
+    // truth: there is nothing to fold, and appends go to that log (a fresh one when it
+    // is missing). A missing document, or anything in the log (records, or a torn
+    // tail that appends must not follow), is folded now.
+    const std::optional<std::string> logBytes = store_detail::readIfPresent(logUrl());
+    if (logBytes)
+        for (const std::string& payload : JournalLog::records(*logBytes)) replay(payload);
+    if (!documentFound || (logBytes && !logBytes->empty())) {
+        unfolded_ = true;
+        checkpoint();
+    } else if (logBytes) {
+        log_ = JournalLog::openEmpty(logUrl(), calls_);
+    } else {
+        log_ = JournalLog::createEmpty(logUrl(), calls_);
+    }
 }
 
 std::filesystem::path OperationJournal::logUrl() const {
@@ -153,6 +168,7 @@ void OperationJournal::prepare(const std::vector<PlannedOperation>& operations) 
 
     Json record = Json::object();
     record[kPrepareKey] = encodeValue(entries);
+    unfolded_ = true;
     log_.append(compact(record));  // durable before memory changes
     apply(entries);
 }
@@ -174,6 +190,7 @@ void OperationJournal::mark(const Uuid& id, OperationStatus status, std::optiona
 
     Json record = Json::object();
     record[kMarkKey] = encodeValue(MarkRecord{id, status, error, kept});
+    unfolded_ = true;
     log_.append(compact(record));
     applyMark(it->second, status, std::move(error), kept);
 }
@@ -187,6 +204,9 @@ void OperationJournal::applyMark(std::size_t position, OperationStatus status, s
 }
 
 void OperationJournal::checkpoint() {
+    // Nothing recorded since the last fold and the log empty and open: the document on
+    // disk is already the journal, and rewriting it would change nothing.
+    if (!unfolded_ && !log_.broken()) return;
     // Until both steps succeed nothing more may be appended: a log replaced on disk
     // but not reopened would take appends into a file no longer at its path.
     log_ = JournalLog();
@@ -194,6 +214,7 @@ void OperationJournal::checkpoint() {
     // a crash in between replays records the document already holds, which is harmless.
     LocalStore<JournalDocument>(url_).save(document_);
     log_ = JournalLog::createEmpty(logUrl(), calls_);
+    unfolded_ = false;
 }
 
 const JournalEntry* OperationJournal::entry(const Uuid& id) const {
