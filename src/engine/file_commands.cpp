@@ -143,13 +143,15 @@ SnapshotPtr clean(Engine& engine) {
         engine.now());
     if (plan.operations.empty()) return engine.snapshot({"No file is Ready to clean. Nothing changed."});
 
+    std::map<std::filesystem::path, const CleanCandidate*> bySource;
+    for (const auto& candidate : candidates) bySource.emplace(candidate.file.url, &candidate);
     std::map<Uuid, Sorted> byOperation;
     for (const auto& operation : plan.operations) {
-        for (const auto& candidate : candidates) {
-            if (candidate.file.url != operation.source) continue;
-            byOperation.emplace(operation.id, Sorted{candidate.file, operation.destination,
-                                                     *candidate.predictedProject, candidate.category, std::nullopt});
-        }
+        const auto it = bySource.find(operation.source);
+        if (it == bySource.end()) continue;
+        const CleanCandidate& candidate = *it->second;
+        byOperation.emplace(operation.id, Sorted{candidate.file, operation.destination, *candidate.predictedProject,
+                                                 candidate.category, std::nullopt});
     }
     const auto run = engine.runPlan(plan, engine.openScope());
     learnFromSorts(engine, completedSorts(plan, run.result, byOperation), run.result);
