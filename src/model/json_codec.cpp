@@ -154,6 +154,37 @@ Json parseDocument(std::string_view text) {
     return convert(root);
 }
 
+namespace json_layout {
+
+void appendValue(std::string& out, const Json& value, int level) {
+    // Raw line breaks in a formatted value come only from the layout (strings hold
+    // theirs escaped), so indenting after each one nests the value deeper.
+    const std::string text = value.dump(2, ' ', false, Json::error_handler_t::replace);
+    const std::string indent(static_cast<std::size_t>(2 * level), ' ');
+    std::string_view rest = text;
+    for (std::size_t newline; (newline = rest.find('\n')) != std::string_view::npos;) {
+        out.append(rest.substr(0, newline + 1));
+        out += indent;
+        rest.remove_prefix(newline + 1);
+    }
+    out.append(rest);
+}
+
+void appendKey(std::string& out, std::string_view key, int level, bool first) {
+    out += first ? "{\n" : ",\n";
+    out.append(static_cast<std::size_t>(2 * (level + 1)), ' ');
+    out += Json(std::string(key)).dump();
+    out += ": ";
+}
+
+void closeObject(std::string& out, int level) {
+    out += '\n';
+    out.append(static_cast<std::size_t>(2 * level), ' ');
+    out += '}';
+}
+
+}  // namespace json_layout
+
 std::string formatDocument(const Json& document) {
     // nlohmann's default object type is a std::map, so keys come out sorted. Paths
     // are percent-encoded; a free-text field with invalid UTF-8 (a name copied from

@@ -74,6 +74,19 @@ void to_json(Json& out, const JournalDocument& d) {
     w.put("entries", d.entries);
 }
 
+std::string documentText(const JournalDocument& d) {
+    constexpr std::size_t kTypicalEntryBytes = 640;
+    std::string out;
+    out.reserve(d.entries.size() * kTypicalEntryBytes);
+    json_layout::appendKey(out, "entries", 0, true);
+    json_layout::appendArray(out, d.entries, 1);
+    json_layout::appendKey(out, "schemaVersion", 0, false);
+    json_layout::appendValue(out, encodeValue(d.schemaVersion), 1);
+    json_layout::closeObject(out, 0);
+    out += '\n';
+    return out;
+}
+
 void from_json(const Json& in, JournalDocument& d) {
     JsonReader r(in);
     d.schemaVersion = r.required<std::int64_t>("schemaVersion");

@@ -66,6 +66,8 @@ void to_json(Json& out, const JournalEntry& entry);
 void from_json(const Json& in, JournalEntry& entry);
 void to_json(Json& out, const JournalDocument& document);
 void from_json(const Json& in, JournalDocument& document);
+// formatDocument(encodeValue(document)), written one entry at a time.
+std::string documentText(const JournalDocument& document);
 
 class OperationJournal {
 public:

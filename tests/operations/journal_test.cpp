@@ -143,6 +143,36 @@ TEST(JournalTest, MarksAppendToTheLogWithoutRewritingTheDocument) {
     EXPECT_EQ(decodeValue<JournalDocument>(parseDocument(readFile(dir / "journal.json"))), journal.document());
 }
 
+// The fold writes the document entry by entry; it must be byte for byte the form
+// every other store writes, empty or not, whatever the entries hold.
+TEST(JournalTest, FoldWritesTheStoresDocumentForm) {
+    TempDir dir;
+    const auto path = dir / "journal.json";
+    OperationJournal journal(path, fixedClock());
+    EXPECT_EQ(readFile(path), formatDocument(encodeValue(journal.document())));
+
+    auto ops = makeBatch(3);
+    ops[1].type = OperationType::undo;
+    ops[1].reverses = ops[0].id;
+    ops[2].expected.reset();
+    ops[2].source = "/inbox/Báo giá \"quý\" 3\n.pdf";
+    journal.prepare(ops);
+    journal.mark(ops[0].id, OperationStatus::completed);
+    journal.mark(ops[1].id, OperationStatus::failed, "Name conflict:\tx\xff.pdf already exists.",
+                 OperationOutcome::skipped);
+    journal.checkpoint();
+    EXPECT_EQ(readFile(path), formatDocument(encodeValue(journal.document())));
+
+    // Reopened beside its empty log the document is left exactly as written (the
+    // invalid byte was written as a replacement character).
+    const std::string written = readFile(path);
+    OperationJournal reopened(path, fixedClock());
+    EXPECT_EQ(reopened.document(), decodeValue<JournalDocument>(parseDocument(written)));
+    EXPECT_EQ(reopened.document().entries.size(), 3u);
+    reopened.checkpoint();
+    EXPECT_EQ(readFile(path), written);
+}
+
 TEST(JournalTest, ReplayIgnoresTornLastRecordAtEveryCut) {
     TempDir dir;
     const auto path = dir / "journal.json";
