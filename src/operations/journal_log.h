@@ -42,7 +42,8 @@ public:
 
     // Opens the log already at `path` for appending; the caller has read it and found
     // it empty. Its folder is synced first, so the file appended to is the one found
-    // at that path after a crash.
+    // at that path after a crash. Anything at `path` that is not an empty plain file
+    // is replaced as createEmpty does.
     static JournalLog openEmpty(const std::filesystem::path& path, LogCalls calls);
 
     JournalLog() = default;
