@@ -2,6 +2,9 @@
 
 #include <simdjson.h>
 
+#include <algorithm>
+#include <cctype>
+
 namespace kelo {
 
 static std::string describe(const std::string& path, const std::string& reason) {
@@ -157,6 +160,10 @@ Json parseDocument(std::string_view text) {
 namespace json_layout {
 
 void appendValue(std::string& out, const Json& value, int level) {
+    if (value.is_number()) {
+        out += value.dump();
+        return;
+    }
     // Raw line breaks in a formatted value come only from the layout (strings hold
     // theirs escaped), so indenting after each one nests the value deeper.
     const std::string text = value.dump(2, ' ', false, Json::error_handler_t::replace);
@@ -173,7 +180,15 @@ void appendValue(std::string& out, const Json& value, int level) {
 void appendKey(std::string& out, std::string_view key, int level, bool first) {
     out += first ? "{\n" : ",\n";
     out.append(static_cast<std::size_t>(2 * (level + 1)), ' ');
-    out += Json(std::string(key)).dump();
+    const bool plain =
+        std::all_of(key.begin(), key.end(), [](char c) { return std::isalnum(static_cast<unsigned char>(c)); });
+    if (plain) {
+        out += '"';
+        out += key;
+        out += '"';
+    } else {
+        out += Json(std::string(key)).dump();
+    }
     out += ": ";
 }
 

@@ -74,12 +74,78 @@ void to_json(Json& out, const JournalDocument& d) {
     w.put("entries", d.entries);
 }
 
+namespace {
+
+// One entry laid out as formatDocument lays out encodeValue(entry) at `level`, member
+// by member in sorted key order, without building its tree. Kept in step with the
+// to_json functions by a test that compares the bytes.
+void appendEntry(std::string& out, const JournalEntry& e, int level) {
+    using json_layout::appendKey;
+    using json_layout::appendValue;
+    using json_layout::closeObject;
+    const PlannedOperation& o = e.operation;
+    bool first = true;
+    if (e.error) {
+        appendKey(out, "error", level, true);
+        appendValue(out, Json(*e.error), level + 1);
+        first = false;
+    }
+    appendKey(out, "operation", level, first);
+    appendKey(out, "batchID", level + 1, true);
+    appendValue(out, encodeValue(o.batchID), level + 2);
+    appendKey(out, "destination", level + 1, false);
+    appendValue(out, Json(fileUrl(o.destination)), level + 2);
+    if (o.expected) {
+        appendKey(out, "expected", level + 1, false);
+        appendKey(out, "device", level + 2, true);
+        appendValue(out, Json(o.expected->device), level + 3);
+        appendKey(out, "inode", level + 2, false);
+        appendValue(out, Json(o.expected->inode), level + 3);
+        appendKey(out, "modified", level + 2, false);
+        appendValue(out, encodeValue(o.expected->modified), level + 3);
+        appendKey(out, "size", level + 2, false);
+        appendValue(out, Json(o.expected->size), level + 3);
+        closeObject(out, level + 2);
+    }
+    appendKey(out, "id", level + 1, false);
+    appendValue(out, encodeValue(o.id), level + 2);
+    if (o.reverses) {
+        appendKey(out, "reverses", level + 1, false);
+        appendValue(out, encodeValue(*o.reverses), level + 2);
+    }
+    appendKey(out, "source", level + 1, false);
+    appendValue(out, Json(fileUrl(o.source)), level + 2);
+    appendKey(out, "type", level + 1, false);
+    appendValue(out, encodeValue(o.type), level + 2);
+    closeObject(out, level + 1);
+    if (e.outcome) {
+        appendKey(out, "outcome", level, false);
+        appendValue(out, encodeValue(*e.outcome), level + 1);
+    }
+    appendKey(out, "status", level, false);
+    appendValue(out, encodeValue(e.status), level + 1);
+    appendKey(out, "timestamp", level, false);
+    appendValue(out, encodeValue(e.timestamp), level + 1);
+    closeObject(out, level);
+}
+
+}  // namespace
+
 std::string documentText(const JournalDocument& d) {
     constexpr std::size_t kTypicalEntryBytes = 640;
     std::string out;
     out.reserve(d.entries.size() * kTypicalEntryBytes);
     json_layout::appendKey(out, "entries", 0, true);
-    json_layout::appendArray(out, d.entries, 1);
+    if (d.entries.empty()) {
+        out += "[]";
+    } else {
+        out += '[';
+        for (std::size_t i = 0; i < d.entries.size(); ++i) {
+            out += i == 0 ? "\n    " : ",\n    ";
+            appendEntry(out, d.entries[i], 2);
+        }
+        out += "\n  ]";
+    }
     json_layout::appendKey(out, "schemaVersion", 0, false);
     json_layout::appendValue(out, encodeValue(d.schemaVersion), 1);
     json_layout::closeObject(out, 0);
