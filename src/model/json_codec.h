@@ -263,8 +263,9 @@ void appendKey(std::string& out, std::string_view key, int level, bool first);
 // Closes an object opened with appendKey.
 void closeObject(std::string& out, int level);
 
-template <class T>
-void appendArray(std::string& out, const std::vector<T>& items, int level) {
+// An array, each element written by `write(out, element, elementLevel)`.
+template <class T, class Write>
+void appendArray(std::string& out, const std::vector<T>& items, int level, Write write) {
     if (items.empty()) {
         out += "[]";
         return;
@@ -276,11 +277,18 @@ void appendArray(std::string& out, const std::vector<T>& items, int level) {
         out += first ? "\n" : ",\n";
         first = false;
         out += indent;
-        appendValue(out, encodeValue(item), level + 1);
+        write(out, item, level + 1);
     }
     out += '\n';
     out.append(static_cast<std::size_t>(2 * level), ' ');
     out += ']';
+}
+
+// An array, each element through encodeValue.
+template <class T>
+void appendArray(std::string& out, const std::vector<T>& items, int level) {
+    appendArray(out, items, level,
+                [](std::string& into, const T& item, int at) { appendValue(into, encodeValue(item), at); });
 }
 
 }  // namespace json_layout
