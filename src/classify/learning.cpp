@@ -8,8 +8,17 @@
 namespace kelo {
 
 void Learning::count(const std::string& token, const Uuid& project, int direction, bool confirmation) {
-    auto existing = std::find_if(data_.associations.begin(), data_.associations.end(),
-                                 [&](const Association& a) { return a.projectID == project && a.token == token; });
+    if (!indexed_) {
+        for (std::size_t i = 0; i < data_.associations.size(); ++i) index_[data_.associations[i].token].push_back(i);
+        indexed_ = true;
+    }
+    std::vector<std::size_t>& positions = index_[token];
+    // The first association of the pair, as a search from the front would find it.
+    const auto found = std::find_if(positions.begin(), positions.end(), [&](std::size_t position) {
+        return data_.associations[position].projectID == project;
+    });
+    const auto existing =
+        found == positions.end() ? data_.associations.end() : data_.associations.begin() + static_cast<long>(*found);
     if (existing != data_.associations.end()) {
         int& changed = confirmation ? existing->confirmations : existing->rejections;
         int& other = confirmation ? existing->rejections : existing->confirmations;
@@ -19,6 +28,7 @@ void Learning::count(const std::string& token, const Uuid& project, int directio
     }
     Association created{token, project, 0, 0};
     (confirmation ? created.confirmations : created.rejections) = std::max(direction, 0);
+    positions.push_back(data_.associations.size());
     data_.associations.push_back(std::move(created));
 }
 

@@ -6,7 +6,10 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <string_view>
+#include <unordered_map>
+#include <vector>
 
 #include "model/date.h"
 #include "model/learning_data.h"
@@ -38,6 +41,11 @@ private:
     void count(const std::string& token, const Uuid& project, int direction, bool confirmation);
 
     LearningData& data_;
+    // Position of each (token, project) association in `data_.associations`, built on
+    // first use so a year of decisions is not searched once per token. Associations are
+    // only ever appended, so positions stay valid while this object lives.
+    std::unordered_map<std::string, std::vector<std::size_t>> index_;
+    bool indexed_ = false;
 };
 
 }  // namespace kelo

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <map>
 #include <system_error>
 
 #include "engine/learning_commands.h"
@@ -82,13 +83,17 @@ SnapshotPtr clean(Engine& engine) {
         engine.now());
     if (plan.operations.empty()) return engine.snapshot({"No file is Ready to clean. Nothing changed."});
 
+    // Each operation finds its candidate by source path: a crowded inbox must not
+    // compare every pair.
+    std::map<std::filesystem::path, const CleanCandidate*> bySource;
+    for (const auto& candidate : candidates) bySource.emplace(candidate.file.url, &candidate);
     std::vector<SortLearning::Decision> decisions;
     for (const auto& operation : plan.operations) {
-        for (const auto& candidate : candidates) {
-            if (candidate.file.url != operation.source) continue;
-            decisions.push_back({operation.id, candidate.file, operation.destination, *candidate.predictedProject,
-                                 candidate.category, std::nullopt});
-        }
+        const auto it = bySource.find(operation.source);
+        if (it == bySource.end()) continue;
+        const CleanCandidate& candidate = *it->second;
+        decisions.push_back({operation.id, candidate.file, operation.destination, *candidate.predictedProject,
+                             candidate.category, std::nullopt});
     }
     const auto run = engine.runPlan(plan, engine.openScope());
     SortLearning::learn(engine, decisions, run.result);

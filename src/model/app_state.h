@@ -32,5 +32,8 @@ struct AppState {
 
 void to_json(Json& out, const AppState& value);
 void from_json(const Json& in, AppState& value);
+// formatDocument(encodeValue(state)), with the learning data written one entry at
+// a time; kept in step with to_json by a test that compares the two.
+std::string documentText(const AppState& state);
 
 }  // namespace kelo

@@ -250,4 +250,55 @@ Json parseDocument(std::string_view text);
 // Pretty-prints with two-space indentation and every object's keys sorted.
 std::string formatDocument(const Json& document);
 
+// Writing formatDocument's layout piece by piece, so a document with a long array
+// is written one element at a time instead of through one tree of the whole value
+// (building and freeing that tree costs more than the writing). `level` is how deep
+// the piece sits in the document; the caller gives members in sorted key order.
+namespace json_layout {
+
+// The value as formatDocument lays it out at that depth.
+void appendValue(std::string& out, const Json& value, int level);
+// Opens an object (first member) or continues it, then writes `"key": `.
+void appendKey(std::string& out, std::string_view key, int level, bool first);
+// Closes an object opened with appendKey.
+void closeObject(std::string& out, int level);
+
+// An array, each element written by `write(out, element, elementLevel)`.
+template <class T, class Write>
+void appendArray(std::string& out, const std::vector<T>& items, int level, Write write) {
+    if (items.empty()) {
+        out += "[]";
+        return;
+    }
+    const std::string indent(static_cast<std::size_t>(2 * (level + 1)), ' ');
+    out += '[';
+    bool first = true;
+    for (const T& item : items) {
+        out += first ? "\n" : ",\n";
+        first = false;
+        out += indent;
+        write(out, item, level + 1);
+    }
+    out += '\n';
+    out.append(static_cast<std::size_t>(2 * level), ' ');
+    out += ']';
+}
+
+// An array, each element through encodeValue.
+template <class T>
+void appendArray(std::string& out, const std::vector<T>& items, int level) {
+    appendArray(out, items, level,
+                [](std::string& into, const T& item, int at) { appendValue(into, encodeValue(item), at); });
+}
+
+}  // namespace json_layout
+
+// The bytes a store writes for a value: formatDocument(encodeValue(value)). Types
+// with a long list provide their own `documentText`, found by argument lookup, that
+// writes the same bytes through json_layout.
+template <class T>
+std::string documentText(const T& value) {
+    return formatDocument(encodeValue(value));
+}
+
 }  // namespace kelo

@@ -1,6 +1,7 @@
 #include "operations/journal_log.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <zlib.h>
 
@@ -56,11 +57,8 @@ LogCalls LogCalls::system() {
                     [](int fd) { return ::fsync(fd); }};
 }
 
-std::vector<std::string> JournalLog::readRecords(const std::filesystem::path& path) {
+std::vector<std::string> JournalLog::records(std::string_view data) {
     std::vector<std::string> records;
-    auto bytes = store_detail::readIfPresent(path);
-    if (!bytes) return records;
-    const std::string& data = *bytes;
     std::size_t offset = 0;
     while (data.size() - offset >= kHeaderSize) {
         const std::uint32_t length = getLittleEndian(data.data() + offset);
@@ -78,6 +76,18 @@ JournalLog JournalLog::createEmpty(const std::filesystem::path& path, LogCalls c
     store_detail::writeDurably(path, "");
     UniqueFd fd(::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOFOLLOW));
     if (!fd) throwErrno(errno, path);
+    return JournalLog(path, std::move(fd), std::move(calls));
+}
+
+JournalLog JournalLog::openEmpty(const std::filesystem::path& path, LogCalls calls) {
+    UniqueFd fd(::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOFOLLOW));
+    // Anything but a plain file there (a link, a folder) is replaced instead. A plain
+    // file that is no longer empty was written since it was read: never thrown away.
+    struct stat info {};
+    if (!fd || ::fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode)) return createEmpty(path, std::move(calls));
+    if (info.st_size != 0) throwErrno(EBUSY, path);
+    UniqueFd folder(::open(path.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder || ::fsync(folder.get()) != 0) throwErrno(errno, path);
     return JournalLog(path, std::move(fd), std::move(calls));
 }
 

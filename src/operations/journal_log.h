@@ -31,14 +31,20 @@ struct LogCalls {
 
 class JournalLog {
 public:
-    // The payloads of the intact records, in order. Reading stops at the first record
-    // that is cut short or fails its checksum: only the last append can be torn, since
-    // every earlier one was synced before the next began. A missing file has none.
-    static std::vector<std::string> readRecords(const std::filesystem::path& path);
+    // The payloads of the intact records in a log's bytes, in order. Reading stops at
+    // the first record that is cut short or fails its checksum: only the last append
+    // can be torn, since every earlier one was synced before the next began.
+    static std::vector<std::string> records(std::string_view bytes);
 
     // Replaces whatever log is at `path` with an empty one (atomic replace, file and
     // folder synced) and opens it for appending.
     static JournalLog createEmpty(const std::filesystem::path& path, LogCalls calls);
+
+    // Opens the log already at `path` for appending; the caller has read it and found
+    // it empty. Its folder is synced first, so the file appended to is the one found
+    // at that path after a crash. Anything at `path` that is not an empty plain file
+    // is replaced as createEmpty does.
+    static JournalLog openEmpty(const std::filesystem::path& path, LogCalls calls);
 
     JournalLog() = default;
 

@@ -65,6 +65,8 @@ OperationExecutor::OperationExecutor(std::unique_ptr<OperationJournal> journal, 
       operator_(std::move(fileOperator)),
       coordinator_(coordinator != nullptr ? coordinator : &defaultCoordinator_) {}
 
+// Folds anything left in the journal's log, and tells whether the journal can take
+// this batch's records: a log that failed an append is replaced here or refused.
 bool OperationExecutor::journalWritable() {
     try {
         journal_->checkpoint();
@@ -310,12 +312,16 @@ std::vector<std::string> OperationExecutor::reconcile(const AccessScope& scope) 
     }
 
     // An undo and the mark of what it reversed agree even after a crash between them.
-    for (const auto& entry : std::vector<JournalEntry>(journal_->document().entries)) {
+    // Marks change statuses only, so positions stay valid while we walk.
+    const auto& entries = journal_->document().entries;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const JournalEntry& entry = entries[i];
         if (entry.operation.type != OperationType::undo || entry.status != OperationStatus::completed) continue;
         if (!entry.operation.reverses) continue;
-        const JournalEntry* reversed = journal_->entry(*entry.operation.reverses);
+        const Uuid reverses = *entry.operation.reverses;
+        const JournalEntry* reversed = journal_->entry(reverses);
         if (reversed != nullptr && reversed->status != OperationStatus::undone)
-            journal_->mark(*entry.operation.reverses, OperationStatus::undone);
+            journal_->mark(reverses, OperationStatus::undone);
     }
     journal_->checkpoint();
     return messages;

@@ -74,6 +74,85 @@ void to_json(Json& out, const JournalDocument& d) {
     w.put("entries", d.entries);
 }
 
+namespace {
+
+// One entry laid out as formatDocument lays out encodeValue(entry) at `level`, member
+// by member in sorted key order, without building its tree. Kept in step with the
+// to_json functions by a test that compares the bytes.
+void appendEntry(std::string& out, const JournalEntry& e, int level) {
+    using json_layout::appendKey;
+    using json_layout::appendValue;
+    using json_layout::closeObject;
+    const PlannedOperation& o = e.operation;
+    bool first = true;
+    if (e.error) {
+        appendKey(out, "error", level, true);
+        appendValue(out, Json(*e.error), level + 1);
+        first = false;
+    }
+    appendKey(out, "operation", level, first);
+    appendKey(out, "batchID", level + 1, true);
+    appendValue(out, encodeValue(o.batchID), level + 2);
+    appendKey(out, "destination", level + 1, false);
+    appendValue(out, Json(fileUrl(o.destination)), level + 2);
+    if (o.expected) {
+        appendKey(out, "expected", level + 1, false);
+        appendKey(out, "device", level + 2, true);
+        appendValue(out, Json(o.expected->device), level + 3);
+        appendKey(out, "inode", level + 2, false);
+        appendValue(out, Json(o.expected->inode), level + 3);
+        appendKey(out, "modified", level + 2, false);
+        appendValue(out, encodeValue(o.expected->modified), level + 3);
+        appendKey(out, "size", level + 2, false);
+        appendValue(out, Json(o.expected->size), level + 3);
+        closeObject(out, level + 2);
+    }
+    appendKey(out, "id", level + 1, false);
+    appendValue(out, encodeValue(o.id), level + 2);
+    if (o.reverses) {
+        appendKey(out, "reverses", level + 1, false);
+        appendValue(out, encodeValue(*o.reverses), level + 2);
+    }
+    appendKey(out, "source", level + 1, false);
+    appendValue(out, Json(fileUrl(o.source)), level + 2);
+    appendKey(out, "type", level + 1, false);
+    appendValue(out, encodeValue(o.type), level + 2);
+    closeObject(out, level + 1);
+    if (e.outcome) {
+        appendKey(out, "outcome", level, false);
+        appendValue(out, encodeValue(*e.outcome), level + 1);
+    }
+    appendKey(out, "status", level, false);
+    appendValue(out, encodeValue(e.status), level + 1);
+    appendKey(out, "timestamp", level, false);
+    appendValue(out, encodeValue(e.timestamp), level + 1);
+    closeObject(out, level);
+}
+
+}  // namespace
+
+std::string documentText(const JournalDocument& d) {
+    constexpr std::size_t kTypicalEntryBytes = 640;
+    std::string out;
+    out.reserve(d.entries.size() * kTypicalEntryBytes);
+    json_layout::appendKey(out, "entries", 0, true);
+    if (d.entries.empty()) {
+        out += "[]";
+    } else {
+        out += '[';
+        for (std::size_t i = 0; i < d.entries.size(); ++i) {
+            out += i == 0 ? "\n    " : ",\n    ";
+            appendEntry(out, d.entries[i], 2);
+        }
+        out += "\n  ]";
+    }
+    json_layout::appendKey(out, "schemaVersion", 0, false);
+    json_layout::appendValue(out, encodeValue(d.schemaVersion), 1);
+    json_layout::closeObject(out, 0);
+    out += '\n';
+    return out;
+}
+
 void from_json(const Json& in, JournalDocument& d) {
     JsonReader r(in);
     d.schemaVersion = r.required<std::int64_t>("schemaVersion");
@@ -82,7 +161,9 @@ void from_json(const Json& in, JournalDocument& d) {
 
 OperationJournal::OperationJournal(std::filesystem::path url, Clock clock, LogCalls calls)
     : url_(std::move(url)), clock_(std::move(clock)), calls_(std::move(calls)) {
-    if (auto bytes = store_detail::readIfPresent(url_)) {
+    const std::optional<std::string> bytes = store_detail::readIfPresent(url_);
+    const bool documentFound = bytes.has_value();
+    if (bytes) {
         const Json json = parseDocument(*bytes);
         // The version decides how the rest is read, so it is checked first.
         if (json.is_object() && json.contains("schemaVersion") && json["schemaVersion"].is_number_integer() &&
@@ -93,8 +174,21 @@ OperationJournal::OperationJournal(std::filesystem::path url, Clock clock, LogCa
     for (std::size_t i = 0; i < document_.entries.size(); ++i)
         index_.emplace(document_.entries[i].operation.id, i);  // the first entry of an id wins
 
-    for (const std::string& payload : JournalLog::readRecords(logUrl())) replay(payload);
-    checkpoint();
+    // With no log or an empty one beside it, the document already holds the whole
+    // truth: there is nothing to fold, and appends go to that log (a fresh one when it
+    // is missing). A missing document, or anything in the log (records, or a torn
+    // tail that appends must not follow), is folded now.
+    const std::optional<std::string> logBytes = store_detail::readIfPresent(logUrl());
+    if (logBytes)
+        for (const std::string& payload : JournalLog::records(*logBytes)) replay(payload);
+    if (!documentFound || (logBytes && !logBytes->empty())) {
+        unfolded_ = true;
+        checkpoint();
+    } else if (logBytes) {
+        log_ = JournalLog::openEmpty(logUrl(), calls_);
+    } else {
+        log_ = JournalLog::createEmpty(logUrl(), calls_);
+    }
 }
 
 std::filesystem::path OperationJournal::logUrl() const {
@@ -153,6 +247,7 @@ void OperationJournal::prepare(const std::vector<PlannedOperation>& operations) 
 
     Json record = Json::object();
     record[kPrepareKey] = encodeValue(entries);
+    unfolded_ = true;
     log_.append(compact(record));  // durable before memory changes
     apply(entries);
 }
@@ -174,6 +269,7 @@ void OperationJournal::mark(const Uuid& id, OperationStatus status, std::optiona
 
     Json record = Json::object();
     record[kMarkKey] = encodeValue(MarkRecord{id, status, error, kept});
+    unfolded_ = true;
     log_.append(compact(record));
     applyMark(it->second, status, std::move(error), kept);
 }
@@ -187,6 +283,9 @@ void OperationJournal::applyMark(std::size_t position, OperationStatus status, s
 }
 
 void OperationJournal::checkpoint() {
+    // Nothing recorded since the last fold and the log empty and open: the document on
+    // disk is already the journal, and rewriting it would change nothing.
+    if (!unfolded_ && !log_.broken()) return;
     // Until both steps succeed nothing more may be appended: a log replaced on disk
     // but not reopened would take appends into a file no longer at its path.
     log_ = JournalLog();
@@ -194,6 +293,7 @@ void OperationJournal::checkpoint() {
     // a crash in between replays records the document already holds, which is harmless.
     LocalStore<JournalDocument>(url_).save(document_);
     log_ = JournalLog::createEmpty(logUrl(), calls_);
+    unfolded_ = false;
 }
 
 const JournalEntry* OperationJournal::entry(const Uuid& id) const {

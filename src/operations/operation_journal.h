@@ -6,9 +6,10 @@
 // Durability: every `prepare` and `mark` appends one checksummed record to a log
 // beside the document ("journal.log" beside "journal.json") and syncs it before
 // returning, so its cost does not grow with the journal. The log is folded into the
-// document (atomic replace, file and folder synced) when the journal is opened and by
-// `checkpoint`, which the executor calls at the end of every execution; between
-// commands the document alone holds the whole truth. A torn last record was never
+// document (atomic replace, file and folder synced) by `checkpoint`, which the
+// executor calls at the end of every execution, and when the journal is opened with
+// anything in its log; between commands the document alone holds the whole truth, so
+// opening it beside an empty log rewrites nothing. A torn last record was never
 // acknowledged and is ignored.
 //
 // Owned by the engine (one per journal file); used only from the engine thread.
@@ -65,6 +66,8 @@ void to_json(Json& out, const JournalEntry& entry);
 void from_json(const Json& in, JournalEntry& entry);
 void to_json(Json& out, const JournalDocument& document);
 void from_json(const Json& in, JournalDocument& document);
+// formatDocument(encodeValue(document)), written one entry at a time.
+std::string documentText(const JournalDocument& document);
 
 class OperationJournal {
 public:
@@ -72,7 +75,7 @@ public:
 
     // Opens the journal at `url`: loads the document (a missing file begins a fresh
     // one), refuses an unsupported version, replays the log and folds it into the
-    // document. Throws KeloError, DecodingError or std::system_error; on a refusal
+    // document when it holds anything. Throws KeloError, DecodingError or std::system_error; on a refusal
     // both files are left exactly as they were.
     explicit OperationJournal(std::filesystem::path url, Clock clock = Date::now, LogCalls calls = LogCalls::system());
 
@@ -86,8 +89,10 @@ public:
     void mark(const Uuid& id, OperationStatus status, std::optional<std::string> error = std::nullopt,
               std::optional<OperationOutcome> outcome = std::nullopt);
 
-    // Writes the whole document as it stands and starts an empty log. Also the test
-    // that the journal can be written, and the way back after a failed append.
+    // Writes the whole document as it stands and starts an empty log, unless nothing
+    // was recorded since the last fold and the log is healthy: then the document on
+    // disk is already current and nothing is written. The way back after a failed
+    // append (a broken log is always replaced).
     void checkpoint();
 
     const JournalDocument& document() const { return document_; }
@@ -116,6 +121,7 @@ private:
     JournalDocument document_;
     std::unordered_map<Uuid, std::size_t> index_;  // operation id → position in entries
     JournalLog log_;
+    bool unfolded_ = false;  // recorded in the log (or found there) since the last fold
 };
 
 }  // namespace kelo

@@ -41,7 +41,7 @@ public:
     }
 
     void save(const T& value) const {
-        const std::string bytes = formatDocument(encodeValue(value));
+        const std::string bytes = documentText(value);
         store_detail::writeDurably(url_, bytes);
     }
 

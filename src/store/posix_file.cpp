@@ -1,5 +1,6 @@
 #include "store/posix_file.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -13,17 +14,24 @@ void UniqueFd::reset(int fd) {
 }
 
 std::string readAll(int fd, const std::filesystem::path& what) {
-    std::string out;
-    char buffer[65536];
+    // Reads straight into the result, sized from the file's length when it has one;
+    // a file that grows meanwhile (or a pipe) still reads to its end.
+    struct stat info {};
+    const std::size_t expected =
+        ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) ? static_cast<std::size_t>(info.st_size) : 0;
+    std::string out(expected + 1, '\0');
+    std::size_t filled = 0;
     for (;;) {
-        ssize_t n = ::read(fd, buffer, sizeof buffer);
+        if (filled == out.size()) out.resize(out.size() * 2 + 65536);
+        const ssize_t n = ::read(fd, out.data() + filled, out.size() - filled);
         if (n < 0) {
             if (errno == EINTR) continue;
             throw std::system_error(errno, std::generic_category(), "Cannot read " + what.string());
         }
         if (n == 0) break;
-        out.append(buffer, static_cast<std::size_t>(n));
+        filled += static_cast<std::size_t>(n);
     }
+    out.resize(filled);
     return out;
 }
 

@@ -59,6 +59,18 @@ TEST(RecordsTest, EveryRecordReadsBackEqual) {
     EXPECT_EQ(reread(record), record);
 }
 
+// state.json is written member by member with its long lists one entry at a time;
+// the bytes must be formatDocument's, so a member added to to_json and not to the
+// writer (or a layout slip) fails here.
+TEST(RecordsTest, StateDocumentIsWrittenInTheStoreForm) {
+    AppState state = richState();
+    state.learning.associations.push_back({"post", state.projects[1].id, 0, 3});
+    state.learning.feedback.push_back(
+        {Uuid::random(), Date{2.25}, "bad \xff \"name\".pdf", {}, std::nullopt, state.projects[0].id});
+    EXPECT_EQ(documentText(state), formatDocument(encodeValue(state)));
+    EXPECT_EQ(documentText(AppState{}), formatDocument(encodeValue(AppState{})));
+}
+
 TEST(RecordsTest, AbsentOptionalsAreLeftOutAndReadAsAbsent) {
     const Project project = Project::make("P", "/p");
     const Json json = encodeValue(project);

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -141,6 +142,67 @@ TEST(JournalTest, MarksAppendToTheLogWithoutRewritingTheDocument) {
     journal.checkpoint();
     EXPECT_EQ(std::filesystem::file_size(journal.logUrl()), 0u);
     EXPECT_EQ(decodeValue<JournalDocument>(parseDocument(readFile(dir / "journal.json"))), journal.document());
+}
+
+// The fold writes the document entry by entry; it must be byte for byte the form
+// every other store writes, empty or not, whatever the entries hold.
+TEST(JournalTest, FoldWritesTheStoresDocumentForm) {
+    TempDir dir;
+    const auto path = dir / "journal.json";
+    OperationJournal journal(path, fixedClock());
+    EXPECT_EQ(readFile(path), formatDocument(encodeValue(journal.document())));
+
+    auto ops = makeBatch(3);
+    ops[1].type = OperationType::undo;
+    ops[1].reverses = ops[0].id;
+    ops[2].expected.reset();
+    ops[2].source = "/inbox/Báo giá \"quý\" 3\n.pdf";
+    journal.prepare(ops);
+    journal.mark(ops[0].id, OperationStatus::completed);
+    journal.mark(ops[1].id, OperationStatus::failed, "Name conflict:\tx\xff.pdf already exists.",
+                 OperationOutcome::skipped);
+    journal.checkpoint();
+    EXPECT_EQ(readFile(path), formatDocument(encodeValue(journal.document())));
+
+    // Reopened beside its empty log the document is not rewritten at all (a rewrite
+    // is an atomic replace, a new file), nor by a checkpoint with nothing to fold.
+    // The invalid byte was written as a replacement character.
+    const std::string written = readFile(path);
+    const auto inodeOf = [](const std::filesystem::path& file) {
+        struct stat info {};
+        return ::stat(file.c_str(), &info) == 0 ? info.st_ino : 0;
+    };
+    const auto inode = inodeOf(path);
+    OperationJournal reopened(path, fixedClock());
+    EXPECT_EQ(reopened.document(), decodeValue<JournalDocument>(parseDocument(written)));
+    EXPECT_EQ(reopened.document().entries.size(), 3u);
+    reopened.checkpoint();
+    EXPECT_EQ(inodeOf(path), inode);
+    EXPECT_EQ(readFile(path), written);
+
+    // A mark after that goes to the log and survives a reopen.
+    reopened.mark(ops[2].id, OperationStatus::started);
+    EXPECT_EQ(OperationJournal(path, fixedClock()).entry(ops[2].id)->status, OperationStatus::started);
+}
+
+// A log holding only a torn record has nothing to replay, but appends must not go
+// after the torn bytes (reading stops there): the open replaces it with an empty log.
+TEST(JournalTest, TornTailAloneIsClearedAtOpen) {
+    TempDir dir;
+    const auto path = dir / "journal.json";
+    const auto ops = makeBatch(1);
+    {
+        OperationJournal journal(path, fixedClock());
+        journal.prepare(ops);
+        journal.checkpoint();
+    }
+    writeFile(dir / "journal.log", std::string("\x20\x00\x00\x00garbage", 11));
+    {
+        OperationJournal journal(path, fixedClock());
+        EXPECT_EQ(std::filesystem::file_size(journal.logUrl()), 0u);
+        journal.mark(ops[0].id, OperationStatus::started);
+    }
+    EXPECT_EQ(OperationJournal(path, fixedClock()).entry(ops[0].id)->status, OperationStatus::started);
 }
 
 TEST(JournalTest, ReplayIgnoresTornLastRecordAtEveryCut) {
