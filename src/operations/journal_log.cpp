@@ -94,7 +94,7 @@ JournalLog JournalLog::openEmpty(const std::filesystem::path& path, LogCalls cal
 JournalLog::JournalLog(std::filesystem::path path, UniqueFd fd, LogCalls calls)
     : path_(std::move(path)), fd_(std::move(fd)), calls_(std::move(calls)), broken_(false) {}
 
-void JournalLog::append(std::string_view payload) {
+void JournalLog::append(std::string_view payload, Sync sync) {
     if (broken_) throwErrno(EIO, path_);
     const std::string record = frame(payload);
     std::string_view rest = record;
@@ -114,11 +114,19 @@ void JournalLog::append(std::string_view payload) {
         }
         rest.remove_prefix(static_cast<std::size_t>(written));
     }
+    pending_ = true;
+    if (sync == Sync::now) this->sync();
+}
+
+void JournalLog::sync() {
+    if (broken_) throwErrno(EIO, path_);
+    if (!pending_) return;
     if (calls_.fsync(fd_.get()) != 0) {
         const int error = errno;
         broken_ = true;
         throwErrno(error, path_);
     }
+    pending_ = false;
 }
 
 }  // namespace kelo

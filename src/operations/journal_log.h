@@ -32,8 +32,8 @@ struct LogCalls {
 class JournalLog {
 public:
     // The payloads of the intact records in a log's bytes, in order. Reading stops at
-    // the first record that is cut short or fails its checksum: only the last append
-    // can be torn, since every earlier one was synced before the next began.
+    // the first record that is cut short or fails its checksum: only records after
+    // the last successful sync can be torn, and none of them was acknowledged.
     static std::vector<std::string> records(std::string_view bytes);
 
     // Replaces whatever log is at `path` with an empty one (atomic replace, file and
@@ -48,10 +48,19 @@ public:
 
     JournalLog() = default;
 
-    // Writes one record and syncs it; errors throw std::system_error. After any
-    // failure the log is broken: a failed sync is never retried into a success, so
-    // every later append throws until a fresh log is created.
-    void append(std::string_view payload);
+    // When a record becomes durable: `now` syncs before append returns; `withNext`
+    // only writes it, and the next synced append (or sync) makes it durable with
+    // that one. Reading stops at the first damaged record, so a deferred record that
+    // a power cut tears takes every later, unacknowledged one with it.
+    enum class Sync { now, withNext };
+
+    // Writes one record and, unless told to wait, syncs it with every record written
+    // before it; errors throw std::system_error. After any failure the log is broken:
+    // a failed sync is never retried into a success, so every later append throws
+    // until a fresh log is created.
+    void append(std::string_view payload, Sync sync = Sync::now);
+    // Makes every record written so far durable (nothing to do when none waits).
+    void sync();
 
     bool broken() const { return broken_; }
     const std::filesystem::path& path() const { return path_; }
@@ -62,7 +71,8 @@ private:
     std::filesystem::path path_;
     UniqueFd fd_;
     LogCalls calls_;
-    bool broken_ = true;  // until opened
+    bool broken_ = true;    // until opened
+    bool pending_ = false;  // a record written but not yet synced
 };
 
 }  // namespace kelo

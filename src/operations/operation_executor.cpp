@@ -24,7 +24,8 @@ constexpr std::string_view kNotAuthorized = "File coordination did not authorize
 constexpr std::string_view kNotAFolder = "Destination component is not a folder.";
 constexpr std::string_view kOutsideAccess = "Cannot create folders outside approved access.";
 constexpr std::string_view kProjectOutsideHome = "New project must be directly inside the selected project home.";
-constexpr std::string_view kInterruptedDirectory = "Interrupted directory operation. Folder preserved; inspect manually.";
+constexpr std::string_view kInterruptedDirectory =
+    "Interrupted directory operation. Folder preserved; inspect manually.";
 constexpr std::string_view kInterruptedOperation = "Interrupted operation; no retry. Inspect source and destination.";
 
 // The user-facing text of any failure: a refusal's sentence or the system's own words.
@@ -81,8 +82,8 @@ void OperationExecutor::validate(const PlannedOperation& operation, const Access
 }
 
 std::optional<std::string> OperationExecutor::issueFor(const OperationPlan& plan, const PlannedOperation& operation,
-                                                       std::vector<std::string>& destinations,
-                                                       const AccessScope& scope, bool journalAvailable) const {
+                                                       std::vector<std::string>& destinations, const AccessScope& scope,
+                                                       bool journalAvailable) const {
     if (operation.batchID != plan.operations.front().batchID) return std::string(kInconsistentBatch);
     const std::string key = PathSafety::key(operation.destination);
     if (std::find(destinations.begin(), destinations.end(), key) != destinations.end())
@@ -166,7 +167,8 @@ void OperationExecutor::runOne(const PlannedOperation& operation, const AccessSc
     try {
         perform(operation, scope);
         step("moved");
-        markCompleted(operation);
+        markCompleted(operation, operation.type == OperationType::createDirectory ? JournalLog::Sync::now
+                                                                                  : JournalLog::Sync::withNext);
         step("completed");
         result.completed.push_back(operation.id);
     } catch (const std::exception& error) {
@@ -180,9 +182,9 @@ void OperationExecutor::runOne(const PlannedOperation& operation, const AccessSc
         } catch (const std::exception&) {
             // The log still holds every acknowledged mark; the next open folds it in.
         }
-        throw KeloError::unsafe("Batch stopped. This operation may have completed: " +
-                                operation.source.filename().string() +
-                                ". Scan to reconcile the journal before continuing. " + describe(error));
+        throw KeloError::unsafe(
+            "Batch stopped. This operation may have completed: " + operation.source.filename().string() +
+            ". Scan to reconcile the journal before continuing. " + describe(error));
     }
 }
 
@@ -193,24 +195,23 @@ void OperationExecutor::perform(const PlannedOperation& operation, const AccessS
         return;
     }
     bool ran = false;
-    coordinator_->coordinateMove(
-        operation.source, operation.destination,
-        [&](const std::filesystem::path& source, const std::filesystem::path& destination) {
-            ran = true;
-            if (source != operation.source || destination != operation.destination)
-                throw KeloError::unsafe(std::string(kPathsChanged));
-            validate(operation, scope);
-            coordinator_->willMove(source, destination);
-            operator_.moveWithoutReplacement(source, destination, *operation.expected);
-            coordinator_->didMove(source, destination);
-        });
+    coordinator_->coordinateMove(operation.source, operation.destination,
+                                 [&](const std::filesystem::path& source, const std::filesystem::path& destination) {
+                                     ran = true;
+                                     if (source != operation.source || destination != operation.destination)
+                                         throw KeloError::unsafe(std::string(kPathsChanged));
+                                     validate(operation, scope);
+                                     coordinator_->willMove(source, destination);
+                                     operator_.moveWithoutReplacement(source, destination, *operation.expected);
+                                     coordinator_->didMove(source, destination);
+                                 });
     if (!ran) throw KeloError::unsafe(std::string(kNotAuthorized));
 }
 
-void OperationExecutor::markCompleted(const PlannedOperation& operation) {
-    journal_->mark(operation.id, OperationStatus::completed);
+void OperationExecutor::markCompleted(const PlannedOperation& operation, JournalLog::Sync sync) {
+    journal_->mark(operation.id, OperationStatus::completed, std::nullopt, std::nullopt, sync);
     if (operation.type == OperationType::undo && operation.reverses)
-        journal_->mark(*operation.reverses, OperationStatus::undone);
+        journal_->mark(*operation.reverses, OperationStatus::undone, std::nullopt, std::nullopt, sync);
 }
 
 void OperationExecutor::ensureDirectories(const std::filesystem::path& folder, const Uuid& batchID,
@@ -233,8 +234,9 @@ void OperationExecutor::ensureDirectories(const std::filesystem::path& folder, c
     }
 
     for (const auto& path : missing) {
-        PlannedOperation create{Uuid::random(), batchID, path.parent_path(), path, std::nullopt,
-                                OperationType::createDirectory, std::nullopt};
+        PlannedOperation create{Uuid::random(), batchID,      path.parent_path(),
+                                path,           std::nullopt, OperationType::createDirectory,
+                                std::nullopt};
         journal_->prepare({create});
         try {
             validate(create, scope);
@@ -271,8 +273,8 @@ OperationPlan OperationExecutor::undoPlan(const Uuid& batchID) const {
         const PlannedOperation& done = it->operation;
         if (done.batchID != batchID || it->status != OperationStatus::completed) continue;
         if (done.type != OperationType::move && done.type != OperationType::rename) continue;
-        plan.operations.push_back({Uuid::random(), undoBatch, done.destination, done.source, done.expected,
-                                   OperationType::undo, done.id});
+        plan.operations.push_back(
+            {Uuid::random(), undoBatch, done.destination, done.source, done.expected, OperationType::undo, done.id});
     }
     return plan;
 }

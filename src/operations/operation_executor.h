@@ -88,7 +88,10 @@ private:
     void validate(const PlannedOperation& operation, const AccessScope& scope) const;
     void runOne(const PlannedOperation& operation, const AccessScope& scope, BatchResult& result);
     void perform(const PlannedOperation& operation, const AccessScope& scope);
-    void markCompleted(const PlannedOperation& operation);
+    // `sync` is `withNext` inside a batch: the next operation's `started` mark (or
+    // the batch's fold) makes it durable, and until then reconcile finds the move
+    // done from the disk and its durable `started` mark.
+    void markCompleted(const PlannedOperation& operation, JournalLog::Sync sync = JournalLog::Sync::now);
     void step(std::string_view name) const {
         if (probe_) probe_(name);
     }

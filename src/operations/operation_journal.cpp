@@ -260,7 +260,7 @@ void OperationJournal::apply(const std::vector<JournalEntry>& prepared) {
 }
 
 void OperationJournal::mark(const Uuid& id, OperationStatus status, std::optional<std::string> error,
-                            std::optional<OperationOutcome> outcome) {
+                            std::optional<OperationOutcome> outcome, JournalLog::Sync sync) {
     requireWritable();
     auto it = index_.find(id);
     if (it == index_.end()) throw KeloError::unsafe(kMissing);
@@ -270,7 +270,7 @@ void OperationJournal::mark(const Uuid& id, OperationStatus status, std::optiona
     Json record = Json::object();
     record[kMarkKey] = encodeValue(MarkRecord{id, status, error, kept});
     unfolded_ = true;
-    log_.append(compact(record));
+    log_.append(compact(record), sync);
     applyMark(it->second, status, std::move(error), kept);
 }
 
@@ -286,6 +286,9 @@ void OperationJournal::checkpoint() {
     // Nothing recorded since the last fold and the log empty and open: the document on
     // disk is already the journal, and rewriting it would change nothing.
     if (!unfolded_ && !log_.broken()) return;
+    // Marks that waited for a later sync are made durable first, so the log still
+    // holds every one of them if the fold below fails.
+    if (!log_.broken()) log_.sync();
     // Until both steps succeed nothing more may be appended: a log replaced on disk
     // but not reopened would take appends into a file no longer at its path.
     log_ = JournalLog();

@@ -5,7 +5,8 @@
 //
 // Durability: every `prepare` and `mark` appends one checksummed record to a log
 // beside the document ("journal.log" beside "journal.json") and syncs it before
-// returning, so its cost does not grow with the journal. The log is folded into the
+// returning (a completed move's mark may ride on the next sync instead; see `mark`),
+// so its cost does not grow with the journal. The log is folded into the
 // document (atomic replace, file and folder synced) by `checkpoint`, which the
 // executor calls at the end of every execution, and when the journal is opened with
 // anything in its log; between commands the document alone holds the whole truth, so
@@ -85,9 +86,12 @@ public:
     void prepare(const OperationPlan& plan) { prepare(plan.operations); }
 
     // Sets the status of one operation's entry; `outcome` is kept only for `failed`
-    // (defaulting to `failed`). Durable before it returns.
+    // (defaulting to `failed`). Durable before it returns, unless `sync` is
+    // `withNext`: then the next durable record or the fold carries it. Only a mark
+    // that reconcile can rebuild from the disk may wait (a completed move whose
+    // `started` mark is durable), so a batch pays one log sync per operation.
     void mark(const Uuid& id, OperationStatus status, std::optional<std::string> error = std::nullopt,
-              std::optional<OperationOutcome> outcome = std::nullopt);
+              std::optional<OperationOutcome> outcome = std::nullopt, JournalLog::Sync sync = JournalLog::Sync::now);
 
     // Writes the whole document as it stands and starts an empty log, unless nothing
     // was recorded since the last fold and the log is healthy: then the document on
