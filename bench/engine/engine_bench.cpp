@@ -16,6 +16,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -175,6 +176,8 @@ double bareListing(const fs::path& folder) {
 double bareRenames(const World& world, int count) {
     const fs::path from = world.root / "floor-from";
     const fs::path to = world.root / "floor-to";
+    fs::remove_all(from);
+    fs::remove_all(to);
     fs::create_directories(from);
     fs::create_directories(to);
     for (int i = 0; i < count; ++i) std::ofstream(from / std::to_string(i)) << "x";
@@ -246,32 +249,46 @@ int main(int argc, char** argv) {
 
     if (runs("clean")) {
         // Clean: 1,000 files that are Ready for their project, the journal already long.
-        fs::remove_all(world.inbox);
-        fs::create_directories(world.inbox);
-        writeInbox(world, 1000, [&](int i) {
-            return world.projectNames[static_cast<std::size_t>(i % 20)] + " asset " + std::to_string(i) + ".png";
-        });
-        const auto [renameFloor, floorMemory] = inChild([&] { return bareRenames(world, 1000); });
-        const auto [clean, cleanMemory] = inChild([&] {
-            Engine engine = startEngine(world);
-            Settings settings = engine.state().settings;
-            settings.dryRun = false;
-            settings.groupBySubjob = false;
-            settings.thresholds = {75, 50};
-            engine.updateSettings(settings);
-            engine.scan();
-            engine.classifications();
-            const auto start = Steady::now();
-            const auto snapshot = FileCommands::clean(engine);
-            const double elapsed = seconds(start);
-            if (!snapshot->files->empty())
-                std::fprintf(stderr, "%zu files left in the inbox\n", snapshot->files->size());
-            return elapsed;
-        });
+        // Syncs make both sides noisy on a shared disk, so each is timed three times,
+        // alternating, and the best of each is kept.
+        // Each round's files carry a word of their own: what the last round learned
+        // about a shared word would make every project compete for it.
+        const std::string kWords[] = {"asset", "artwork", "layout"};
+        double renameFloor = 1e9, clean = 1e9, cleanMemory = 0;
+        for (int round = 0; round < 3; ++round) {
+            fs::remove_all(world.inbox);
+            fs::create_directories(world.inbox);
+            writeInbox(world, 1000, [&](int i) {
+                return world.projectNames[static_cast<std::size_t>(i % 20)] + " " + kWords[round] + " " +
+                       std::to_string(round * 1000 + i) + ".png";
+            });
+            renameFloor = std::min(renameFloor, inChild([&] { return bareRenames(world, 1000); }).first);
+            const auto [once, memory] = inChild([&] {
+                Engine engine = startEngine(world);
+                Settings settings = engine.state().settings;
+                settings.dryRun = false;
+                settings.groupBySubjob = false;
+                settings.thresholds = {75, 50};
+                engine.updateSettings(settings);
+                engine.scan();
+                engine.classifications();
+                const auto start = Steady::now();
+                const auto snapshot = FileCommands::clean(engine);
+                const double elapsed = seconds(start);
+                if (!snapshot->files->empty()) {
+                    std::fprintf(stderr, "%zu files left in the inbox\n", snapshot->files->size());
+                    for (const auto& message : snapshot->messages) std::fprintf(stderr, "  %s\n", message.c_str());
+                    return -1.0;
+                }
+                return elapsed;
+            });
+            if (once < 0) return 1;
+            clean = std::min(clean, once);
+            cleanMemory = std::max(cleanMemory, memory);
+        }
         std::printf("clean     bare renameat2 + 2 folder syncs x1000   %8.1f ms   1.00x\n", renameFloor * 1e3);
         std::printf("clean     1,000 Ready files, 20,000-entry journal %8.1f ms   %.2fx  peak %.0f MB  (aim <= 3x)\n",
                     clean * 1e3, clean / renameFloor, cleanMemory);
-        (void)floorMemory;
     }
     fs::remove_all(base);
     return 0;
