@@ -286,9 +286,8 @@ void OperationJournal::checkpoint() {
     // Nothing recorded since the last fold and the log empty and open: the document on
     // disk is already the journal, and rewriting it would change nothing.
     if (!unfolded_ && !log_.broken()) return;
-    // Marks that waited for a later sync are made durable first, so the log still
-    // holds every one of them if the fold below fails.
-    if (!log_.broken()) log_.sync();
+    // A mark still waiting for a sync needs none here: the fold below carries it, and
+    // if the fold fails, reconcile rebuilds it from the disk as after a crash.
     // Until both steps succeed nothing more may be appended: a log replaced on disk
     // but not reopened would take appends into a file no longer at its path.
     log_ = JournalLog();

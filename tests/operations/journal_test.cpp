@@ -392,6 +392,34 @@ TEST(JournalTest, FailedSyncIsReportedAndNeverRetriedIntoSuccess) {
     }
 }
 
+// A completed mark may wait for the next record's sync: it is written at once (a
+// crashed process leaves it on disk), costs no sync of its own, and the next mark or
+// the fold makes it durable.
+TEST(JournalTest, DeferredMarkRidesOnTheNextSync) {
+    TempDir dir;
+    const auto path = dir / "journal.json";
+    FaultyCalls faults;
+    OperationJournal journal(path, fixedClock(), faults.calls());
+    const auto ops = makeBatch(2);
+    journal.prepare(ops);
+    journal.mark(ops[0].id, OperationStatus::started);
+    const int before = faults.fsyncs;
+    const auto logSize = std::filesystem::file_size(journal.logUrl());
+    journal.mark(ops[0].id, OperationStatus::completed, std::nullopt, std::nullopt, JournalLog::Sync::withNext);
+    EXPECT_EQ(faults.fsyncs, before);
+    EXPECT_GT(std::filesystem::file_size(journal.logUrl()), logSize);  // written at once
+    journal.mark(ops[1].id, OperationStatus::started);
+    EXPECT_EQ(faults.fsyncs, before + 1);  // one sync for both records
+    const auto records = JournalLog::records(readFile(journal.logUrl()));
+    EXPECT_EQ(records.size(), 4u);  // prepare, started, completed, started
+
+    journal.mark(ops[1].id, OperationStatus::completed, std::nullopt, std::nullopt, JournalLog::Sync::withNext);
+    journal.checkpoint();  // the fold carries the waiting mark
+    OperationJournal reopened(path, fixedClock());
+    EXPECT_EQ(reopened.entry(ops[0].id)->status, OperationStatus::completed);
+    EXPECT_EQ(reopened.entry(ops[1].id)->status, OperationStatus::completed);
+}
+
 TEST(JournalTest, CheckpointRecoversAfterAFailedAppend) {
     TempDir dir;
     const auto path = dir / "journal.json";
