@@ -119,4 +119,8 @@ void AppModel::removeGrant(const std::string& grantId) {
     submit(text::kCommandRemoveGrant, EngineActions::removeGrant(grantId));
 }
 
+void AppModel::reconnectGrant(const std::string& grantId, const std::filesystem::path& folder) {
+    submit(text::kCommandReconnectGrant, EngineActions::reconnectGrant(grantId, folder));
+}
+
 }  // namespace kelo::gui

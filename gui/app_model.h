@@ -54,6 +54,7 @@ public:
     void updateSettings(Settings settings);
     void addGrant(const std::filesystem::path& folder, FolderGrant::Role role);
     void removeGrant(const std::string& grantId);
+    void reconnectGrant(const std::string& grantId, const std::filesystem::path& folder);
 
 Q_SIGNALS:
     void snapshotChanged();

@@ -35,6 +35,12 @@ EngineCommand removeGrant(std::string grantId) {
     };
 }
 
+EngineCommand reconnectGrant(std::string grantId, std::filesystem::path folder) {
+    return [grantId = std::move(grantId), folder = std::move(folder)](Engine& engine) {
+        return engine.reconnectGrant(grantId, folder);
+    };
+}
+
 EngineCommand clean() {
     return [](Engine& engine) { return FileCommands::clean(engine); };
 }

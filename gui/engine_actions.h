@@ -44,6 +44,8 @@ EngineCommand updateSettings(Settings settings);
 EngineCommand addGrant(std::filesystem::path folder, FolderGrant::Role role);
 // Forgets the folder, then rescans.
 EngineCommand removeGrant(std::string grantId);
+// Points an approved folder at `folder` again, keeping its role, then rescans.
+EngineCommand reconnectGrant(std::string grantId, std::filesystem::path folder);
 
 // Files.
 EngineCommand clean();

@@ -4,6 +4,7 @@
 #include <QComboBox>
 #include <QFileDialog>
 #include <QFormLayout>
+#include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -22,6 +23,24 @@ namespace kelo::gui {
 namespace {
 
 constexpr int kIdRole = Qt::UserRole;
+constexpr int kRoleRole = Qt::UserRole + 1;  // the grant's FolderGrant::Role
+
+// A folder chooser that says what Kelo does with the folder. Qt's own dialog, since
+// a desktop's native one has no room for the explanation.
+QString askForFolder(QWidget* parent, const QString& title) {
+    QFileDialog dialog(parent, title);
+    dialog.setFileMode(QFileDialog::Directory);
+    dialog.setOption(QFileDialog::ShowDirsOnly);
+    dialog.setOption(QFileDialog::DontUseNativeDialog);
+    if (auto* grid = qobject_cast<QGridLayout*>(dialog.layout())) {
+        auto* note = new QLabel(text::kChooserExplanation, &dialog);
+        note->setObjectName(QStringLiteral("chooserExplanation"));
+        note->setWordWrap(true);
+        grid->addWidget(note, grid->rowCount(), 0, 1, grid->columnCount());
+    }
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return {};
+    return dialog.selectedFiles().front();
+}
 
 QTableWidgetItem* cell(const QString& value) {
     auto* item = new QTableWidgetItem(value);
@@ -58,9 +77,12 @@ SettingsPage::SettingsPage(AppModel& model, QWidget* parent) : Page(model, paren
     addHome_ = new QPushButton(text::kAddHome, folders);
     remove_ = new QPushButton(text::kRemoveFolder, folders);
     remove_->setObjectName(QStringLiteral("removeGrant"));
+    reconnect_ = new QPushButton(text::kReconnectFolder, folders);
+    reconnect_->setObjectName(QStringLiteral("reconnectGrant"));
     folderButtons->addWidget(addWatch_);
     folderButtons->addWidget(addHome_);
     folderButtons->addStretch();
+    folderButtons->addWidget(reconnect_);
     folderButtons->addWidget(remove_);
     foldersLayout->addLayout(folderButtons);
     layout->addWidget(folders, 1);
@@ -72,8 +94,21 @@ SettingsPage::SettingsPage(AppModel& model, QWidget* parent) : Page(model, paren
         if (rows.isEmpty()) return;
         model_.removeGrant(grants_->item(rows.front().row(), 0)->data(kIdRole).toString().toStdString());
     });
-    connect(grants_, &QTableWidget::itemSelectionChanged, this,
-            [this] { enable(remove_, model_.canOperate(), grants_->selectionModel()->hasSelection()); });
+    connect(reconnect_, &QPushButton::clicked, this, [this] {
+        const auto rows = grants_->selectionModel()->selectedRows(0);
+        if (rows.isEmpty()) return;
+        const QTableWidgetItem* role = grants_->item(rows.front().row(), 0);
+        const QString folder = askForFolder(
+            this, role->data(kRoleRole).toInt() == static_cast<int>(FolderGrant::Role::watch) ? text::kWatchDialogTitle
+                                                                                              : text::kHomeDialogTitle);
+        if (!folder.isEmpty())
+            model_.reconnectGrant(role->data(kIdRole).toString().toStdString(), folder.toStdString());
+    });
+    connect(grants_, &QTableWidget::itemSelectionChanged, this, [this] {
+        const bool chosen = grants_->selectionModel()->hasSelection();
+        enable(remove_, model_.canOperate(), chosen);
+        enable(reconnect_, model_.canOperate(), chosen);
+    });
 
     auto* preferences = new QGroupBox(text::kPreferences, this);
     auto* form = new QFormLayout(preferences);
@@ -151,6 +186,7 @@ void SettingsPage::render(const Snapshot* snapshot, bool canOperate) {
         const FolderGrant& grant = snapshot->state->grants[static_cast<std::size_t>(row)];
         auto* role = cell(grant.role == FolderGrant::Role::watch ? text::kRoleWatch : text::kRoleHome);
         role->setData(kIdRole, qs(grant.id.text()));
+        role->setData(kRoleRole, static_cast<int>(grant.role));
         grants_->setItem(row, 0, role);
         grants_->setItem(row, 1, cell(qs(grant.displayPath)));
     }
@@ -163,6 +199,7 @@ void SettingsPage::render(const Snapshot* snapshot, bool canOperate) {
     enable(addWatch_, canOperate);
     enable(addHome_, canOperate);
     enable(remove_, canOperate, grants_->selectionModel()->hasSelection());
+    enable(reconnect_, canOperate, grants_->selectionModel()->hasSelection());
     enable(save_, canOperate && snapshot);
     enable(resetLearning_, canOperate && snapshot);
 }
@@ -197,7 +234,7 @@ void SettingsPage::resetLearning() {
 
 void SettingsPage::chooseFolder(FolderGrant::Role role) {
     const QString title = role == FolderGrant::Role::watch ? text::kWatchDialogTitle : text::kHomeDialogTitle;
-    const QString folder = QFileDialog::getExistingDirectory(this, title);
+    const QString folder = askForFolder(this, title);
     if (!folder.isEmpty()) model_.addGrant(folder.toStdString(), role);
 }
 

@@ -35,6 +35,7 @@ private:
     QPushButton* addWatch_;
     QPushButton* addHome_;
     QPushButton* remove_;
+    QPushButton* reconnect_;
     QSpinBox* ready_;
     QSpinBox* probably_;
     QCheckBox* dryRun_;

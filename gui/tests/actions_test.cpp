@@ -6,6 +6,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
+#include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -138,6 +139,7 @@ private Q_SLOTS:
     void nameSuggestionsAndClusters();
     void cleanMovesEveryReadyFileAfterConfirmation();
     void namingDetailAndResetLearning();
+    void reconnectFindsAMovedInboxAgain();
 };
 
 void ActionsTest::sampleFoldersAreMadeInAFolderOfTheirOwnAndApproved() {
@@ -489,6 +491,40 @@ void ActionsTest::namingDetailAndResetLearning() {
     QVERIFY(settle(w.model));
     QVERIFY(w.model.snapshot()->state->learning.feedback.empty());
     QVERIFY(w.model.snapshot()->state->learning.associations.empty());
+}
+
+// The inbox moves away; Settings' "reconnect" asks for the folder with the chooser's
+// title and explanation and points the same grant at the new place.
+void ActionsTest::reconnectFindsAMovedInboxAgain() {
+    SampleWindow w;
+    const fs::path moved = w.root / "Moved Downloads";
+    fs::rename(w.inbox, moved);
+    w.model.submit("scan", EngineActions::scan());
+    QVERIFY(settle(w.model));
+    QCOMPARE(w.files()->rowCount(), 0);
+
+    auto* grants = w.find<QTableWidget>(kSettings, "grantsTable");
+    for (int row = 0; row < grants->rowCount(); ++row)
+        if (grants->item(row, 1)->text() == QString::fromStdString(w.inbox.string())) grants->selectRow(row);
+    QString title, explanation;
+    auto* timer = new QTimer;
+    QObject::connect(timer, &QTimer::timeout, [&, timer] {
+        auto* chooser = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+        if (!chooser) return;
+        title = chooser->windowTitle();
+        if (auto* note = chooser->findChild<QLabel*>("chooserExplanation")) explanation = note->text();
+        chooser->selectFile(QString::fromStdString(moved.string()));
+        QMetaObject::invokeMethod(chooser, "accept");
+        timer->deleteLater();
+    });
+    timer->start(10);
+    w.find(kSettings, "reconnectGrant")->click();
+    QVERIFY(settle(w.model));
+    QCOMPARE(title, QString("Theo dõi thư mục"));
+    QCOMPARE(explanation, QString("Kelo chỉ truy cập thư mục bạn chọn. Hãy dùng thư mục mẫu để thử trước."));
+    QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
+    QCOMPARE(w.files()->rowCount(), 13);
+    QCOMPARE(w.model.snapshot()->state->grants.size(), std::size_t(2));
 }
 
 int main(int argc, char** argv) {

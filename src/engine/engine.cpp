@@ -50,8 +50,8 @@ SnapshotPtr Engine::snapshot(std::vector<std::string> messages, std::vector<std:
     out->state = state_;
     out->files = files_;
     out->classifications = classifications();
-    out->history = std::make_shared<const std::vector<HistoryBatch>>(
-        HistoryIndex::build(executor_->journal().document().entries));
+    out->history =
+        std::make_shared<const std::vector<HistoryBatch>>(HistoryIndex::build(executor_->journal().document().entries));
     out->canUndoTrash = lastTrashed_.has_value();
     out->messages = std::move(messages);
     out->issues = std::move(issues);
@@ -131,18 +131,31 @@ SnapshotPtr Engine::updateSettings(const Settings& settings) {
     return snapshot();
 }
 
-SnapshotPtr Engine::addGrant(const std::filesystem::path& folder, FolderGrant::Role role) {
+namespace {
+
+// The folder the user chose, standardized, once it is known to be a folder reached
+// without a symbolic link that no other approved folder (than `replacing`) names.
+std::filesystem::path approvableFolder(const std::filesystem::path& folder, const std::vector<FolderGrant>& grants,
+                                       const std::optional<Uuid>& replacing) {
     const auto path = PathSafety::standardized(std::filesystem::absolute(folder));
     PathSafety::noSymbolicComponents(path);
     struct stat info {};
     if (::lstat(path.c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
         throw KeloError::unsafe(path.string() + " is not a folder. Nothing was approved.");
-    for (const auto& grant : state_->grants) {
+    for (const auto& grant : grants) {
+        if (replacing && grant.id == *replacing) continue;
         const auto existing = FolderBookmark::decode(grant.bookmark);
         if (PathSafety::key(existing ? existing->path : std::filesystem::path(grant.displayPath)) ==
             PathSafety::key(path))
             throw KeloError::unsafe(path.string() + " is already approved. Nothing changed.");
     }
+    return path;
+}
+
+}  // namespace
+
+SnapshotPtr Engine::addGrant(const std::filesystem::path& folder, FolderGrant::Role role) {
+    const auto path = approvableFolder(folder, state_->grants, std::nullopt);
     FolderGrant grant{Uuid::random(), FolderBookmark::make(path).encode(), path.string(), role};
     AppState next = *state_;
     next.grants.push_back(std::move(grant));
@@ -150,9 +163,26 @@ SnapshotPtr Engine::addGrant(const std::filesystem::path& folder, FolderGrant::R
     invalidateClassifications();
     auto scanned = scan();
     auto out = std::make_shared<Snapshot>(*scanned);
-    out->messages.insert(out->messages.begin(),
-                         std::string(role == FolderGrant::Role::watch ? "Watching " : "Project home ") +
-                             path.string() + ".");
+    out->messages.insert(
+        out->messages.begin(),
+        std::string(role == FolderGrant::Role::watch ? "Watching " : "Project home ") + path.string() + ".");
+    return out;
+}
+
+SnapshotPtr Engine::reconnectGrant(const std::string& idText, const std::filesystem::path& folder) {
+    const auto id = Uuid::parse(idText);
+    AppState next = *state_;
+    auto it = std::find_if(next.grants.begin(), next.grants.end(),
+                           [&](const FolderGrant& grant) { return id && grant.id == *id; });
+    if (it == next.grants.end())
+        throw KeloError::unsafe("No approved folder has the id " + idText + ". Nothing changed.");
+    const auto path = approvableFolder(folder, state_->grants, it->id);
+    const std::string before = it->displayPath;
+    *it = FolderGrant{it->id, FolderBookmark::make(path).encode(), path.string(), it->role};
+    commitState(std::move(next));
+    invalidateClassifications();
+    auto out = std::make_shared<Snapshot>(*scan());
+    out->messages.insert(out->messages.begin(), "Reconnected " + before + " as " + path.string() + ".");
     return out;
 }
 
@@ -211,8 +241,7 @@ Engine::PlanRun Engine::runPlan(const OperationPlan& plan, const AccessScope& sc
             run.messages.push_back((operation.type == OperationType::rename ? "Renamed " : "Moved ") +
                                    operation.source.filename().string() + " to " + operation.destination.string());
     }
-    if (listed > kListedMoves)
-        run.messages.push_back("... and " + std::to_string(listed - kListedMoves) + " more.");
+    if (listed > kListedMoves) run.messages.push_back("... and " + std::to_string(listed - kListedMoves) + " more.");
     for (const auto& operation : plan.operations) {
         const std::string name = operation.source.filename().string();
         if (auto it = run.result.skipped.find(operation.id); it != run.result.skipped.end())

@@ -50,6 +50,10 @@ public:
     // Approves a folder in a role (then scans). Refuses a folder under a symbolic
     // link, anything but a folder, and a folder already approved.
     SnapshotPtr addGrant(const std::filesystem::path& folder, FolderGrant::Role role);
+    // Points one approved folder at `folder` (the same folder found again after it
+    // moved or was restored, or its replacement), keeping its id and role, then
+    // scans. Refuses as approving does.
+    SnapshotPtr reconnectGrant(const std::string& idText, const std::filesystem::path& folder);
     // Forgets one approved folder; nothing on disk changes.
     SnapshotPtr removeGrant(const std::string& idText);
 

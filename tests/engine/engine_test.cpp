@@ -61,6 +61,36 @@ TEST_F(EngineTest, FirstStartThenGrantsDiscoverProjectsAndClassifyTheInbox) {
     EXPECT_EQ(projectNames(*again), projectNames(*snapshot));
 }
 
+// An inbox that moved is unavailable until the user points its grant at the new
+// place: same id and role, files found again; a folder another grant names is refused.
+TEST_F(EngineTest, ReconnectPointsAGrantAtItsFolderAgain) {
+    makeFolders({});
+    auto engine = start();
+    engine->addGrant(inbox, FolderGrant::Role::watch);
+    engine->addGrant(home, FolderGrant::Role::projectHome);
+    writeFile(inbox / "brief.pdf", "x");
+    const fs::path moved = dir / "Moved inbox";
+    fs::rename(inbox, moved);
+    const auto lost = engine->scan();
+    ASSERT_EQ(lost->issues.size(), 1u);
+    EXPECT_EQ(lost->issues[0], inbox.string() + ": No such file or directory");
+
+    const FolderGrant before = engine->state().grants[0];
+    EXPECT_EQ(refusal([&] { engine->reconnectGrant(before.id.text(), home); }),
+              home.string() + " is already approved. Nothing changed.");
+    const auto back = engine->reconnectGrant(before.id.text(), moved);
+    EXPECT_EQ(back->messages.front(), "Reconnected " + inbox.string() + " as " + moved.string() + ".");
+    EXPECT_TRUE(back->issues.empty());
+    ASSERT_EQ(back->files->size(), 1u);
+    EXPECT_EQ(back->files->front().url, moved / "brief.pdf");
+    const FolderGrant after = engine->state().grants[0];
+    EXPECT_EQ(after.id, before.id);
+    EXPECT_EQ(after.role, FolderGrant::Role::watch);
+    EXPECT_EQ(after.displayPath, moved.string());
+    // The state on disk holds the new folder.
+    EXPECT_NE(readFile(data / "state.json").find(moved.string()), std::string::npos);
+}
+
 TEST_F(EngineTest, GrantRefusals) {
     auto engine = start();
     fs::create_directory_symlink(inbox, dir / "link");
