@@ -39,17 +39,6 @@ namespace {
 enum PageIndex { kOverview, kMatch, kProjects, kHistory, kSettings };
 enum MatchColumn { kFile, kState, kProject, kCategory, kScore, kSignals };
 
-bool settle(AppModel& model) {
-    return QTest::qWaitFor([&] { return !model.busy(); }, 20000);
-}
-
-QStringList column(const QTableWidget* table, int col) {
-    QStringList values;
-    for (int row = 0; row < table->rowCount(); ++row)
-        values << (table->item(row, col) ? table->item(row, col)->text() : QString());
-    return values;
-}
-
 // Answers the next message box with Ok or Yes, from inside its event loop.
 void acceptNextMessageBox() {
     auto* timer = new QTimer;
@@ -513,7 +502,9 @@ void ActionsTest::reconnectFindsAMovedInboxAgain() {
         if (!chooser) return;
         title = chooser->windowTitle();
         if (auto* note = chooser->findChild<QLabel*>("chooserExplanation")) explanation = note->text();
-        chooser->selectFile(QString::fromStdString(moved.string()));
+        // Typed in as a user would: selecting waits for the dialog's folder listing.
+        if (auto* typed = chooser->findChild<QLineEdit*>("fileNameEdit"))
+            typed->setText(QString::fromStdString(moved.string()));
         QMetaObject::invokeMethod(chooser, "accept");
         timer->deleteLater();
     });

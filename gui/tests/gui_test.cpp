@@ -35,18 +35,6 @@ namespace {
 
 enum PageIndex { kOverview, kMatch, kProjects, kHistory, kSettings };
 
-// Waits until the engine has answered every command sent so far.
-bool settle(AppModel& model) {
-    return QTest::qWaitFor([&] { return !model.busy(); }, 20000);
-}
-
-QStringList column(const QTableWidget* table, int col) {
-    QStringList values;
-    for (int row = 0; row < table->rowCount(); ++row)
-        values << (table->item(row, col) ? table->item(row, col)->text() : QString());
-    return values;
-}
-
 // Holds a command on the engine thread until released, and releases it on the way
 // out whatever happens, so a failing test never leaves the engine waiting.
 class Gate {

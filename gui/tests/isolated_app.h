@@ -1,14 +1,28 @@
-// Runs a QtTest class inside a QApplication whose settings, data, Trash and runtime
-// folders all point into a temporary folder, so a test never touches the user's own.
+// Helpers of the desktop app's QtTest suites. runIsolated runs a QtTest class inside a QApplication whose settings,
+// data, Trash and runtime folders all point into a temporary folder, so a test never touches the user's own.
 #pragma once
 
 #include <QApplication>
+#include <QTableWidget>
 #include <QtTest>
 #include <filesystem>
 
+#include "gui/app_model.h"
 #include "support/temp_dir.h"
 
 namespace kelo::gui {
+
+// Waits until the engine has answered every command sent so far.
+inline bool settle(AppModel& model) {
+    return QTest::qWaitFor([&] { return !model.busy(); }, 20000);
+}
+
+inline QStringList column(const QTableWidget* table, int col) {
+    QStringList values;
+    for (int row = 0; row < table->rowCount(); ++row)
+        values << (table->item(row, col) ? table->item(row, col)->text() : QString());
+    return values;
+}
 
 template <typename Test>
 int runIsolated(int argc, char** argv) {

@@ -12,9 +12,9 @@
 #include "gui/app_model.h"
 #include "gui/main_window.h"
 #include "gui/onboarding_dialog.h"
-#include "gui/thumbnail_cache.h"
 #include "gui/page.h"
 #include "gui/rename_dialog.h"
+#include "gui/thumbnail_cache.h"
 #include "support/temp_dir.h"
 
 using namespace kelo;

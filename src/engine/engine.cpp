@@ -152,6 +152,15 @@ std::filesystem::path approvableFolder(const std::filesystem::path& folder, cons
     return path;
 }
 
+// The approved folder whose id is `idText`, or a refusal.
+std::vector<FolderGrant>::iterator grantWithId(std::vector<FolderGrant>& grants, const std::string& idText) {
+    const auto id = Uuid::parse(idText);
+    auto it =
+        std::find_if(grants.begin(), grants.end(), [&](const FolderGrant& grant) { return id && grant.id == *id; });
+    if (it == grants.end()) throw KeloError::unsafe("No approved folder has the id " + idText + ". Nothing changed.");
+    return it;
+}
+
 }  // namespace
 
 SnapshotPtr Engine::addGrant(const std::filesystem::path& folder, FolderGrant::Role role) {
@@ -170,12 +179,8 @@ SnapshotPtr Engine::addGrant(const std::filesystem::path& folder, FolderGrant::R
 }
 
 SnapshotPtr Engine::reconnectGrant(const std::string& idText, const std::filesystem::path& folder) {
-    const auto id = Uuid::parse(idText);
     AppState next = *state_;
-    auto it = std::find_if(next.grants.begin(), next.grants.end(),
-                           [&](const FolderGrant& grant) { return id && grant.id == *id; });
-    if (it == next.grants.end())
-        throw KeloError::unsafe("No approved folder has the id " + idText + ". Nothing changed.");
+    const auto it = grantWithId(next.grants, idText);
     const auto path = approvableFolder(folder, state_->grants, it->id);
     const std::string before = it->displayPath;
     *it = FolderGrant{it->id, FolderBookmark::make(path).encode(), path.string(), it->role};
@@ -187,12 +192,8 @@ SnapshotPtr Engine::reconnectGrant(const std::string& idText, const std::filesys
 }
 
 SnapshotPtr Engine::removeGrant(const std::string& idText) {
-    const auto id = Uuid::parse(idText);
     AppState next = *state_;
-    auto it = std::find_if(next.grants.begin(), next.grants.end(),
-                           [&](const FolderGrant& grant) { return id && grant.id == *id; });
-    if (it == next.grants.end())
-        throw KeloError::unsafe("No approved folder has the id " + idText + ". Nothing changed.");
+    const auto it = grantWithId(next.grants, idText);
     const std::string path = it->displayPath;
     next.grants.erase(it);
     commitState(std::move(next));
