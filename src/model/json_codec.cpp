@@ -188,8 +188,8 @@ void appendIndent(std::string& out, int level) {
 }  // namespace
 
 // Writes what value.dump(2) writes, each line after the first indented by `level`
-// more steps, without the intermediate string of each dump. Scalars nlohmann formats
-// in its own way (floating point numbers, escaped text) still come from dump.
+// more steps, without the intermediate string of each dump. What nlohmann formats in
+// its own way (floating point numbers, escaped text, binary values) still comes from dump.
 void appendValue(std::string& out, const Json& value, int level) {
     switch (value.type()) {
         case Json::value_t::object: {
@@ -233,8 +233,18 @@ void appendValue(std::string& out, const Json& value, int level) {
         case Json::value_t::null: out += "null"; return;
         case Json::value_t::number_integer: out += std::to_string(value.get<std::int64_t>()); return;
         case Json::value_t::number_unsigned: out += std::to_string(value.get<std::uint64_t>()); return;
-        default: out += value.dump(-1, ' ', false, Json::error_handler_t::replace); return;
+        default: break;
     }
+    // Floating point numbers and binary values: nlohmann's own text, with any lines
+    // it lays out indented to this depth.
+    const std::string text = value.dump(2, ' ', false, Json::error_handler_t::replace);
+    std::string_view rest = text;
+    for (std::size_t newline; (newline = rest.find('\n')) != std::string_view::npos;) {
+        out.append(rest.substr(0, newline + 1));
+        appendIndent(out, level);
+        rest.remove_prefix(newline + 1);
+    }
+    out.append(rest);
 }
 
 void appendKey(std::string& out, std::string_view key, int level, bool first) {

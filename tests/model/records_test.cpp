@@ -88,6 +88,7 @@ TEST(RecordsTest, DocumentLayoutIsNlohmannsPrettyPrinting) {
     tricky["empty"] = Json::object({{"array", Json::array()}, {"object", Json::object()}});
     tricky["nested"] = Json::array({Json::array({Json::object({{"k \"\xff", Json::array({1, "two"})}})})});
     tricky["key with spaces \xff"] = "";
+    tricky["binary"] = Json::array({Json::binary({1, 2, 3}, 42), Json::binary({})});
     for (const Json& value : {tricky, Json("alone"), Json(7), Json::array(), Json::object()})
         EXPECT_EQ(formatDocument(value), value.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
 }
