@@ -8,7 +8,28 @@
 
 namespace kelo::PathSafety {
 
+namespace {
+
+// Text lexically_normal would leave as it is, with no trailing slash: no empty, "."
+// or ".." component. Every operation checks several paths several times, and these
+// are nearly all of them.
+bool alreadyStandard(std::string_view text) {
+    if (text.empty() || (text.size() > 1 && text.back() == '/')) return false;
+    std::size_t start = text.front() == '/' ? 1 : 0;
+    while (start < text.size()) {
+        const std::size_t slash = text.find('/', start);
+        const std::size_t end = slash == std::string_view::npos ? text.size() : slash;
+        const std::string_view component = text.substr(start, end - start);
+        if (component.empty() || component == "." || component == "..") return false;
+        start = end + 1;
+    }
+    return true;
+}
+
+}  // namespace
+
 std::filesystem::path standardized(const std::filesystem::path& url) {
+    if (alreadyStandard(url.native())) return url;
     std::filesystem::path normal = url.lexically_normal();
     std::string text = normal.native();
     while (text.size() > 1 && text.back() == '/') text.pop_back();
@@ -24,12 +45,12 @@ bool contains(const std::filesystem::path& root, const std::filesystem::path& ur
     const auto path = standardized(url);
     // An empty root would otherwise contain every path.
     if (rootPath.empty()) return false;
-    auto r = rootPath.begin();
-    auto p = path.begin();
-    for (; r != rootPath.end(); ++r, ++p) {
-        if (p == path.end() || r->native() != p->native()) return false;
-    }
-    return true;
+    // Both standardized, so a whole-component prefix is a text prefix that ends at a
+    // slash or at the end; only "/" itself ends in a slash.
+    const std::string& r = rootPath.native();
+    const std::string& p = path.native();
+    if (p.size() < r.size() || p.compare(0, r.size(), r) != 0) return false;
+    return p.size() == r.size() || r.back() == '/' || p[r.size()] == '/';
 }
 
 bool validName(std::string_view name) {

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "access/folder_bookmark.h"
 #include "access/path_safety.h"
@@ -233,11 +234,10 @@ Engine::PlanRun Engine::runPlan(const OperationPlan& plan, const AccessScope& sc
     PlanRun run{executor_->execute(plan, scope, state_->settings.dryRun), {}};
     constexpr std::size_t kListedMoves = 50;
     std::size_t listed = 0;
+    const std::unordered_set<Uuid> completed(run.result.completed.begin(), run.result.completed.end());
     for (const auto& operation : plan.operations) {
         if (operation.type == OperationType::createDirectory) continue;
-        if (std::find(run.result.completed.begin(), run.result.completed.end(), operation.id) ==
-            run.result.completed.end())
-            continue;
+        if (!completed.contains(operation.id)) continue;
         if (listed++ < kListedMoves)
             run.messages.push_back((operation.type == OperationType::rename ? "Renamed " : "Moved ") +
                                    operation.source.filename().string() + " to " + operation.destination.string());

@@ -28,7 +28,7 @@ void appendAssociation(std::string& out, const Association& a, int level) {
     appendKey(out, "rejections", level, false);
     appendValue(out, Json(a.rejections), level + 1);
     appendKey(out, "token", level, false);
-    appendValue(out, Json(a.token), level + 1);
+    appendText(out, a.token);
     closeObject(out, level);
 }
 
@@ -41,7 +41,7 @@ void appendFeedback(std::string& out, const Feedback& f, int level) {
         first = false;
     }
     appendKey(out, "filename", level, first);
-    appendValue(out, Json(f.filename), level + 1);
+    appendText(out, f.filename);
     appendKey(out, "id", level, false);
     appendValue(out, encodeValue(f.id), level + 1);
     if (f.rejected) {

@@ -159,19 +159,89 @@ Json parseDocument(std::string_view text) {
 
 namespace json_layout {
 
-void appendValue(std::string& out, const Json& value, int level) {
-    if (value.is_number()) {
-        out += value.dump();
-        return;
+namespace {
+
+// Text nlohmann writes unchanged between quotes: printable ASCII but the quote and
+// the backslash. Anything else goes through its escaping and UTF-8 replacement.
+bool writtenVerbatim(std::string_view text) {
+    return std::all_of(text.begin(), text.end(), [](char c) { return c >= 0x20 && c < 0x7F && c != '"' && c != '\\'; });
+}
+
+}  // namespace
+
+void appendText(std::string& out, std::string_view text) {
+    if (writtenVerbatim(text)) {
+        out += '"';
+        out += text;
+        out += '"';
+    } else {
+        out += Json(std::string(text)).dump(-1, ' ', false, Json::error_handler_t::replace);
     }
-    // Raw line breaks in a formatted value come only from the layout (strings hold
-    // theirs escaped), so indenting after each one nests the value deeper.
+}
+
+namespace {
+
+void appendIndent(std::string& out, int level) {
+    out.append(static_cast<std::size_t>(2 * level), ' ');
+}
+
+}  // namespace
+
+// Writes what value.dump(2) writes, each line after the first indented by `level`
+// more steps, without the intermediate string of each dump. What nlohmann formats in
+// its own way (floating point numbers, escaped text, binary values) still comes from dump.
+void appendValue(std::string& out, const Json& value, int level) {
+    switch (value.type()) {
+        case Json::value_t::object: {
+            const auto& members = value.get_ref<const Json::object_t&>();
+            if (members.empty()) {
+                out += "{}";
+                return;
+            }
+            bool first = true;
+            for (const auto& [key, member] : members) {
+                out += first ? "{\n" : ",\n";
+                first = false;
+                appendIndent(out, level + 1);
+                appendText(out, key);
+                out += ": ";
+                appendValue(out, member, level + 1);
+            }
+            closeObject(out, level);
+            return;
+        }
+        case Json::value_t::array: {
+            const auto& items = value.get_ref<const Json::array_t&>();
+            if (items.empty()) {
+                out += "[]";
+                return;
+            }
+            bool first = true;
+            for (const Json& item : items) {
+                out += first ? "[\n" : ",\n";
+                first = false;
+                appendIndent(out, level + 1);
+                appendValue(out, item, level + 1);
+            }
+            out += '\n';
+            appendIndent(out, level);
+            out += ']';
+            return;
+        }
+        case Json::value_t::string: appendText(out, value.get_ref<const std::string&>()); return;
+        case Json::value_t::boolean: out += value.get<bool>() ? "true" : "false"; return;
+        case Json::value_t::null: out += "null"; return;
+        case Json::value_t::number_integer: out += std::to_string(value.get<std::int64_t>()); return;
+        case Json::value_t::number_unsigned: out += std::to_string(value.get<std::uint64_t>()); return;
+        default: break;
+    }
+    // Floating point numbers and binary values: nlohmann's own text, with any lines
+    // it lays out indented to this depth.
     const std::string text = value.dump(2, ' ', false, Json::error_handler_t::replace);
-    const std::string indent(static_cast<std::size_t>(2 * level), ' ');
     std::string_view rest = text;
     for (std::size_t newline; (newline = rest.find('\n')) != std::string_view::npos;) {
         out.append(rest.substr(0, newline + 1));
-        out += indent;
+        appendIndent(out, level);
         rest.remove_prefix(newline + 1);
     }
     out.append(rest);
@@ -204,7 +274,10 @@ std::string formatDocument(const Json& document) {
     // nlohmann's default object type is a std::map, so keys come out sorted. Paths
     // are percent-encoded; a free-text field with invalid UTF-8 (a name copied from
     // a foreign file system) is written with replacement characters, not refused.
-    return document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    std::string out;
+    json_layout::appendValue(out, document, 0);
+    out += '\n';
+    return out;
 }
 
 }  // namespace kelo

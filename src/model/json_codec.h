@@ -258,6 +258,8 @@ namespace json_layout {
 
 // The value as formatDocument lays it out at that depth.
 void appendValue(std::string& out, const Json& value, int level);
+// A string value as formatDocument writes it.
+void appendText(std::string& out, std::string_view text);
 // Opens an object (first member) or continues it, then writes `"key": `.
 void appendKey(std::string& out, std::string_view key, int level, bool first);
 // Closes an object opened with appendKey.

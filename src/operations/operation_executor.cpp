@@ -82,13 +82,10 @@ void OperationExecutor::validate(const PlannedOperation& operation, const Access
 }
 
 std::optional<std::string> OperationExecutor::issueFor(const OperationPlan& plan, const PlannedOperation& operation,
-                                                       std::vector<std::string>& destinations, const AccessScope& scope,
-                                                       bool journalAvailable) const {
+                                                       std::unordered_set<std::string>& destinations,
+                                                       const AccessScope& scope, bool journalAvailable) const {
     if (operation.batchID != plan.operations.front().batchID) return std::string(kInconsistentBatch);
-    const std::string key = PathSafety::key(operation.destination);
-    if (std::find(destinations.begin(), destinations.end(), key) != destinations.end())
-        return std::string(kSharedDestination);
-    destinations.push_back(key);
+    if (!destinations.insert(PathSafety::key(operation.destination)).second) return std::string(kSharedDestination);
     if (operation.type == OperationType::undo) {
         const JournalEntry* reversed = operation.reverses ? journal_->entry(*operation.reverses) : nullptr;
         if (reversed == nullptr || reversed->status != OperationStatus::completed) return std::string(kUndoMismatch);
@@ -106,7 +103,7 @@ std::optional<std::string> OperationExecutor::issueFor(const OperationPlan& plan
 std::vector<ValidationResult> OperationExecutor::preview(const OperationPlan& plan, const AccessScope& scope) {
     const bool journalAvailable = journalWritable();
     std::vector<ValidationResult> results;
-    std::vector<std::string> destinations;
+    std::unordered_set<std::string> destinations;
     results.reserve(plan.operations.size());
     for (const auto& operation : plan.operations)
         results.push_back({operation, issueFor(plan, operation, destinations, scope, journalAvailable)});

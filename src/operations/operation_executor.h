@@ -14,6 +14,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "access/access_scope.h"
@@ -83,7 +84,7 @@ private:
     BatchResult simulate(const std::vector<ValidationResult>& previews) const;
     bool journalWritable();
     std::optional<std::string> issueFor(const OperationPlan& plan, const PlannedOperation& operation,
-                                        std::vector<std::string>& destinations, const AccessScope& scope,
+                                        std::unordered_set<std::string>& destinations, const AccessScope& scope,
                                         bool journalAvailable) const;
     void validate(const PlannedOperation& operation, const AccessScope& scope) const;
     void runOne(const PlannedOperation& operation, const AccessScope& scope, BatchResult& result);

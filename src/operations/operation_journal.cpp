@@ -87,14 +87,14 @@ void appendEntry(std::string& out, const JournalEntry& e, int level) {
     bool first = true;
     if (e.error) {
         appendKey(out, "error", level, true);
-        appendValue(out, Json(*e.error), level + 1);
+        json_layout::appendText(out, *e.error);
         first = false;
     }
     appendKey(out, "operation", level, first);
     appendKey(out, "batchID", level + 1, true);
     appendValue(out, encodeValue(o.batchID), level + 2);
     appendKey(out, "destination", level + 1, false);
-    appendValue(out, Json(fileUrl(o.destination)), level + 2);
+    json_layout::appendText(out, fileUrl(o.destination));
     if (o.expected) {
         appendKey(out, "expected", level + 1, false);
         appendKey(out, "device", level + 2, true);
@@ -114,7 +114,7 @@ void appendEntry(std::string& out, const JournalEntry& e, int level) {
         appendValue(out, encodeValue(*o.reverses), level + 2);
     }
     appendKey(out, "source", level + 1, false);
-    appendValue(out, Json(fileUrl(o.source)), level + 2);
+    json_layout::appendText(out, fileUrl(o.source));
     appendKey(out, "type", level + 1, false);
     appendValue(out, encodeValue(o.type), level + 2);
     closeObject(out, level + 1);

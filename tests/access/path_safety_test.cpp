@@ -21,6 +21,12 @@ TEST(PathSafetyTest, KeyIsTheStandardizedPath) {
     EXPECT_EQ(PathSafety::key("/"), "/");
     EXPECT_EQ(PathSafety::key("/a/.."), "/");
     EXPECT_EQ(PathSafety::key("/a/b"), PathSafety::key("/a/b/."));
+    // Paths already in standard form come back unchanged; any other spelling is normalized.
+    EXPECT_EQ(PathSafety::key("a/b.c/..d"), "a/b.c/..d");
+    EXPECT_EQ(PathSafety::key("a//b"), "a/b");
+    EXPECT_EQ(PathSafety::key("./a"), "a");
+    EXPECT_EQ(PathSafety::key("a/../.."), "..");
+    EXPECT_EQ(PathSafety::key("//"), "/");
 }
 
 TEST(PathSafetyTest, ContainsByWholeCaseSensitiveComponents) {
@@ -33,6 +39,10 @@ TEST(PathSafetyTest, ContainsByWholeCaseSensitiveComponents) {
     EXPECT_FALSE(PathSafety::contains("/a/b", "/a"));
     EXPECT_FALSE(PathSafety::contains("/a/B", "/a/b/c"));
     EXPECT_FALSE(PathSafety::contains("", "/a/b"));
+    EXPECT_TRUE(PathSafety::contains("a", "a/b"));
+    EXPECT_FALSE(PathSafety::contains("a", "ab/c"));
+    EXPECT_FALSE(PathSafety::contains("/", "a"));
+    EXPECT_FALSE(PathSafety::contains("/a", ""));
     // ".." is resolved before comparing, so it cannot climb out of a root.
     EXPECT_FALSE(PathSafety::contains("/a/b", "/a/b/../c"));
     EXPECT_TRUE(PathSafety::contains("/a/b", "/a/x/../b/c"));

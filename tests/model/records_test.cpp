@@ -1,6 +1,8 @@
 // Round trips and strict reading of the persisted records.
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "model/app_state.h"
 #include "model/category.h"
 #include "model/file_record.h"
@@ -69,6 +71,26 @@ TEST(RecordsTest, StateDocumentIsWrittenInTheStoreForm) {
         {Uuid::random(), Date{2.25}, "bad \xff \"name\".pdf", {}, std::nullopt, state.projects[0].id});
     EXPECT_EQ(documentText(state), formatDocument(encodeValue(state)));
     EXPECT_EQ(documentText(AppState{}), formatDocument(encodeValue(AppState{})));
+}
+
+// The stores' layout is nlohmann's own pretty-printing, written without a dump per
+// value: text that needs escaping or replacing, numbers at their limits, empty and
+// nested containers at every depth must come out byte for byte as its dump does.
+TEST(RecordsTest, DocumentLayoutIsNlohmannsPrettyPrinting) {
+    Json tricky = Json::object();
+    tricky["plain"] = "Report 2024 (final).pdf";
+    tricky["escaped"] = "quote \" back \\ tab \t line \n bell \x07 del \x7f";
+    tricky["unicode"] = "caf\xc3\xa9 \xe2\x80\x94 \xf0\x9f\x93\x81";
+    tricky["invalid"] = "bad \xff\xfe byte";
+    tricky["numbers"] = Json::array({0, -1, std::numeric_limits<std::int64_t>::min(),
+                                     std::numeric_limits<std::uint64_t>::max(), 0.1, -2.5e-300, 1e300});
+    tricky["flags"] = Json::array({true, false, nullptr});
+    tricky["empty"] = Json::object({{"array", Json::array()}, {"object", Json::object()}});
+    tricky["nested"] = Json::array({Json::array({Json::object({{"k \"\xff", Json::array({1, "two"})}})})});
+    tricky["key with spaces \xff"] = "";
+    tricky["binary"] = Json::array({Json::binary({1, 2, 3}, 42), Json::binary({})});
+    for (const Json& value : {tricky, Json("alone"), Json(7), Json::array(), Json::object()})
+        EXPECT_EQ(formatDocument(value), value.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 
 TEST(RecordsTest, AbsentOptionalsAreLeftOutAndReadAsAbsent) {
