@@ -5,6 +5,7 @@
 #include "engine/file_commands.h"
 #include "engine/learning_commands.h"
 #include "engine/project_commands.h"
+#include "engine/rescan.h"
 #include "engine/sample_folders.h"
 #include "engine/trash_commands.h"
 #include "gui/texts.h"
@@ -28,10 +29,7 @@ EngineCommand addGrant(std::filesystem::path folder, FolderGrant::Role role) {
 // inbox's files from the list, and the removal's own message comes first.
 EngineCommand removeGrant(std::string grantId) {
     return [grantId = std::move(grantId)](Engine& engine) {
-        const SnapshotPtr removed = engine.removeGrant(grantId);
-        auto out = std::make_shared<Snapshot>(*engine.scan());
-        out->messages.insert(out->messages.begin(), removed->messages.begin(), removed->messages.end());
-        return SnapshotPtr(std::move(out));
+        return rescanWith(engine, engine.removeGrant(grantId)->messages);
     };
 }
 

@@ -9,6 +9,7 @@
 #include "access/path_safety.h"
 #include "classify/classification_engine.h"
 #include "engine/project_discovery.h"
+#include "engine/rescan.h"
 #include "model/kelo_error.h"
 #include "scan/file_scanner.h"
 
@@ -171,12 +172,8 @@ SnapshotPtr Engine::addGrant(const std::filesystem::path& folder, FolderGrant::R
     next.grants.push_back(std::move(grant));
     commitState(std::move(next));
     invalidateClassifications();
-    auto scanned = scan();
-    auto out = std::make_shared<Snapshot>(*scanned);
-    out->messages.insert(
-        out->messages.begin(),
-        std::string(role == FolderGrant::Role::watch ? "Watching " : "Project home ") + path.string() + ".");
-    return out;
+    return rescanWith(
+        *this, {std::string(role == FolderGrant::Role::watch ? "Watching " : "Project home ") + path.string() + "."});
 }
 
 SnapshotPtr Engine::reconnectGrant(const std::string& idText, const std::filesystem::path& folder) {
@@ -187,9 +184,7 @@ SnapshotPtr Engine::reconnectGrant(const std::string& idText, const std::filesys
     *it = FolderGrant{it->id, FolderBookmark::make(path).encode(), path.string(), it->role};
     commitState(std::move(next));
     invalidateClassifications();
-    auto out = std::make_shared<Snapshot>(*scan());
-    out->messages.insert(out->messages.begin(), "Reconnected " + before + " as " + path.string() + ".");
-    return out;
+    return rescanWith(*this, {"Reconnected " + before + " as " + path.string() + "."});
 }
 
 SnapshotPtr Engine::removeGrant(const std::string& idText) {
