@@ -84,8 +84,8 @@ set(CPACK_PACKAGE_NAME kelo)
 set(CPACK_PACKAGE_VENDOR "The Kelo developers")
 set(CPACK_PACKAGE_CONTACT "The Kelo developers <hello@kelo.app>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "keeps a designer's working files in order")
-set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-  "keeps a designer's working files in order\n Kelo watches the inbox folders you approve, suggests which client project\n each loose file belongs to, and sorts, renames, groups and trashes files\n through a journal: nothing is overwritten, copied or deleted, and every move\n can be undone. It has a Qt desktop app (kelo-gui) and a command (kelo).")
+set(CPACK_PACKAGE_DESCRIPTION
+  "Kelo watches the inbox folders you approve, suggests which client project each loose file belongs to, and sorts, renames, groups and trashes files through a journal: nothing is overwritten, copied or deleted, and every move can be undone. It has a Qt desktop app (kelo-gui) and a command (kelo).")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
