@@ -90,7 +90,15 @@ AccessScope Engine::openScope(std::vector<std::string>* errors) {
         commitState(std::move(next));
     }
     if (errors != nullptr) *errors = session.errors();
-    return session.scope();
+    AccessScope scope = session.scope();
+    const auto withdrawn = protectedFolders().withdrawFrom(scope);
+    if (errors != nullptr) errors->insert(errors->end(), withdrawn.begin(), withdrawn.end());
+    return scope;
+}
+
+ProtectedFolders Engine::protectedFolders() const {
+    return ProtectedFolders{{PathSafety::standardized(std::filesystem::absolute(data_.dataDirectory)),
+                             PathSafety::standardized(trash_.environment().dataHome / "Trash")}};
 }
 
 std::vector<std::string> Engine::discoverProjects(const AccessScope& scope) {
@@ -138,12 +146,13 @@ namespace {
 // The folder the user chose, standardized, once it is known to be a folder reached
 // without a symbolic link that no other approved folder (than `replacing`) names.
 std::filesystem::path approvableFolder(const std::filesystem::path& folder, const std::vector<FolderGrant>& grants,
-                                       const std::optional<Uuid>& replacing) {
+                                       const std::optional<Uuid>& replacing, const ProtectedFolders& protectedFolders) {
     const auto path = PathSafety::standardized(std::filesystem::absolute(folder));
     PathSafety::noSymbolicComponents(path);
     struct stat info {};
     if (::lstat(path.c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
         throw KeloError::unsafe(path.string() + " is not a folder. Nothing was approved.");
+    if (protectedFolders.overlaps(path)) throw KeloError::unsafe(ProtectedFolders::refusal(path));
     for (const auto& grant : grants) {
         if (replacing && grant.id == *replacing) continue;
         const auto existing = FolderBookmark::decode(grant.bookmark);
@@ -166,7 +175,7 @@ std::vector<FolderGrant>::iterator grantWithId(std::vector<FolderGrant>& grants,
 }  // namespace
 
 SnapshotPtr Engine::addGrant(const std::filesystem::path& folder, FolderGrant::Role role) {
-    const auto path = approvableFolder(folder, state_->grants, std::nullopt);
+    const auto path = approvableFolder(folder, state_->grants, std::nullopt, protectedFolders());
     FolderGrant grant{Uuid::random(), FolderBookmark::make(path).encode(), path.string(), role};
     AppState next = *state_;
     next.grants.push_back(std::move(grant));
@@ -179,7 +188,7 @@ SnapshotPtr Engine::addGrant(const std::filesystem::path& folder, FolderGrant::R
 SnapshotPtr Engine::reconnectGrant(const std::string& idText, const std::filesystem::path& folder) {
     AppState next = *state_;
     const auto it = grantWithId(next.grants, idText);
-    const auto path = approvableFolder(folder, state_->grants, it->id);
+    const auto path = approvableFolder(folder, state_->grants, it->id, protectedFolders());
     const std::string before = it->displayPath;
     *it = FolderGrant{it->id, FolderBookmark::make(path).encode(), path.string(), it->role};
     commitState(std::move(next));
