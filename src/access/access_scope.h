@@ -12,7 +12,7 @@ namespace kelo {
 struct AccessScope {
     std::vector<std::filesystem::path> watched;  // inbox folders (role watch)
     std::vector<std::filesystem::path> homes;    // project homes (role projectHome)
-    ProtectedFolders protectedFolders;           // never allowed, even inside a root
+    ProtectedFolders protectedFolders{};         // never allowed, even inside a root
 
     // True when some watched folder or project home contains `url` and no protected
     // folder does.
