@@ -115,7 +115,8 @@ TEST_F(EngineTest, GrantRefusals) {
 TEST_F(EngineTest, KelosOwnDataAndTheTrashAreNeverApprovedOfferedOrTouched) {
     makeFolders({"Acme"});
     auto engine = start();
-    for (const auto& folder : {data, dir.path(), data / "tmp", trashHome / "Trash" / "files", dir / "usb" / ".Trash-1000"}) {
+    for (const auto& folder :
+         {data, dir.path(), data / "tmp", trashHome / "Trash" / "files", dir / "usb" / ".Trash-1000"}) {
         fs::create_directories(folder);
         EXPECT_EQ(refusal([&] { engine->addGrant(folder, FolderGrant::Role::watch); }),
                   ProtectedFolders::refusal(PathSafety::standardized(folder)));

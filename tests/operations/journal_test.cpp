@@ -267,7 +267,8 @@ TEST(JournalTest, DamagedRecordIsRefusedUnlessItIsTheTornLastOne) {
         };
         for (const auto& step : steps) {
             if (&step == &steps.back()) beforeLastMark = journal.document();
-            starts.push_back(std::filesystem::exists(journal.logUrl()) ? std::filesystem::file_size(journal.logUrl()) : 0);
+            starts.push_back(std::filesystem::exists(journal.logUrl()) ? std::filesystem::file_size(journal.logUrl())
+                                                                       : 0);
             step();
         }
     }
