@@ -134,6 +134,12 @@ TEST_F(FileCommandsTest, NameConflictIsSkippedThenKeepBothTakesAFreeName) {
     EXPECT_TRUE(fs::exists(file));
     EXPECT_TRUE(conflict->state->learning.feedback.empty());  // nothing happened, nothing learned
 
+    // A sub-folder name that cannot be one folder is refused, not dropped.
+    for (const char* bad : {"../../Evil", "a/b", "x:y"})
+        EXPECT_EQ(refusal([&] { FileCommands::sortFile(*engine, file, "Hydro Cafe", std::nullopt, std::string(bad)); }),
+                  "\"" + std::string(bad) + "\" cannot be a folder name. logo.png was left untouched.");
+    EXPECT_TRUE(fs::exists(file));
+
     const auto kept = FileCommands::keepBoth(*engine, file, "Hydro Cafe");
     EXPECT_TRUE(hasMessage(*kept, "1 completed, 0 skipped, 0 failed. 0 overwritten."));
     EXPECT_EQ(readFile(home / "Hydro Cafe" / "Export" / "logo.png"), "the one already there");
