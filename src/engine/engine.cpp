@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <utility>
 #include <unordered_set>
 
 #include "access/folder_bookmark.h"
@@ -55,6 +56,7 @@ SnapshotPtr Engine::snapshot(std::vector<std::string> messages, std::vector<std:
     out->history =
         std::make_shared<const std::vector<HistoryBatch>>(HistoryIndex::build(executor_->journal().document().entries));
     out->canUndoTrash = lastTrashed_.has_value();
+    out->lastRun = std::exchange(lastRun_, std::nullopt);
     out->messages = std::move(messages);
     out->issues = std::move(issues);
     out->studio = studio_;
@@ -256,6 +258,10 @@ Engine::PlanRun Engine::runPlan(const OperationPlan& plan, const AccessScope& sc
             run.messages.push_back("Failed " + name + ": " + it->second);
     }
     run.messages.push_back(run.result.summary());
+    Snapshot::RunOutcome outcome{run.result.completed.size(), 0, run.result.failed.size()};
+    for (const auto& [id, reason] : run.result.skipped)
+        if (reason != kDryRunMessage) ++outcome.skipped;
+    lastRun_ = outcome;
     return run;
 }
 

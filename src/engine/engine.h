@@ -120,6 +120,7 @@ private:
     std::shared_ptr<const AIState> ai_;
     Trash trash_;
     std::optional<TrashedItem> lastTrashed_;
+    std::optional<Snapshot::RunOutcome> lastRun_;  // handed to the next snapshot, once
 };
 
 }  // namespace kelo

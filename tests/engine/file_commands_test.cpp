@@ -133,6 +133,8 @@ TEST_F(FileCommandsTest, NameConflictIsSkippedThenKeepBothTakesAFreeName) {
     EXPECT_TRUE(hasMessage(*conflict, "0 completed, 1 skipped, 0 failed. 0 overwritten."));
     EXPECT_TRUE(fs::exists(file));
     EXPECT_TRUE(conflict->state->learning.feedback.empty());  // nothing happened, nothing learned
+    ASSERT_TRUE(conflict->lastRun);
+    EXPECT_EQ(conflict->lastRun->skipped, 1u);
 
     // A sub-folder name that cannot be one folder is refused, not dropped.
     for (const char* bad : {"../../Evil", "a/b", "x:y"})
@@ -142,6 +144,8 @@ TEST_F(FileCommandsTest, NameConflictIsSkippedThenKeepBothTakesAFreeName) {
 
     const auto kept = FileCommands::keepBoth(*engine, file, "Hydro Cafe");
     EXPECT_TRUE(hasMessage(*kept, "1 completed, 0 skipped, 0 failed. 0 overwritten."));
+    ASSERT_TRUE(kept->lastRun);
+    EXPECT_EQ(kept->lastRun->skipped + kept->lastRun->failed, 0u);
     EXPECT_EQ(readFile(home / "Hydro Cafe" / "Export" / "logo.png"), "the one already there");
     EXPECT_EQ(readFile(home / "Hydro Cafe" / "Export" / "logo 2.png"), "content of logo.png");
 }
