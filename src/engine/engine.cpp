@@ -72,8 +72,14 @@ std::shared_ptr<const std::vector<Classification>> Engine::classifications() {
     if (classifications_) return classifications_;
     const AppState& state = *state_;
     const ClassificationEngine engine(state.projects, state.learning);
-    classifications_ = std::make_shared<const std::vector<Classification>>(
-        engine.classifyAll(*files_, state.assignments, state.settings.thresholds, clock_()));
+    auto all = engine.classifyAll(*files_, state.assignments, state.settings.thresholds, clock_());
+    // A name that no move may keep is shown as such now, not refused at clean time.
+    for (auto& classification : all)
+        if (!PathSafety::validName(classification.file.filename())) {
+            classification.state = ConfidenceState::noIdea;
+            classification.unsortable = std::string(reason::kUnsortableName);
+        }
+    classifications_ = std::make_shared<const std::vector<Classification>>(std::move(all));
     return classifications_;
 }
 
