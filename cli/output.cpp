@@ -42,6 +42,7 @@ void printInbox(std::ostream& out, const Snapshot& snapshot) {
         const int score = hasTop ? c.candidates.front().score : 0;
         out << padded(std::string(rawValue(c.state)), 10) << padded(c.file.filename(), nameWidth + 2)
             << padded(project, 24) << score << "\n";
+        if (c.unsortable) out << "          " << *c.unsortable << "\n";
         if (hasTop) {
             for (const auto& signal : c.candidates.front().signals)
                 out << "          " << (signal.points >= 0 ? "+" : "") << signal.points << "  " << signal.reason << "\n";

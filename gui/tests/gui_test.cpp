@@ -395,8 +395,7 @@ void GuiTest::secondInstanceIsRefusedByTheLock() {
     QVERIFY(settle(second));
     QVERIFY(!second.canOperate());
     QCOMPARE(second.startupFailure(),
-             QString("Persistent data could not be loaded. File operations are disabled. "
-                     "Another Kelo instance is running. File operations are disabled in this instance."));
+             QString("Another Kelo instance is running. File operations are disabled in this instance."));
     QVERIFY(settle(first));
 }
 

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <utility>
 #include <unordered_set>
 
 #include "access/folder_bookmark.h"
@@ -55,6 +56,7 @@ SnapshotPtr Engine::snapshot(std::vector<std::string> messages, std::vector<std:
     out->history =
         std::make_shared<const std::vector<HistoryBatch>>(HistoryIndex::build(executor_->journal().document().entries));
     out->canUndoTrash = lastTrashed_.has_value();
+    out->lastRun = std::exchange(lastRun_, std::nullopt);
     out->messages = std::move(messages);
     out->issues = std::move(issues);
     out->studio = studio_;
@@ -70,8 +72,14 @@ std::shared_ptr<const std::vector<Classification>> Engine::classifications() {
     if (classifications_) return classifications_;
     const AppState& state = *state_;
     const ClassificationEngine engine(state.projects, state.learning);
-    classifications_ = std::make_shared<const std::vector<Classification>>(
-        engine.classifyAll(*files_, state.assignments, state.settings.thresholds, clock_()));
+    auto all = engine.classifyAll(*files_, state.assignments, state.settings.thresholds, clock_());
+    // A name that no move may keep is shown as such now, not refused at clean time.
+    for (auto& classification : all)
+        if (!PathSafety::validName(classification.file.filename())) {
+            classification.state = ConfidenceState::noIdea;
+            classification.unsortable = std::string(reason::kUnsortableName);
+        }
+    classifications_ = std::make_shared<const std::vector<Classification>>(std::move(all));
     return classifications_;
 }
 
@@ -90,7 +98,15 @@ AccessScope Engine::openScope(std::vector<std::string>* errors) {
         commitState(std::move(next));
     }
     if (errors != nullptr) *errors = session.errors();
-    return session.scope();
+    AccessScope scope = session.scope();
+    const auto withdrawn = protectedFolders().withdrawFrom(scope);
+    if (errors != nullptr) errors->insert(errors->end(), withdrawn.begin(), withdrawn.end());
+    return scope;
+}
+
+ProtectedFolders Engine::protectedFolders() const {
+    return ProtectedFolders{{PathSafety::standardized(std::filesystem::absolute(data_.dataDirectory)),
+                             PathSafety::standardized(trash_.environment().dataHome / "Trash")}};
 }
 
 std::vector<std::string> Engine::discoverProjects(const AccessScope& scope) {
@@ -138,12 +154,13 @@ namespace {
 // The folder the user chose, standardized, once it is known to be a folder reached
 // without a symbolic link that no other approved folder (than `replacing`) names.
 std::filesystem::path approvableFolder(const std::filesystem::path& folder, const std::vector<FolderGrant>& grants,
-                                       const std::optional<Uuid>& replacing) {
+                                       const std::optional<Uuid>& replacing, const ProtectedFolders& protectedFolders) {
     const auto path = PathSafety::standardized(std::filesystem::absolute(folder));
     PathSafety::noSymbolicComponents(path);
     struct stat info {};
     if (::lstat(path.c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
         throw KeloError::unsafe(path.string() + " is not a folder. Nothing was approved.");
+    if (protectedFolders.overlaps(path)) throw KeloError::unsafe(ProtectedFolders::refusal(path));
     for (const auto& grant : grants) {
         if (replacing && grant.id == *replacing) continue;
         const auto existing = FolderBookmark::decode(grant.bookmark);
@@ -166,7 +183,7 @@ std::vector<FolderGrant>::iterator grantWithId(std::vector<FolderGrant>& grants,
 }  // namespace
 
 SnapshotPtr Engine::addGrant(const std::filesystem::path& folder, FolderGrant::Role role) {
-    const auto path = approvableFolder(folder, state_->grants, std::nullopt);
+    const auto path = approvableFolder(folder, state_->grants, std::nullopt, protectedFolders());
     FolderGrant grant{Uuid::random(), FolderBookmark::make(path).encode(), path.string(), role};
     AppState next = *state_;
     next.grants.push_back(std::move(grant));
@@ -179,7 +196,7 @@ SnapshotPtr Engine::addGrant(const std::filesystem::path& folder, FolderGrant::R
 SnapshotPtr Engine::reconnectGrant(const std::string& idText, const std::filesystem::path& folder) {
     AppState next = *state_;
     const auto it = grantWithId(next.grants, idText);
-    const auto path = approvableFolder(folder, state_->grants, it->id);
+    const auto path = approvableFolder(folder, state_->grants, it->id, protectedFolders());
     const std::string before = it->displayPath;
     *it = FolderGrant{it->id, FolderBookmark::make(path).encode(), path.string(), it->role};
     commitState(std::move(next));
@@ -247,6 +264,10 @@ Engine::PlanRun Engine::runPlan(const OperationPlan& plan, const AccessScope& sc
             run.messages.push_back("Failed " + name + ": " + it->second);
     }
     run.messages.push_back(run.result.summary());
+    Snapshot::RunOutcome outcome{run.result.completed.size(), 0, run.result.failed.size()};
+    for (const auto& [id, reason] : run.result.skipped)
+        if (reason != kDryRunMessage) ++outcome.skipped;
+    lastRun_ = outcome;
     return run;
 }
 

@@ -59,6 +59,8 @@ public:
 
     explicit Trash(Environment environment);
 
+    const Environment& environment() const { return environment_; }
+
     // Moves the item to its trash. With `expected`, the item's identity is read again
     // through its folder just before the move and must still match. Throws KeloError
     // or std::system_error; on failure the item stays where it was and no info file
