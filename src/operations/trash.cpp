@@ -50,11 +50,20 @@ void ensurePrivateFolder(const std::filesystem::path& folder, uid_t uid) {
 }
 
 // "name", "name 2", "name 3.pdf" for "name.pdf", ...
+// The info file is the item's name plus ".trashinfo", and both must fit in one
+// 255-byte name: a longer name is shortened (whole UTF-8 characters, extension kept),
+// which the Trash allows because the original name lives on in the info file's Path.
+constexpr std::size_t kMaxTrashedName = 255 - std::string_view(".trashinfo").size();
+
 std::string candidateName(const std::string& name, int n) {
-    if (n == 1) return name;
     const std::string extension = pathExtension(name);
-    const std::string stem = extension.empty() ? name : name.substr(0, name.size() - extension.size() - 1);
-    return stem + " " + std::to_string(n) + (extension.empty() ? "" : "." + extension);
+    std::string stem = extension.empty() ? name : name.substr(0, name.size() - extension.size() - 1);
+    const std::string suffix = (n == 1 ? "" : " " + std::to_string(n)) + (extension.empty() ? "" : "." + extension);
+    if (stem.size() + suffix.size() <= kMaxTrashedName) return stem + suffix;
+    std::size_t keep = suffix.size() < kMaxTrashedName ? kMaxTrashedName - suffix.size() : 0;
+    while (keep > 0 && (static_cast<unsigned char>(stem[keep]) & 0xC0) == 0x80) --keep;  // not inside a character
+    stem.resize(keep);
+    return stem + suffix;
 }
 
 std::string infoText(const std::string& path, Date deleted) {

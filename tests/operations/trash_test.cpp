@@ -83,6 +83,25 @@ TEST_F(TrashTest, TakenNamesGetTheNextFreeName) {
     EXPECT_EQ(readFile(dataHome / "Trash" / "files" / "report 2.pdf"), "leftover");
     EXPECT_FALSE(fs::exists(dataHome / "Trash" / "info" / "report 2.pdf.trashinfo"));  // removed after the failed move
     EXPECT_EQ(readFile(dataHome / "Trash" / "info" / "README.trashinfo"), "someone else's");
+
+    // A name of 255 bytes (here mostly of three-byte letters) gets a shorter trashed name whose
+    // info file still fits; the info keeps the whole original name, and it comes back.
+    std::string longName;
+    while (longName.size() + 2 <= 251) longName += "ạ";
+    longName = longName.substr(0, 250) + ".psd";
+    longName.insert(0, 255 - longName.size(), 'x');
+    ASSERT_EQ(longName.size(), 255u);
+    for (int copy = 0; copy < 2; ++copy) {
+        writeFile(inbox / longName, "long " + std::to_string(copy));
+        const TrashedItem trashed = trash.moveToTrash(inbox / longName);
+        EXPECT_LE(trashed.info.filename().native().size(), 255u);
+        EXPECT_EQ(trashed.trashed.extension(), ".psd");
+        EXPECT_NE(readFile(trashed.info).find(percentEncode((inbox / longName).native(), "/")), std::string::npos);
+        if (copy == 1) {
+            trash.restore(trashed);
+            EXPECT_EQ(readFile(inbox / longName), "long 1");
+        }
+    }
 }
 
 TEST_F(TrashTest, FailedMoveLeavesNoInfoAndChangedItemStays) {
