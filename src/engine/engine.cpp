@@ -13,6 +13,7 @@
 #include "engine/rescan.h"
 #include "model/kelo_error.h"
 #include "scan/file_scanner.h"
+#include "store/data_directory.h"
 
 namespace kelo {
 
@@ -117,8 +118,9 @@ AccessScope Engine::openScope(std::vector<std::string>* errors) {
 }
 
 ProtectedFolders Engine::protectedFolders() const {
-    return ProtectedFolders{{PathSafety::standardized(std::filesystem::absolute(data_.dataDirectory)),
-                             PathSafety::standardized(trash_.environment().dataHome / "Trash")}};
+    const auto data = PathSafety::standardized(std::filesystem::absolute(data_.dataDirectory));
+    return ProtectedFolders{{data, PathSafety::standardized(trash_.environment().dataHome / "Trash")},
+                            {data / data_files::kSampleFolders}};
 }
 
 std::vector<std::string> Engine::discoverProjects(const AccessScope& scope) {
