@@ -27,6 +27,8 @@ bool insideVolumeTrash(const std::filesystem::path& path) {
 bool ProtectedFolders::covers(const std::filesystem::path& url) const {
     const auto path = PathSafety::standardized(url);
     if (insideVolumeTrash(path)) return true;
+    if (std::any_of(exempt.begin(), exempt.end(), [&](const auto& free) { return PathSafety::contains(free, path); }))
+        return false;
     return std::any_of(roots.begin(), roots.end(), [&](const auto& root) { return PathSafety::contains(root, path); });
 }
 

@@ -15,6 +15,9 @@ struct AccessScope;
 
 struct ProtectedFolders {
     std::vector<std::filesystem::path> roots;  // standardized; the data directory and the home trash
+    // Folders inside a root that hold none of Kelo's own data (the sample folders):
+    // approving them, or folders inside them, is fine.
+    std::vector<std::filesystem::path> exempt;
 
     // True when `folder` is, holds or lies inside a protected folder: it cannot be approved.
     bool overlaps(const std::filesystem::path& folder) const;

@@ -13,6 +13,7 @@
 #include "engine/rescan.h"
 #include "model/kelo_error.h"
 #include "scan/file_scanner.h"
+#include "store/data_directory.h"
 
 namespace kelo {
 
@@ -36,6 +37,15 @@ std::string wouldDo(const PlannedOperation& operation) {
 
 }  // namespace
 
+namespace {
+
+Trash::Environment withPendingNotes(Trash::Environment trash, const std::filesystem::path& dataDirectory) {
+    trash.pendingNotes = dataDirectory / "trash-pending";
+    return trash;
+}
+
+}  // namespace
+
 Engine::Engine(const std::filesystem::path& dataDirectory, Clock clock, Trash::Environment trash)
     : clock_(std::move(clock)),
       lock_(std::make_unique<ApplicationLock>(dataDirectory)),
@@ -46,7 +56,10 @@ Engine::Engine(const std::filesystem::path& dataDirectory, Clock clock, Trash::E
       nameSuggestions_(std::make_shared<const std::vector<NameSuggestion>>()),
       studio_(std::make_shared<const StudioState>(data_.studio)),
       ai_(std::make_shared<const AIState>(data_.ai)),
-      trash_(std::move(trash)) {}
+      trash_(withPendingNotes(std::move(trash), dataDirectory)) {
+    // Info files of Trash moves that a kill cut short before the item moved.
+    trash_.settleInterrupted();
+}
 
 SnapshotPtr Engine::snapshot(std::vector<std::string> messages, std::vector<std::string> issues) {
     auto out = std::make_shared<Snapshot>();
@@ -105,8 +118,9 @@ AccessScope Engine::openScope(std::vector<std::string>* errors) {
 }
 
 ProtectedFolders Engine::protectedFolders() const {
-    return ProtectedFolders{{PathSafety::standardized(std::filesystem::absolute(data_.dataDirectory)),
-                             PathSafety::standardized(trash_.environment().dataHome / "Trash")}};
+    const auto data = PathSafety::standardized(std::filesystem::absolute(data_.dataDirectory));
+    return ProtectedFolders{{data, PathSafety::standardized(trash_.environment().dataHome / "Trash")},
+                            {data / data_files::kSampleFolders}};
 }
 
 std::vector<std::string> Engine::discoverProjects(const AccessScope& scope) {

@@ -122,6 +122,10 @@ TEST_F(EngineTest, KelosOwnDataAndTheTrashAreNeverApprovedOfferedOrTouched) {
                   ProtectedFolders::refusal(PathSafety::standardized(folder)));
     }
     EXPECT_TRUE(engine->state().grants.empty());
+    // The desktop app's sample folders live in the data directory but hold no store.
+    fs::create_directories(data / "Sample folders" / "Downloads");
+    engine->addGrant(data / "Sample folders" / "Downloads", FolderGrant::Role::watch);
+    engine->removeGrant(engine->state().grants[0].id.text());
 
     // A grant made before the data directory moved into the inbox: the inbox is left
     // out of every scope, so neither its files nor Kelo's stores are offered.
