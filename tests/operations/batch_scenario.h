@@ -48,8 +48,9 @@ struct Scenario {
         }
     }
 
-    std::unique_ptr<OperationExecutor> executor(FileOperator fileOperator = FileOperator()) {
-        auto journal = std::make_unique<OperationJournal>(journalPath, [this] { return now; });
+    std::unique_ptr<OperationExecutor> executor(FileOperator fileOperator = FileOperator(),
+                                                LogCalls logCalls = LogCalls::system()) {
+        auto journal = std::make_unique<OperationJournal>(journalPath, [this] { return now; }, std::move(logCalls));
         return std::make_unique<OperationExecutor>(std::move(journal), [this] { return now; },
                                                    std::move(fileOperator));
     }

@@ -50,8 +50,18 @@ struct ChildScenario : testing::Scenario {
     using Scenario::Scenario;
 
     // Runs the plan in a child. With `crashAt` > 0 the child ends itself at that
-    // step (journal step or folder sync). Returns the child's pid.
+    // step (journal step, journal sync or folder sync). Returns the child's pid.
     pid_t runInChild(int crashAt, const fs::path& resultFile) {
+        return runInChild(crashAt, [&](OperationExecutor& run) {
+            const BatchResult result = run.execute(plan, scope, false);
+            std::ofstream out(resultFile);
+            for (const auto& id : result.completed) out << id.text() << "\n";
+        });
+    }
+
+    // Runs `action` on an executor in a child that ends itself at step `crashAt`.
+    template <class Action>
+    pid_t runInChild(int crashAt, Action action) {
         childSteps() = 0;
         const pid_t child = fork();
         if (child != 0) return child;
@@ -61,22 +71,25 @@ struct ChildScenario : testing::Scenario {
             if (crashAt > 0 && ++steps == crashAt) _exit(kCrashExit);
         };
         try {
-            auto run = executor(FileOperator([&](int fd) {
+            LogCalls logCalls = LogCalls::system();
+            logCalls.fsync = [&](int fd) {
                 const int status = ::fsync(fd);
                 step();
                 return status;
-            }));
+            };
+            auto run = executor(FileOperator([&](int fd) {
+                                    const int status = ::fsync(fd);
+                                    step();
+                                    return status;
+                                }),
+                                logCalls);
             run->setStepProbe([&](std::string_view) { step(); });
-            const BatchResult result = run->execute(plan, scope, false);
-            std::ofstream out(resultFile);
-            for (const auto& id : result.completed) out << id.text() << "\n";
-            out.close();
+            action(*run);
             _exit(0);
         } catch (...) {
             _exit(3);
         }
     }
-
 };
 
 int waitFor(pid_t child) {
@@ -100,6 +113,60 @@ TEST(CrashHarnessTest, CrashAtEveryStepOfABatchLosesNothing) {
     }
     std::cout << "[ harness  ] crash points run: " << crashPoints << "\n";
     EXPECT_GT(crashPoints, 30);  // prepare, folders, started, renames, syncs, completed for six files
+}
+
+// Cuts `action` short at every step in turn, on a scenario `prepare` sets up; the
+// scenario's checks run after each cut. Returns how many cuts landed.
+template <class Prepare, class Action>
+int crashAtEveryStep(Prepare prepare, Action action) {
+    for (int crashAt = 1;; ++crashAt) {
+        ChildScenario scenario(6, fs::temp_directory_path());
+        prepare(scenario);
+        if (::testing::Test::HasFailure()) return crashAt - 1;
+        const int exit = waitFor(scenario.runInChild(crashAt, [&](OperationExecutor& run) { action(scenario, run); }));
+        EXPECT_TRUE(exit == kCrashExit || exit == 0) << "child exit " << exit << " at step " << crashAt;
+        scenario.check({});
+        if (::testing::Test::HasFailure()) {
+            ADD_FAILURE() << "invariant broken after a crash at step " << crashAt;
+            return crashAt;
+        }
+        if (exit == 0) return crashAt - 1;
+    }
+}
+
+TEST(CrashHarnessTest, CrashAtEveryStepOfAnUndoLosesNothing) {
+    Uuid batch;
+    const int cuts = crashAtEveryStep(
+        [&](ChildScenario& scenario) {
+            scenario.executor()->execute(scenario.plan, scenario.scope, false);
+            batch = scenario.plan.operations.front().batchID;
+        },
+        [&](ChildScenario& scenario, OperationExecutor& run) {
+            run.execute(run.undoPlan(batch), scenario.scope, false);
+        });
+    std::cout << "[ harness  ] crash points during undo: " << cuts << "\n";
+    EXPECT_GT(cuts, 20);
+}
+
+// A batch cut short, then the reconcile that settles it cut short at each of its
+// own steps; the next reconcile (in the check) must still settle everything.
+TEST(CrashHarnessTest, CrashAtEveryStepOfAReconcileLosesNothing) {
+    int batchSteps = 0;
+    {
+        ChildScenario whole(6, fs::temp_directory_path());
+        ASSERT_EQ(waitFor(whole.runInChild(0, whole.dir / "result.txt")), 0);
+        batchSteps = childSteps();
+    }
+    int cuts = 0;
+    for (const int batchCut : {batchSteps / 3, batchSteps / 2, (2 * batchSteps) / 3}) {
+        cuts += crashAtEveryStep(
+            [&](ChildScenario& scenario) {
+                ASSERT_EQ(waitFor(scenario.runInChild(batchCut, scenario.dir / "result.txt")), kCrashExit);
+            },
+            [](ChildScenario& scenario, OperationExecutor& run) { run.reconcile(scenario.scope); });
+    }
+    std::cout << "[ harness  ] crash points during reconcile: " << cuts << "\n";
+    EXPECT_GT(cuts, 3);
 }
 
 TEST(CrashHarnessTest, RandomKillsDuringA200FileBatchLoseNothing) {
