@@ -9,6 +9,7 @@
 #include "access/folder_bookmark.h"
 #include "access/path_safety.h"
 #include "classify/classification_engine.h"
+#include "engine/handoff_commands.h"
 #include "engine/project_discovery.h"
 #include "engine/rescan.h"
 #include "model/kelo_error.h"
@@ -151,6 +152,8 @@ SnapshotPtr Engine::scan() {
 
     nameSuggestions_ = std::make_shared<const std::vector<NameSuggestion>>(ProjectNameSuggestions::collect(
         clusters(*files_, state_->ignoredClusters), state_->projects, data_.deferredNames, state_->ignoredClusters));
+    const auto settled = HandoffCommands::settleHandoffs(*this);
+    messages.insert(messages.end(), settled.begin(), settled.end());
     return snapshot(std::move(messages), std::move(issues));
 }
 
