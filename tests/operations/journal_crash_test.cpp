@@ -53,19 +53,21 @@ Date fixedNow() {
     return Date{42};
 }
 
+// The document after each number of steps, from a run that is not killed.
+std::vector<JournalDocument> statesAfterEachStep(const std::vector<Step>& steps) {
+    testing::TempDir dir;
+    OperationJournal journal(dir / "journal.json", fixedNow);
+    std::vector<JournalDocument> states{journal.document()};
+    for (const Step& step : steps) {
+        step(journal);
+        states.push_back(journal.document());
+    }
+    return states;
+}
+
 TEST(JournalCrashTest, KilledWriterLosesNothingAcknowledged) {
     const std::vector<Step> steps = makeSteps();
-    // The document after each number of steps, from a run that is not killed.
-    std::vector<JournalDocument> states;
-    {
-        testing::TempDir dir;
-        OperationJournal journal(dir / "journal.json", fixedNow);
-        states.push_back(journal.document());
-        for (const Step& step : steps) {
-            step(journal);
-            states.push_back(journal.document());
-        }
-    }
+    const std::vector<JournalDocument> states = statesAfterEachStep(steps);
 
     for (std::size_t acknowledged = 0; acknowledged <= steps.size(); ++acknowledged) {
         SCOPED_TRACE("killed after " + std::to_string(acknowledged) + " acknowledged steps");
@@ -115,16 +117,7 @@ TEST(JournalCrashTest, KilledWriterLosesNothingAcknowledged) {
 // before it, and is the state after that step or before it.
 TEST(JournalCrashTest, KillsInsideAnAppendLoseNothingAcknowledged) {
     const std::vector<Step> steps = makeSteps();
-    std::vector<JournalDocument> states;
-    {
-        testing::TempDir dir;
-        OperationJournal journal(dir / "journal.json", fixedNow);
-        states.push_back(journal.document());
-        for (const Step& step : steps) {
-            step(journal);
-            states.push_back(journal.document());
-        }
-    }
+    const std::vector<JournalDocument> states = statesAfterEachStep(steps);
     int insideAppends = 0;
     for (int killAt = 1;; ++killAt) {
         testing::TempDir dir;
