@@ -76,6 +76,12 @@ void printHistory(std::ostream& out, const Snapshot& snapshot) {
         return;
     }
     for (const auto& batch : *snapshot.history) {
+        if (batch.undoes) {
+            out << localTimestamp(batch.date) << "  undo of batch " << batch.undoes->text() << ": " << batch.putBack
+                << " put back, " << batch.skipped << " skipped, " << batch.failed << " failed\n    batch "
+                << batch.id.text() << "\n";
+            continue;
+        }
         out << localTimestamp(batch.date) << "  " << batch.moved << " moved, " << batch.renamed << " renamed, "
             << batch.skipped << " skipped, " << batch.failed << " failed";
         if (batch.undone > 0) out << ", " << batch.undone << " undone";
