@@ -49,6 +49,7 @@ int main(int argc, char** argv) {
     kelo::cli::addTrashCommands(app, commands);
     kelo::cli::addDemoCommand(app, commands);
     kelo::cli::addHandoffCommands(app, commands);
+    kelo::cli::addDuplicateCommands(app, commands);
     Options options;
     addGlobalOptions(app, options);
 
@@ -102,6 +103,7 @@ int main(int argc, char** argv) {
 
     try {
         kelo::SnapshotPtr result = worker->scan().get();
+        if (chosen->withWorker) return chosen->withWorker(*worker, options.json, std::cout);
         if (chosen->run) result = worker->run(chosen->run).get();
         const bool incomplete = result->lastRun && (result->lastRun->skipped > 0 || result->lastRun->failed > 0);
         if (options.json) {
