@@ -45,6 +45,7 @@ void addLearningCommands(CLI::App& app, Commands& commands);  // learning_comman
 void addTrashCommands(CLI::App& app, Commands& commands);     // trash_commands.cpp
 void addDemoCommand(CLI::App& app, Commands& commands);       // demo_command.cpp
 void addDuplicateCommands(CLI::App& app, Commands& commands);  // duplicate_commands.cpp: dupes
+void addZipCleanupCommands(CLI::App& app, Commands& commands);  // zip_cleanup_commands.cpp: zip-cleanup
 void addHandoffCommands(CLI::App& app, Commands& commands);   // handoff_commands.cpp: handoff, storage
 
 }  // namespace kelo::cli

@@ -50,6 +50,7 @@ int main(int argc, char** argv) {
     kelo::cli::addDemoCommand(app, commands);
     kelo::cli::addHandoffCommands(app, commands);
     kelo::cli::addDuplicateCommands(app, commands);
+    kelo::cli::addZipCleanupCommands(app, commands);
     Options options;
     addGlobalOptions(app, options);
 
