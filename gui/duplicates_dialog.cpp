@@ -128,8 +128,12 @@ void DuplicatesDialog::showGroups() {
             const FileRecord& file = group.files[f];
             auto* row = new QHBoxLayout;
             auto* picture = new QLabel(box);
-            picture->setFixedSize(72, 72);
+            picture->setFixedSize(76, 76);
             picture->setAlignment(Qt::AlignCenter);
+            // Until (or unless) a thumbnail comes, the file's kind stands in for it.
+            picture->setStyleSheet(QStringLiteral("background: palette(base); border: 1px solid palette(mid);"
+                                                  "border-radius: 6px; color: palette(mid); font-weight: bold;"));
+            picture->setText(qs(file.fileExtension()).toUpper());
             if (const QImage image = thumbnails_.request(file); !image.isNull())
                 picture->setPixmap(QPixmap::fromImage(image));
             auto* name = new QLabel(qs(file.filename()) + QStringLiteral("\n") + qs(file.url.parent_path().string()), box);

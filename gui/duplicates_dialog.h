@@ -56,7 +56,7 @@ private:
     QPushButton* stop_;
     QVBoxLayout* list_;
     QTimer poll_;
-    ThumbnailCache thumbnails_{72, 200};
+    ThumbnailCache thumbnails_{72, 200, this};
     std::stop_source stopSource_;
     std::atomic<std::uint64_t> done_{0};
     std::atomic<std::uint64_t> total_{0};
