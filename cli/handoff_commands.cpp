@@ -9,6 +9,7 @@
 #include "cli/command.h"
 #include "cli/interrupt_stops.h"
 #include "cli/output.h"
+#include "model/kelo_error.h"
 
 namespace kelo::cli {
 
@@ -36,6 +37,9 @@ SnapshotPtr runHandoff(Engine& engine, const std::string& project, const std::st
         auto result =
             HandoffCommands::createHandoff(engine, project, reviewed, exportFolder, progress, stop.get_token());
         finish();
+        // Stopped by the user: nothing was exported, which the exit status says too.
+        if (!result->messages.empty() && result->messages.front() == kHandoffCancelled)
+            throw KeloError::unsafe(std::string(kHandoffCancelled));
         return result;
     } catch (...) {
         finish();
