@@ -37,7 +37,8 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     app.footer(
         "Exit status: 0 done; 1 refused, with the reason on standard error; 2 usage error; 3 a command that moves or "
-        "renames files ran, but some files were skipped or failed (each is listed).");
+        "renames files ran, but some files were skipped or failed (each is listed); 130 a duplicate search stopped by "
+        "Ctrl-C.");
 
     kelo::cli::Commands commands;
     kelo::cli::addInboxCommands(app, commands);
