@@ -28,6 +28,9 @@ struct Command {
     bool needsEngine = true;
     // A command that runs on its own, with its own engine (the demo); returns the exit status.
     std::function<int(std::ostream&)> standalone;
+    // Runs after the scan with the worker, for work done beside the engine, and
+    // prints its own result (as JSON with --json); returns the exit status.
+    std::function<int(EngineWorker&, bool json, std::ostream&)> withWorker;
 };
 
 using Commands = std::vector<Command>;
@@ -41,6 +44,8 @@ void addFileCommands(CLI::App& app, Commands& commands);      // file_commands.c
 void addLearningCommands(CLI::App& app, Commands& commands);  // learning_commands.cpp
 void addTrashCommands(CLI::App& app, Commands& commands);     // trash_commands.cpp
 void addDemoCommand(CLI::App& app, Commands& commands);       // demo_command.cpp
+void addDuplicateCommands(CLI::App& app, Commands& commands);  // duplicate_commands.cpp: dupes
+void addZipCleanupCommands(CLI::App& app, Commands& commands);  // zip_cleanup_commands.cpp: zip-cleanup
 void addHandoffCommands(CLI::App& app, Commands& commands);   // handoff_commands.cpp: handoff, storage
 
 }  // namespace kelo::cli

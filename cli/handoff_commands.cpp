@@ -1,49 +1,19 @@
 #include "engine/handoff_commands.h"
 
-#include <signal.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <iostream>
 #include <memory>
 #include <string>
 
 #include "cli/command.h"
+#include "cli/interrupt_stops.h"
 #include "cli/output.h"
+#include "model/kelo_error.h"
 
 namespace kelo::cli {
 
 namespace {
-
-volatile std::sig_atomic_t interrupted = 0;
-
-void onInterrupt(int) {
-    interrupted = 1;
-}
-
-// While packing, Ctrl-C asks the packing to stop instead of ending the process, so
-// the stage is removed and nothing partial is left anywhere.
-class InterruptStops {
-public:
-    InterruptStops() {
-        interrupted = 0;
-        struct sigaction action {};
-        action.sa_handler = onInterrupt;
-        sigemptyset(&action.sa_mask);
-        ::sigaction(SIGINT, &action, &previous_);
-        ::sigaction(SIGTERM, &action, &previousTerm_);
-    }
-    ~InterruptStops() {
-        ::sigaction(SIGINT, &previous_, nullptr);
-        ::sigaction(SIGTERM, &previousTerm_, nullptr);
-    }
-    InterruptStops(const InterruptStops&) = delete;
-    InterruptStops& operator=(const InterruptStops&) = delete;
-
-private:
-    struct sigaction previous_ {};
-    struct sigaction previousTerm_ {};
-};
 
 SnapshotPtr runHandoff(Engine& engine, const std::string& project, const std::string& exportFolder) {
     const ProjectInventory reviewed = HandoffCommands::review(engine, project);
@@ -51,7 +21,7 @@ SnapshotPtr runHandoff(Engine& engine, const std::string& project, const std::st
     const bool terminal = ::isatty(STDERR_FILENO) == 1;
     int shown = -1;
     const auto progress = [&](std::uint64_t done, std::uint64_t total) {
-        if (interrupted) stop.request_stop();
+        if (InterruptStops::requested()) stop.request_stop();
         if (!terminal) return;
         const int percent = total == 0 ? 100 : static_cast<int>(done * 100 / total);
         if (percent == shown) return;
@@ -67,6 +37,9 @@ SnapshotPtr runHandoff(Engine& engine, const std::string& project, const std::st
         auto result =
             HandoffCommands::createHandoff(engine, project, reviewed, exportFolder, progress, stop.get_token());
         finish();
+        // Stopped by the user: nothing was exported, which the exit status says too.
+        if (!result->messages.empty() && result->messages.front() == kHandoffCancelled)
+            throw KeloError::unsafe(std::string(kHandoffCancelled));
         return result;
     } catch (...) {
         finish();

@@ -37,7 +37,8 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     app.footer(
         "Exit status: 0 done; 1 refused, with the reason on standard error; 2 usage error; 3 a command that moves or "
-        "renames files ran, but some files were skipped or failed (each is listed).");
+        "renames files ran, but some files were skipped or failed (each is listed); 130 a duplicate search stopped by "
+        "Ctrl-C.");
 
     kelo::cli::Commands commands;
     kelo::cli::addInboxCommands(app, commands);
@@ -49,6 +50,8 @@ int main(int argc, char** argv) {
     kelo::cli::addTrashCommands(app, commands);
     kelo::cli::addDemoCommand(app, commands);
     kelo::cli::addHandoffCommands(app, commands);
+    kelo::cli::addDuplicateCommands(app, commands);
+    kelo::cli::addZipCleanupCommands(app, commands);
     Options options;
     addGlobalOptions(app, options);
 
@@ -102,6 +105,7 @@ int main(int argc, char** argv) {
 
     try {
         kelo::SnapshotPtr result = worker->scan().get();
+        if (chosen->withWorker) return chosen->withWorker(*worker, options.json, std::cout);
         if (chosen->run) result = worker->run(chosen->run).get();
         const bool incomplete = result->lastRun && (result->lastRun->skipped > 0 || result->lastRun->failed > 0);
         if (options.json) {

@@ -98,7 +98,10 @@ void printSettings(std::ostream& out, const Snapshot& snapshot) {
         << "Probably at:      " << s.thresholds.probably << "\n"
         << "Display name:     " << s.displayName.value_or("-") << "\n"
         << "Preset:           " << (s.usagePreset ? std::string(rawValue(*s.usagePreset)) : "-") << "\n"
-        << "Group by sub-job: " << (s.autoGroupBySubjob() ? "on" : "off") << "\n";
+        << "Group by sub-job: " << (s.autoGroupBySubjob() ? "on" : "off") << "\n"
+        << "ZIP cleanup:      " << (s.zipCleanupRule ? "on" : "off  (turn on with: kelo zip-cleanup on --folder DIR)")
+        << "\n";
+    if (!snapshot.zipCleanupStatus.empty()) out << "                  " << snapshot.zipCleanupStatus << "\n";
     printMessages(out, snapshot);
 }
 

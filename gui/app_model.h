@@ -37,6 +37,9 @@ public:
     void start(const std::filesystem::path& dataDirectory);
 
     bool canOperate() const { return worker_ != nullptr; }
+    // The running engine, for work that runs beside it (duplicate search, packing);
+    // null when it did not start.
+    EngineWorker* worker() const { return worker_.get(); }
     const QString& startupFailure() const { return startupFailure_; }
     // The last snapshot the engine handed back; null until the first arrives.
     const SnapshotPtr& snapshot() const { return snapshot_; }

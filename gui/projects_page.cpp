@@ -8,6 +8,8 @@
 #include <QTableWidget>
 #include <QVBoxLayout>
 
+#include "gui/duplicates_dialog.h"
+#include "gui/handoff_dialog.h"
 #include "gui/presentation.h"
 #include "gui/questions.h"
 
@@ -56,7 +58,11 @@ ProjectsPage::ProjectsPage(AppModel& model, QWidget* parent) : Page(model, paren
     removeAlias_ = button(text::kRemoveAlias, "removeAlias", this);
     trashProject_ = button(text::kTrashProject, "trashProject", this);
     newProject_ = button(text::kNewProject, "newProject", this);
+    findDuplicates_ = button(text::kFindDuplicates, "findDuplicates", this);
+    handoff_ = button(text::kHandoff, "handoff", this);
     for (QPushButton* action : {archive_, reopen_, addAlias_, removeAlias_, trashProject_}) actions->addWidget(action);
+    actions->addWidget(findDuplicates_);
+    actions->addWidget(handoff_);
     actions->addStretch();
     actions->addWidget(newProject_);
     layout->addLayout(actions);
@@ -93,6 +99,8 @@ ProjectsPage::ProjectsPage(AppModel& model, QWidget* parent) : Page(model, paren
         if (const auto name = Questions::askText(this, text::kNewProject, text::kProjectNamePrompt)) newProject(*name);
     });
     connect(trashProject_, &QPushButton::clicked, this, [this] { askTrash(); });
+    connect(findDuplicates_, &QPushButton::clicked, this, [this] { openDuplicates(); });
+    connect(handoff_, &QPushButton::clicked, this, [this] { openHandoff(); });
 
     connect(suggestions_, &QListWidget::itemSelectionChanged, this, [this] { updateButtons(); });
     auto suggested = [this] {
@@ -172,6 +180,8 @@ void ProjectsPage::updateButtons() {
     enable(addAlias_, canOperate_, one);
     enable(removeAlias_, canOperate_, one && !selectedAliases().isEmpty());
     enable(trashProject_, canOperate_, one);
+    enable(findDuplicates_, canOperate_, one);
+    enable(handoff_, canOperate_, one);
     enable(newProject_, canOperate_);
     const QListWidgetItem* suggestion = suggestions_->currentItem();
     const bool chosen = suggestion && suggestion->isSelected() && suggestion->flags() != Qt::NoItemFlags;
@@ -195,6 +205,27 @@ void ProjectsPage::askTrash() {
     if (rows.isEmpty()) return;
     const QString name = table_->item(rows.front().row(), kName)->text();
     if (Questions::confirm(this, text::kTrashProject, QString(text::kTrashProjectConfirm).arg(name))) trashSelected();
+}
+
+QString ProjectsPage::selectedName() const {
+    const auto rows = table_->selectionModel()->selectedRows(kName);
+    return rows.isEmpty() ? QString() : table_->item(rows.front().row(), kName)->text();
+}
+
+DuplicatesDialog* ProjectsPage::openDuplicates() {
+    if (selectedId().isEmpty()) return nullptr;
+    auto* dialog = new DuplicatesDialog(model_, selectedId(), selectedName(), this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->show();
+    return dialog;
+}
+
+HandoffDialog* ProjectsPage::openHandoff() {
+    if (selectedId().isEmpty()) return nullptr;
+    auto* dialog = new HandoffDialog(model_, selectedId(), selectedName(), this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->show();
+    return dialog;
 }
 
 void ProjectsPage::trashSelected() {

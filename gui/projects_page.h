@@ -13,6 +13,9 @@ class QTableWidget;
 
 namespace kelo::gui {
 
+class DuplicatesDialog;
+class HandoffDialog;
+
 class ProjectsPage : public Page {
 public:
     explicit ProjectsPage(AppModel& model, QWidget* parent = nullptr);
@@ -24,9 +27,14 @@ public:
     void removeAlias(const QString& alias);
     void trashSelected();
     void newProject(const QString& name);
+    // Opens the duplicate finder or the handoff dialog for the selected project
+    // (non-modal, deleted on close); null when none is selected.
+    DuplicatesDialog* openDuplicates();
+    HandoffDialog* openHandoff();
 
 private:
     QString selectedId() const;
+    QString selectedName() const;
     QStringList selectedAliases() const;
     void updateButtons();
     void askTrash();
@@ -39,6 +47,8 @@ private:
     QPushButton* removeAlias_;
     QPushButton* newProject_;
     QPushButton* trashProject_;
+    QPushButton* findDuplicates_;
+    QPushButton* handoff_;
     QListWidget* suggestions_;
     QPushButton* accept_;
     QPushButton* defer_;

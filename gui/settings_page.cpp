@@ -17,6 +17,7 @@
 #include "gui/background_mode.h"
 #include "gui/presentation.h"
 #include "gui/questions.h"
+#include "gui/zip_cleanup_box.h"
 
 namespace kelo::gui {
 
@@ -176,6 +177,8 @@ SettingsPage::SettingsPage(AppModel& model, QWidget* parent) : Page(model, paren
     learningLayout->addStretch();
     appRow->addWidget(learning);
     layout->addLayout(appRow);
+    zipCleanup_ = new ZipCleanupBox(model_, this);
+    layout->addWidget(zipCleanup_);
 }
 
 void SettingsPage::render(const Snapshot* snapshot, bool canOperate) {
@@ -202,6 +205,7 @@ void SettingsPage::render(const Snapshot* snapshot, bool canOperate) {
     enable(reconnect_, canOperate, grants_->selectionModel()->hasSelection());
     enable(save_, canOperate && snapshot);
     enable(resetLearning_, canOperate && snapshot);
+    zipCleanup_->render(snapshot, canOperate);
 }
 
 void SettingsPage::showSettings(const Settings& settings) {

@@ -16,6 +16,10 @@ class QSpinBox;
 class QTableWidget;
 
 namespace kelo::gui {
+class ZipCleanupBox;
+}
+
+namespace kelo::gui {
 
 class SettingsPage : public Page {
 public:
@@ -46,6 +50,7 @@ private:
     QPushButton* save_;
     QCheckBox* hideWhenClosed_;
     QCheckBox* launchAtLogin_;
+    ZipCleanupBox* zipCleanup_;
     std::optional<Settings> shown_;  // the engine's settings the form was last filled from
 };
 

@@ -168,4 +168,33 @@ inline constexpr char kChoosePreset[] = "Bạn chủ yếu sắp xếp loại t�
 inline constexpr char kExample[] = "Ví dụ: ";
 inline constexpr char kStart[] = "Bắt đầu";
 
+// Duplicates, handoff and ZIP cleanup.
+inline constexpr char kFindDuplicates[] = "Tìm bản trùng…";
+inline constexpr char kDuplicatesTitle[] = "Bản trùng trong %1";
+inline constexpr char kDuplicatesSearching[] = "Đang so sánh nội dung tệp…";
+inline constexpr char kDuplicatesExplain[] =
+    "Chỉ các tệp giống nhau từng byte mới được xếp chung nhóm. Chọn bản giữ, rồi bỏ các bản còn lại vào Thùng rác; "
+    "bạn vẫn lấy lại được từ Thùng rác.";
+inline constexpr char kKeepThisOne[] = "Giữ bản này";
+inline constexpr char kTrashOthers[] = "Bỏ các bản còn lại vào Thùng rác";
+inline constexpr char kTrashedCopy[] = "Đã vào Thùng rác";
+inline constexpr char kCommandDuplicates[] = "Bỏ bản trùng";
+inline constexpr char kStop[] = "Dừng";
+inline constexpr char kClose[] = "Đóng";
+inline constexpr char kHandoff[] = "Bàn giao ZIP…";
+inline constexpr char kHandoffTitle[] = "Bàn giao %1";
+inline constexpr char kHandoffExplain[] =
+    "Kelo đóng gói cả thư mục dự án thành \"%1-handoff.zip\" trong thư mục bạn chọn. Thư mục dự án giữ nguyên, "
+    "không tệp nào bị ghi đè.";
+inline constexpr char kHandoffChooseFolder[] = "Chọn thư mục xuất…";
+inline constexpr char kHandoffNoFolder[] = "Chưa chọn thư mục xuất.";
+inline constexpr char kHandoffStart[] = "Đóng gói";
+inline constexpr char kHandoffPacking[] = "Đang đóng gói %1 tệp…";
+inline constexpr char kZipCleanupTitle[] = "Dọn ZIP";
+inline constexpr char kZipCleanupFolder[] = "Thư mục:";
+inline constexpr char kZipCleanupEnable[] = "Bật";
+inline constexpr char kZipCleanupNoWatched[] = "Cần một thư mục hộp thư đến (ví dụ Downloads) để bật.";
+inline constexpr char kZipCleanupLatest[] = "Gần đây đã dọn:";
+inline constexpr char kCommandZipCleanup[] = "Dọn ZIP";
+
 }  // namespace kelo::gui::text

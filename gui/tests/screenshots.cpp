@@ -10,7 +10,10 @@
 #include <cstdio>
 
 #include "gui/app_model.h"
+#include "gui/duplicates_dialog.h"
+#include "gui/handoff_dialog.h"
 #include "gui/main_window.h"
+#include "gui/projects_page.h"
 #include "gui/onboarding_dialog.h"
 #include "gui/page.h"
 #include "gui/rename_dialog.h"
@@ -141,6 +144,12 @@ int main(int argc, char** argv) {
                                          std::filesystem::file_time_type::clock::now() - std::chrono::hours(48));
     }
     writeFile(root / "Projects/ACME/Working/old.psd", "psd");
+    // The same export saved twice: the duplicate finder's example.
+    writeFile(root / "Projects/ACME/Export/ACME-Social-Post1.png", sampleContent("ACME-Social-Post1.png"));
+    writeFile(root / "Projects/ACME/Working/ACME-Social-Post1 copy.png", sampleContent("ACME-Social-Post1.png"));
+    for (const char* name : {"Working/old.psd", "Export/ACME-Social-Post1.png", "Working/ACME-Social-Post1 copy.png"})
+        std::filesystem::last_write_time(root / "Projects/ACME" / name,
+                                         std::filesystem::file_time_type::clock::now() - std::chrono::hours(48));
     writeFile(root / "Projects/Bloom/Export/box.png", "png");
     std::filesystem::create_directories(root / "Projects/CafeSaiGon");
 
@@ -186,6 +195,25 @@ int main(int argc, char** argv) {
         RenameDialog dialog("ACME-logo-v2.psd", {"ACME", "Logo", "Tệp"});
         dialog.show();
         save(dialog, out, "rename");
+    }
+
+    // The housekeeping dialogs for ACME.
+    window.showPage(2);
+    auto* projects = static_cast<ProjectsPage*>(window.page(2));
+    projects->findChild<QTableWidget*>("projectsTable")->selectRow(0);
+    if (DuplicatesDialog* dialog = projects->openDuplicates()) {
+        while (dialog->searching()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+        settleThumbnails(*dialog);
+        save(*dialog, out, "duplicates");
+        dialog->close();
+    }
+    if (HandoffDialog* dialog = projects->openHandoff()) {
+        std::filesystem::create_directories(root / "Exports");
+        dialog->setExportFolder(QString::fromStdString((root / "Exports").string()));
+        dialog->pack();
+        while (dialog->packing()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+        save(*dialog, out, "handoff");
+        dialog->close();
     }
 
     // The same window after a refusal, and a second window whose engine could not start.

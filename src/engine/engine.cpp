@@ -10,6 +10,7 @@
 #include "access/path_safety.h"
 #include "classify/classification_engine.h"
 #include "engine/handoff_commands.h"
+#include "engine/zip_cleanup_commands.h"
 #include "engine/project_discovery.h"
 #include "engine/rescan.h"
 #include "model/kelo_error.h"
@@ -141,6 +142,7 @@ SnapshotPtr Engine::scan() {
     std::vector<std::string> issues;
     const AccessScope scope = openScope(&issues);
     std::vector<std::string> messages = executor_->reconcile(scope);
+    checkZipCleanup(scope, messages);
 
     ScanResult scanned = FileScanner::scan(scope.watched);
     issues.insert(issues.end(), scanned.errors.begin(), scanned.errors.end());
@@ -157,13 +159,30 @@ SnapshotPtr Engine::scan() {
     return snapshot(std::move(messages), std::move(issues));
 }
 
+void Engine::checkZipCleanup(const AccessScope& scope, std::vector<std::string>& messages) {
+    // An unreadable ledger keeps its own status until the rule is switched on again.
+    if (!data_.zipCleanupLedger && !data_.zipCleanupStatus.empty()) return;
+    try {
+        const auto pass = ZipCleanupCommands::checkAutomaticZipCleanup(*this, scope);
+        data_.zipCleanupStatus = pass.status;
+        if (pass.noteworthy) messages.push_back(pass.status);
+    } catch (const KeloError& error) {
+        data_.zipCleanupStatus = error.message();
+    } catch (const std::exception& error) {
+        data_.zipCleanupStatus = error.what();
+    }
+}
+
 SnapshotPtr Engine::updateSettings(const Settings& settings) {
     if (!settings.thresholds.valid()) throw KeloError::unsafe(std::string(kInvalidThresholdsMessage));
+    Settings wanted = settings;
+    std::vector<std::string> messages;
+    ZipCleanupCommands::applyRuleChange(*this, state_->settings, wanted, messages);
     AppState next = *state_;
-    next.settings = settings;
+    next.settings = std::move(wanted);
     commitState(std::move(next));
     invalidateClassifications();
-    return snapshot();
+    return snapshot(std::move(messages));
 }
 
 namespace {

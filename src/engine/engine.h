@@ -45,7 +45,8 @@ public:
     SnapshotPtr scan();
 
     // Replaces the settings after validating them; the new state is saved before it
-    // takes effect, so a failed save leaves the old settings in force.
+    // takes effect, so a failed save leaves the old settings in force. Switching the
+    // ZIP cleanup rule on baselines its folder first (and may be refused).
     SnapshotPtr updateSettings(const Settings& settings);
 
     // Approves a folder in a role (then scans). Refuses a folder under a symbolic
@@ -107,6 +108,9 @@ public:
 
 private:
     std::vector<std::string> discoverProjects(const AccessScope& scope);
+    // Runs the automatic ZIP cleanup when its rule is on; the outcome becomes its
+    // status, and a message when a ZIP was trashed or left alone.
+    void checkZipCleanup(const AccessScope& scope, std::vector<std::string>& messages);
 
     Clock clock_;
     std::unique_ptr<ApplicationLock> lock_;
