@@ -1,6 +1,7 @@
 #include "engine/sort_learning.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 
 #include "classify/learning.h"
@@ -15,6 +16,14 @@ std::string placedFingerprint(const std::filesystem::path& place, const FileIden
     placed.url = place;
     placed.identity = identity;
     return placed.fingerprint();
+}
+
+// The time of the latest move into the project that the learning still holds.
+std::optional<Date> previousActivity(const LearningData& learning, const Uuid& project) {
+    std::optional<Date> latest;
+    for (const auto& feedback : learning.feedback)
+        if (feedback.confirmed == project && (!latest || feedback.timestamp > *latest)) latest = feedback.timestamp;
+    return latest;
 }
 
 void commit(Engine& engine, AppState next) {
@@ -63,14 +72,27 @@ std::size_t forgetUndone(Engine& engine, const OperationPlan& undoPlan, const Ba
     Learning learning(next.learning);
     std::size_t reversed = 0;
     bool changed = false;
+    std::map<Uuid, Date> undoneActivity;  // project -> the time a taken-back move marked it active
     for (const auto& undo : undoPlan.operations) {
         if (!completed.contains(undo.id) || !undo.reverses || !undo.expected) continue;
         // The undo's source is where the move put the file, as it was then.
         changed |= next.assignments.erase(placedFingerprint(undo.source, *undo.expected)) > 0;
+        const auto& feedback = next.learning.feedback;
+        const auto entry = std::find_if(feedback.begin(), feedback.end(),
+                                        [&](const Feedback& f) { return f.id == *undo.reverses; });
+        if (entry != feedback.end() && entry->confirmed) undoneActivity[*entry->confirmed] = entry->timestamp;
         if (learning.reverse(*undo.reverses)) {
             ++reversed;
             changed = true;
         }
+    }
+    for (auto& project : next.projects) {
+        const auto undone = undoneActivity.find(project.id);
+        if (undone == undoneActivity.end() || project.lastActivity != undone->second) continue;
+        // The taken-back move was the project's latest activity: it goes back to the
+        // one before, the latest move into it that still stands.
+        project.lastActivity = previousActivity(next.learning, project.id);
+        changed = true;
     }
     if (changed) commit(engine, std::move(next));
     return reversed;

@@ -10,9 +10,11 @@
 // of the file at the place the move put it is dropped. Nothing is guessed from
 // names or times, and the stored formats stay as they are.
 //
-// A project's `lastActivity` is not set back by an undo: its previous value is kept
-// nowhere, and the user did work on the project. Free functions over the Engine;
-// engine thread only.
+// A project's `lastActivity` is the time of the latest move into it, which its
+// feedback entry keeps. Undoing a move that was the project's latest activity sets
+// it back to the latest move into the project that still stands (absent when none
+// does), so an undone sort does not leave the project looking recently used. Free
+// functions over the Engine; engine thread only.
 #pragma once
 
 #include <filesystem>

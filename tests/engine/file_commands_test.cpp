@@ -60,6 +60,7 @@ TEST_F(FileCommandsTest, SortLearnsThenUndoRestoresAndASecondUndoIsRefused) {
     // What the sort taught is taken back; the category folder it made stays, empty.
     EXPECT_TRUE(undone->state->learning.feedback.empty());
     EXPECT_TRUE(undone->state->assignments.empty());
+    EXPECT_FALSE(project("Hydro Cafe").lastActivity.has_value());
     EXPECT_TRUE(hasMessage(*undone, "Took back what Kelo learned from 1 of these moves."));
     EXPECT_TRUE(fs::is_empty(placed.parent_path()));
     EXPECT_TRUE(hasMessage(
@@ -70,6 +71,16 @@ TEST_F(FileCommandsTest, SortLearnsThenUndoRestoresAndASecondUndoIsRefused) {
     EXPECT_EQ(refusal([&] { FileCommands::undoBatch(*engine, batch); }),
               "Nothing in batch " + batch + " can be undone. Nothing changed.");
     EXPECT_EQ(readFile(file), "content of hydro cafe menu.pdf");
+}
+
+TEST_F(FileCommandsTest, UndoingTheLatestSortSetsTheProjectsActivityBackToTheOneBefore) {
+    const Date first = clockNow;
+    FileCommands::sortFile(*engine, drop("hydro cafe menu.pdf"), "Hydro Cafe");
+    clockNow = clockNow.adding(3600);
+    const auto second = FileCommands::sortFile(*engine, drop("hydro cafe logo.pdf"), "Hydro Cafe");
+    EXPECT_EQ(project("Hydro Cafe").lastActivity, clockNow);
+    FileCommands::undoBatch(*engine, (*second->history)[0].id.text());
+    EXPECT_EQ(project("Hydro Cafe").lastActivity, first);
 }
 
 TEST_F(FileCommandsTest, ChoosingAnotherProjectRejectsTheSuggestionAndTheNextFileScoresLower) {
