@@ -5,7 +5,10 @@
 //     projects, with peak memory, against a bare listing of the inbox (aim: under
 //     1.5 s and 400 MB);
 //   clean of 1,000 "Ready" files with a 20,000-entry journal, against a bare loop of
-//     the same exclusive renames with the same two folder syncs each (aim: 3x).
+//     the same exclusive renames with the same two folder syncs each (aim: 3x);
+//   one-file sort (command to returned snapshot) with no history and with a year of
+//     it (the 20,000 entries above), against one durable rename plus one log sync
+//     (aims: within 1.2x of each other, under 3x the floor).
 // Each measurement runs in a child process so peak memory is its own.
 #include <dirent.h>
 #include <fcntl.h>
@@ -96,7 +99,7 @@ struct World {
 
 // 500 projects (two aliases each), 20,000 feedback entries and 20,000 journal
 // entries, written as a long-time user's data directory would hold them.
-World makeWorld(const fs::path& root) {
+World makeWorld(const fs::path& root, int history = 20000) {
     World world{root, root / "data", root / "Inbox", root / "Projects", {}};
     fs::create_directories(world.data);
     fs::create_directories(world.inbox);
@@ -115,7 +118,7 @@ World makeWorld(const fs::path& root) {
             Project::make(name, world.home / name, {word(random), word(random) + " " + word(random)}));
     }
     Learning learning(state.learning);
-    for (int i = 0; i < 20000; ++i) {
+    for (int i = 0; i < history; ++i) {
         const auto& project = state.projects[static_cast<std::size_t>(i % 500)];
         learning.record(world.projectNames[static_cast<std::size_t>(i % 500)] + " " + word(random, 4) + ".png",
                         project.id, std::nullopt, Uuid::random(), Date::now());
@@ -124,7 +127,7 @@ World makeWorld(const fs::path& root) {
 
     JournalDocument journal;
     const Uuid batch = Uuid::random();
-    for (int i = 0; i < 20000; ++i) {
+    for (int i = 0; i < history; ++i) {
         PlannedOperation operation{Uuid::random(),
                                    i % 50 == 0 ? Uuid::random() : batch,
                                    world.inbox / ("old " + std::to_string(i) + ".png"),
@@ -196,9 +199,59 @@ double bareRenames(const World& world, int count) {
     return elapsed;
 }
 
+// The floor of one sort: one exclusive rename with its two folder syncs, and one
+// small record appended to a log and synced.
+double bareSort(const World& world, int count) {
+    const fs::path from = world.root / "sort-floor-from";
+    const fs::path to = world.root / "sort-floor-to";
+    fs::remove_all(from);
+    fs::remove_all(to);
+    fs::create_directories(from);
+    fs::create_directories(to);
+    for (int i = 0; i < count; ++i) std::ofstream(from / std::to_string(i)) << "x";
+    const int fromFd = open(from.c_str(), O_RDONLY | O_DIRECTORY);
+    const int toFd = open(to.c_str(), O_RDONLY | O_DIRECTORY);
+    const int logFd = open((world.root / "sort-floor.log").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
+    const std::string record(200, 'r');
+    const auto start = Steady::now();
+    for (int i = 0; i < count; ++i) {
+        const std::string name = std::to_string(i);
+        (void)!write(logFd, record.data(), record.size());
+        fdatasync(logFd);
+        syscall(SYS_renameat2, fromFd, name.c_str(), toFd, name.c_str(), RENAME_NOREPLACE);
+        fsync(fromFd);
+        fsync(toFd);
+    }
+    const double elapsed = seconds(start) / count;
+    close(fromFd);
+    close(toFd);
+    close(logFd);
+    return elapsed;
+}
+
+// The median time of `count` one-file sorts into the world's first project.
+double oneFileSorts(const World& world, int count, int round) {
+    Engine engine = startEngine(world);
+    Settings settings = engine.state().settings;
+    settings.dryRun = false;
+    engine.updateSettings(settings);
+    for (int i = 0; i < count; ++i)
+        std::ofstream(world.inbox / ("single " + std::to_string(round) + " " + std::to_string(i) + ".png")) << "x";
+    engine.scan();
+    std::vector<double> times;
+    for (int i = 0; i < count; ++i) {
+        const auto start = Steady::now();
+        FileCommands::sortFile(engine, world.inbox / ("single " + std::to_string(round) + " " + std::to_string(i) + ".png"),
+                               world.projectNames.front());
+        times.push_back(seconds(start));
+    }
+    std::sort(times.begin(), times.end());
+    return times[times.size() / 2];
+}
+
 }  // namespace
 
-// With arguments, runs only the named parts: startup, snapshot, clean.
+// With arguments, runs only the named parts: startup, snapshot, clean, sort.
 int main(int argc, char** argv) {
     const std::set<std::string> chosen(argv + 1, argv + argc);
     auto runs = [&](const char* part) { return chosen.empty() || chosen.contains(part); };
@@ -289,6 +342,35 @@ int main(int argc, char** argv) {
         std::printf("clean     bare renameat2 + 2 folder syncs x1000   %8.1f ms   1.00x\n", renameFloor * 1e3);
         std::printf("clean     1,000 Ready files, 20,000-entry journal %8.1f ms   %.2fx  peak %.0f MB  (aim <= 3x)\n",
                     clean * 1e3, clean / renameFloor, cleanMemory);
+    }
+    if (runs("sort")) {
+        // The same 500 projects with no history at all, beside the year of it.
+        const World empty = makeWorld(base / "empty", 0);
+        std::vector<double> floors, fresh, year;
+        for (int round = 0; round < 3; ++round) {
+            floors.push_back(inChild([&] { return bareSort(world, 20); }).first);
+            const bool freshFirst = round % 2 == 0;
+            for (int side = 0; side < 2; ++side) {
+                if ((side == 0) == freshFirst) fresh.push_back(inChild([&] { return oneFileSorts(empty, 15, round); }).first);
+                else year.push_back(inChild([&] { return oneFileSorts(world, 15, round); }).first);
+            }
+        }
+        auto spread = [](std::vector<double> values) {
+            std::sort(values.begin(), values.end());
+            char text[96];
+            std::snprintf(text, sizeof text, "rounds %.1f..%.1f ms", values.front() * 1e3, values.back() * 1e3);
+            return std::pair(values.front(), std::string(text));
+        };
+        const auto [floor, floorSpread] = spread(floors);
+        const auto [freshBest, freshSpread] = spread(fresh);
+        const auto [yearBest, yearSpread] = spread(year);
+        std::printf("sort      bare rename + 2 syncs + 1 log sync       %8.1f ms   1.00x  (%s)\n", floor * 1e3,
+                    floorSpread.c_str());
+        std::printf("sort      one file, no history                    %8.1f ms   %.2fx  (%s; aim < 3x)\n",
+                    freshBest * 1e3, freshBest / floor, freshSpread.c_str());
+        std::printf("sort      one file, a year of history             %8.1f ms   %.2fx  (%s; aim < 3x, %.2fx of no "
+                    "history, aim <= 1.2x)\n",
+                    yearBest * 1e3, yearBest / floor, yearSpread.c_str(), yearBest / freshBest);
     }
     fs::remove_all(base);
     return 0;

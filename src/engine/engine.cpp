@@ -23,7 +23,7 @@ namespace {
 
 std::unique_ptr<OperationExecutor> openExecutor(const PersistentData& data, const Clock& clock) {
     auto journal = std::make_unique<OperationJournal>(data.journalPath(), clock);
-    journal->checkpoint();
+    journal->settle();  // the journal must take records before any command runs
     return std::make_unique<OperationExecutor>(std::move(journal), clock);
 }
 

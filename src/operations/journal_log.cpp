@@ -87,6 +87,7 @@ JournalLog::Contents JournalLog::read(std::string_view data) {
         }
         contents.records.emplace_back(*payload);
         offset += kHeaderSize + payload->size();
+        contents.intactBytes = offset;
     }
     return contents;
 }
@@ -108,6 +109,22 @@ JournalLog JournalLog::openEmpty(const std::filesystem::path& path, LogCalls cal
     UniqueFd folder(::open(path.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder || ::fsync(folder.get()) != 0) throwErrno(errno, path);
     return JournalLog(path, std::move(fd), std::move(calls));
+}
+
+JournalLog JournalLog::openExisting(const std::filesystem::path& path, std::uint64_t intactBytes, LogCalls calls) {
+    UniqueFd fd(::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOFOLLOW));
+    if (!fd) throwErrno(errno, path);
+    struct stat info {};
+    if (::fstat(fd.get(), &info) != 0) throwErrno(errno, path);
+    if (!S_ISREG(info.st_mode) || static_cast<std::uint64_t>(info.st_size) != intactBytes) throwErrno(EBUSY, path);
+    // Records read back may have been written by a process that died before syncing
+    // them: they become durable here, before anything is appended after them.
+    if (::fsync(fd.get()) != 0) throwErrno(errno, path);
+    UniqueFd folder(::open(path.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder || ::fsync(folder.get()) != 0) throwErrno(errno, path);
+    JournalLog log(path, std::move(fd), std::move(calls));
+    log.size_ = intactBytes;
+    return log;
 }
 
 JournalLog::JournalLog(std::filesystem::path path, UniqueFd fd, LogCalls calls)
@@ -133,6 +150,7 @@ void JournalLog::append(std::string_view payload, Sync sync) {
         }
         rest.remove_prefix(static_cast<std::size_t>(written));
     }
+    size_ += record.size();
     pending_ = true;
     if (sync == Sync::now) this->sync();
 }

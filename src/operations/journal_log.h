@@ -39,6 +39,7 @@ public:
     struct Contents {
         std::vector<std::string> records;
         bool damaged = false;
+        std::size_t intactBytes = 0;  // the records' bytes; less than the log's after a torn tail
     };
     static Contents read(std::string_view bytes);
 
@@ -51,6 +52,12 @@ public:
     // at that path after a crash. Anything at `path` that is not an empty plain file
     // is replaced as createEmpty does.
     static JournalLog openEmpty(const std::filesystem::path& path, LogCalls calls);
+
+    // Opens the log at `path` for appending after the intact records a reader found
+    // in its first `intactBytes` bytes (no torn tail: the caller checked). The file and
+    // its folder are synced first, so what was read is durable before it is built on.
+    // A file of another size was written since it was read: refused.
+    static JournalLog openExisting(const std::filesystem::path& path, std::uint64_t intactBytes, LogCalls calls);
 
     JournalLog() = default;
 
@@ -69,6 +76,8 @@ public:
     void sync();
 
     bool broken() const { return broken_; }
+    // The log's length in bytes: what it held when opened plus every record appended.
+    std::uint64_t size() const { return size_; }
     const std::filesystem::path& path() const { return path_; }
 
 private:
@@ -79,6 +88,7 @@ private:
     LogCalls calls_;
     bool broken_ = true;    // until opened
     bool pending_ = false;  // a record written but not yet synced
+    std::uint64_t size_ = 0;
 };
 
 }  // namespace kelo

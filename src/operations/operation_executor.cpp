@@ -66,11 +66,11 @@ OperationExecutor::OperationExecutor(std::unique_ptr<OperationJournal> journal, 
       operator_(std::move(fileOperator)),
       coordinator_(coordinator != nullptr ? coordinator : &defaultCoordinator_) {}
 
-// Folds anything left in the journal's log, and tells whether the journal can take
-// this batch's records: a log that failed an append is replaced here or refused.
+// Tells whether the journal can take this batch's records: a log that failed an
+// append is replaced here (by a fold) or refused.
 bool OperationExecutor::journalWritable() {
     try {
-        journal_->checkpoint();
+        journal_->ensureWritable();
         return true;
     } catch (const std::exception&) {
         return false;
@@ -134,7 +134,7 @@ BatchResult OperationExecutor::execute(const OperationPlan& plan, const AccessSc
         }
         runOne(operation, scope, result);
     }
-    journal_->checkpoint();
+    journal_->settle();
     return result;
 }
 
@@ -259,7 +259,7 @@ void OperationExecutor::createProjectDirectory(const std::filesystem::path& fold
     const Uuid batch = Uuid::random();
     for (Category category : Category::allCases)
         ensureDirectories(folder / std::string(rawValue(category)), batch, scope);
-    journal_->checkpoint();
+    journal_->settle();
 }
 
 OperationPlan OperationExecutor::undoPlan(const Uuid& batchID) const {
@@ -322,7 +322,7 @@ std::vector<std::string> OperationExecutor::reconcile(const AccessScope& scope) 
         if (reversed != nullptr && reversed->status != OperationStatus::undone)
             journal_->mark(reverses, OperationStatus::undone);
     }
-    journal_->checkpoint();
+    journal_->settle();
     return messages;
 }
 

@@ -1,5 +1,7 @@
 #include "operations/operation_journal.h"
 
+#include <algorithm>
+
 #include <unordered_set>
 
 #include "model/kelo_error.h"
@@ -178,17 +180,26 @@ OperationJournal::OperationJournal(std::filesystem::path url, Clock clock, LogCa
     for (std::size_t i = 0; i < document_.entries.size(); ++i)
         if (!index_.emplace(document_.entries[i].operation.id, i).second) throw KeloError::unsafe(kDuplicateIds);
 
-    // With no log or an empty one beside it, the document already holds the whole
-    // truth: there is nothing to fold, and appends go to that log (a fresh one when it
-    // is missing). A missing document, or anything in the log (records, or a torn
-    // tail that appends must not follow), is folded now.
+    // Intact records beside the document are appended to as they are, until a fold is
+    // due. A missing document, a torn tail (which appends must not follow) or a log
+    // due for folding is folded now; a missing log is started empty.
     const std::optional<std::string> logBytes = store_detail::readIfPresent(logUrl());
+    bool tornTail = false;
+    std::size_t intactBytes = 0;
     if (logBytes) {
         const JournalLog::Contents log = JournalLog::read(*logBytes);
         if (log.damaged) throw KeloError::unsafe(kLogDamaged);
         for (const std::string& payload : log.records) replay(payload);
+        tornTail = log.intactBytes != logBytes->size();
+        intactBytes = log.intactBytes;
     }
-    if (!documentFound || (logBytes && !logBytes->empty())) {
+    if (documentFound) documentBytes_ = bytes->size();
+    if (documentFound && logBytes && !logBytes->empty() && !tornTail &&
+        intactBytes < std::max(kFoldMinimum, documentBytes_ / kFoldShare)) {
+        // Intact records beside the document: the journal as it was left, appended to.
+        unfolded_ = true;
+        log_ = JournalLog::openExisting(logUrl(), intactBytes, calls_);
+    } else if (!documentFound || (logBytes && !logBytes->empty())) {
         unfolded_ = true;
         checkpoint();
     } else if (logBytes) {
@@ -301,8 +312,22 @@ void OperationJournal::checkpoint() {
     // The document must be durable before the log that it now contains is emptied;
     // a crash in between replays records the document already holds, which is harmless.
     LocalStore<JournalDocument>(url_).save(document_);
+    documentBytes_ = std::filesystem::file_size(url_);
     log_ = JournalLog::createEmpty(logUrl(), calls_);
     unfolded_ = false;
+}
+
+bool OperationJournal::foldDue() const {
+    return log_.size() >= std::max(kFoldMinimum, documentBytes_ / kFoldShare);
+}
+
+void OperationJournal::settle() {
+    if (log_.broken() || foldDue()) return checkpoint();
+    log_.sync();
+}
+
+void OperationJournal::ensureWritable() {
+    if (log_.broken()) checkpoint();
 }
 
 const JournalEntry* OperationJournal::entry(const Uuid& id) const {

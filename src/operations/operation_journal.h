@@ -6,12 +6,14 @@
 // Durability: every `prepare` and `mark` appends one checksummed record to a log
 // beside the document ("journal.log" beside "journal.json") and syncs it before
 // returning (a completed move's mark may ride on the next sync instead; see `mark`),
-// so its cost does not grow with the journal. The log is folded into the
-// document (atomic replace, file and folder synced) by `checkpoint`, which the
-// executor calls at the end of every execution, and when the journal is opened with
-// anything in its log; between commands the document alone holds the whole truth, so
-// opening it beside an empty log rewrites nothing. A torn last record was never
-// acknowledged and is ignored.
+// so its cost does not grow with the journal. The document and the log together
+// are the journal: the log is kept across commands and restarts, and is folded into
+// the document (atomic replace, file and folder synced) only once it has grown past
+// a fixed share of the document (`settle`, which the executor calls at the end of
+// every execution), or when it cannot be appended to any more (a failed append, a
+// torn tail found at open). So a one-file batch costs a few log records whatever
+// the journal's size, and the whole document is rewritten about once per quarter of
+// its size in new records. A torn last record was never acknowledged and is ignored.
 //
 // Owned by the engine (one per journal file); used only from the engine thread.
 #pragma once
@@ -75,8 +77,8 @@ public:
     using Clock = std::function<Date()>;
 
     // Opens the journal at `url`: loads the document (a missing file begins a fresh
-    // one), refuses an unsupported version, replays the log and folds it into the
-    // document when it holds anything. Throws KeloError, DecodingError or std::system_error; on a refusal
+    // one), refuses an unsupported version and replays the log, folding it into the
+    // document when it has a torn tail or is due for a fold. Throws KeloError, DecodingError or std::system_error; on a refusal
     // both files are left exactly as they were.
     explicit OperationJournal(std::filesystem::path url, Clock clock = Date::now, LogCalls calls = LogCalls::system());
 
@@ -98,6 +100,16 @@ public:
     // disk is already current and nothing is written. The way back after a failed
     // append (a broken log is always replaced).
     void checkpoint();
+
+    // The end of a batch: makes every record durable and folds the log when it has
+    // grown past kFoldShare of the document (or kFoldMinimum), or is broken.
+    void settle();
+    // Before a batch: a log that failed an append is replaced (by a fold); a healthy
+    // one is kept.
+    void ensureWritable();
+
+    static constexpr std::uint64_t kFoldMinimum = 1 << 20;  // bytes of log always allowed
+    static constexpr std::uint64_t kFoldShare = 4;          // log may grow to document / 4
 
     const JournalDocument& document() const { return document_; }
     const std::filesystem::path& url() const { return url_; }
@@ -126,6 +138,9 @@ private:
     std::unordered_map<Uuid, std::size_t> index_;  // operation id → position in entries
     JournalLog log_;
     bool unfolded_ = false;  // recorded in the log (or found there) since the last fold
+    std::uint64_t documentBytes_ = 0;  // size of the document on disk
+
+    bool foldDue() const;
 };
 
 }  // namespace kelo

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <system_error>
 
 #include "model/kelo_error.h"
@@ -142,6 +143,36 @@ TEST(JournalTest, MarksAppendToTheLogWithoutRewritingTheDocument) {
     journal.checkpoint();
     EXPECT_EQ(std::filesystem::file_size(journal.logUrl()), 0u);
     EXPECT_EQ(decodeValue<JournalDocument>(parseDocument(readFile(dir / "journal.json"))), journal.document());
+}
+
+// A batch's end and a restart keep a small log as it is, so a one-file batch never
+// rewrites the document; once the log passes its share of the document, it is folded.
+TEST(JournalTest, TheLogIsKeptAcrossBatchesAndRestartsUntilAFoldIsDue) {
+    TempDir dir;
+    auto journal = std::make_unique<OperationJournal>(dir / "journal.json", fixedClock());
+    const std::string documentBefore = readFile(dir / "journal.json");
+    const auto ops = makeBatch(3);
+    journal->prepare(ops);
+    journal->mark(ops[0].id, OperationStatus::started);
+    journal->mark(ops[0].id, OperationStatus::completed, std::nullopt, std::nullopt, JournalLog::Sync::withNext);
+    journal->settle();
+    const JournalDocument expected = journal->document();
+    const std::string log = readFile(journal->logUrl());
+    EXPECT_FALSE(log.empty());
+
+    journal = std::make_unique<OperationJournal>(dir / "journal.json", fixedClock());
+    EXPECT_EQ(journal->document(), expected);
+    EXPECT_EQ(readFile(dir / "journal.json"), documentBefore);
+    EXPECT_EQ(readFile(journal->logUrl()), log);
+    journal->mark(ops[1].id, OperationStatus::started);  // appended after what was found
+    journal = std::make_unique<OperationJournal>(dir / "journal.json", fixedClock());
+    EXPECT_EQ(journal->entry(ops[1].id)->status, OperationStatus::started);
+
+    while (std::filesystem::file_size(journal->logUrl()) < OperationJournal::kFoldMinimum)
+        journal->prepare(makeBatch(50));
+    journal->settle();
+    EXPECT_EQ(std::filesystem::file_size(journal->logUrl()), 0u);
+    EXPECT_EQ(decodeValue<JournalDocument>(parseDocument(readFile(dir / "journal.json"))), journal->document());
 }
 
 // The fold writes the document entry by entry; it must be byte for byte the form
