@@ -42,5 +42,6 @@ void addLearningCommands(CLI::App& app, Commands& commands);  // learning_comman
 void addTrashCommands(CLI::App& app, Commands& commands);     // trash_commands.cpp
 void addDemoCommand(CLI::App& app, Commands& commands);       // demo_command.cpp
 void addHandoffCommands(CLI::App& app, Commands& commands);   // handoff_commands.cpp: handoff, storage
+void addArtworkCommands(CLI::App& app, Commands& commands);   // artwork_commands.cpp: artwork, artwork reset
 
 }  // namespace kelo::cli

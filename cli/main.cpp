@@ -49,6 +49,7 @@ int main(int argc, char** argv) {
     kelo::cli::addTrashCommands(app, commands);
     kelo::cli::addDemoCommand(app, commands);
     kelo::cli::addHandoffCommands(app, commands);
+    kelo::cli::addArtworkCommands(app, commands);
     Options options;
     addGlobalOptions(app, options);
 
