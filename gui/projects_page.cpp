@@ -8,8 +8,11 @@
 #include <QTableWidget>
 #include <QVBoxLayout>
 
+#include "gui/artwork_texts.h"
 #include "gui/presentation.h"
+#include "gui/project_icons.h"
 #include "gui/questions.h"
+#include "gui/sticker_studio_dialog.h"
 
 namespace kelo::gui {
 
@@ -57,6 +60,12 @@ ProjectsPage::ProjectsPage(AppModel& model, QWidget* parent) : Page(model, paren
     trashProject_ = button(text::kTrashProject, "trashProject", this);
     newProject_ = button(text::kNewProject, "newProject", this);
     for (QPushButton* action : {archive_, reopen_, addAlias_, removeAlias_, trashProject_}) actions->addWidget(action);
+    auto* stickerStudio = button(text::kStickerStudio, "stickerStudio", this);
+    stickerStudio->setEnabled(false);
+    actions->addWidget(stickerStudio);
+    connect(stickerStudio, &QPushButton::clicked, this, [this] { openStickerStudio(model_, selectedId(), this); });
+    connect(table_, &QTableWidget::itemSelectionChanged, stickerStudio,
+            [this, stickerStudio] { stickerStudio->setEnabled(canOperate_ && !selectedId().isEmpty()); });
     actions->addStretch();
     actions->addWidget(newProject_);
     layout->addLayout(actions);
@@ -124,6 +133,7 @@ void ProjectsPage::render(const Snapshot* snapshot, bool canOperate) {
         name->setData(kIdRole, qs(project.id.text()));
         name->setData(kStatusRole, static_cast<int>(project.status));
         name->setData(kAliasesRole, aliases);
+        name->setIcon(projectIcon(project));
         table_->setItem(row, kName, name);
         table_->setItem(row, kStatus, cell(qs(rawValue(project.status))));
         table_->setItem(row, kFolder, cell(QString::fromStdString(project.destinationFolder.string())));

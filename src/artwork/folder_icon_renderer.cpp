@@ -228,4 +228,20 @@ RenderedIcon renderFolderIcon(const FolderArtwork& artwork, int size) {
     return out;
 }
 
+std::string renderSticker(const Sticker& sticker, int size) {
+    SurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, size, size), cairo_surface_destroy);
+    ContextPtr context(cairo_create(surface.get()), cairo_destroy);
+    cairo_scale(context.get(), size / kCanvas, size / kCanvas);
+    Sticker centred = sticker;
+    centred.x = 0.5;
+    centred.y = 0.5;
+    centred.scale = sticker.kind == Sticker::Kind::symbol ? 0.9 : 0.6;
+    centred.rotation = 0;
+    drawSticker(context.get(), centred);
+    cairo_surface_flush(surface.get());
+    std::string png;
+    cairo_surface_write_to_png_stream(surface.get(), appendBytes, &png);
+    return png;
+}
+
 }  // namespace kelo

@@ -26,4 +26,8 @@ struct RenderedIcon {
 // `size` must be one of kFolderIconSizes (anything else is drawn at 512).
 RenderedIcon renderFolderIcon(const FolderArtwork& artwork, int size);
 
+// One sticker alone, filling most of a transparent square of `size` pixels: the
+// studio's palette shows these.
+std::string renderSticker(const Sticker& sticker, int size);
+
 }  // namespace kelo
