@@ -1,6 +1,7 @@
 #include "artwork/folder_icon_applier.h"
 
 #include <stdexcept>
+#include <system_error>
 
 #include "artwork/directory_file.h"
 #include "artwork/folder_icon_metadata.h"
@@ -39,7 +40,19 @@ void pointDirectoryFile(AppliedFolderIcon& entry, const RecordFolderIcon& record
         entry.directoryInode.reset();
     }
     record(entry);
-    if (const auto created = DirectoryFile::createIfAbsent(entry.folder, content)) {
+    std::optional<DirectoryFile::Created> created;
+    try {
+        created = DirectoryFile::createIfAbsent(entry.folder, content);
+    } catch (const std::system_error& error) {
+        if (!ours) {
+            entry.directoryContent.reset();
+            record(entry);
+        }
+        messages.push_back("Dolphin's " + std::string(DirectoryFile::kName) + " could not be created in " +
+                           entry.folder.string() + " (" + error.what() + ").");
+        return;
+    }
+    if (created) {
         entry.directoryDevice = created->device;
         entry.directoryInode = created->inode;
         record(entry);
@@ -93,7 +106,14 @@ std::vector<std::string> resetFolderIcon(const AppliedFolderIcon& applied) {
         if (applied.directoryDevice && applied.directoryInode)
             identity = DirectoryFile::Created{*applied.directoryDevice, *applied.directoryInode};
         const std::string file = (applied.folder / DirectoryFile::kName).string();
-        switch (DirectoryFile::removeIfUnchanged(applied.folder, *applied.directoryContent, identity)) {
+        DirectoryFile::Removal removal = DirectoryFile::Removal::changed;
+        try {
+            removal = DirectoryFile::removeIfUnchanged(applied.folder, *applied.directoryContent, identity);
+        } catch (const std::system_error& error) {
+            messages.push_back(file + " could not be checked (" + error.what() + "); it was left as it is.");
+            return messages;
+        }
+        switch (removal) {
             case DirectoryFile::Removal::removed: messages.push_back("Removed " + file + ", which Kelo created."); break;
             case DirectoryFile::Removal::changed:
                 messages.push_back(file + " was changed since Kelo created it; it was left as it is.");

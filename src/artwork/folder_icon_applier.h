@@ -19,13 +19,16 @@ namespace kelo {
 // Saves the ledger entry as it stands; called before and after each change.
 using RecordFolderIcon = std::function<void(const AppliedFolderIcon&)>;
 
-// Applies `icon` to `folder`. `previous` is what Kelo set there before (kept when it
-// is still ours). Returns the lines to show the user.
+// Applies `icon` to `folder`. `previous` is what Kelo set for the project before:
+// kept when it is the same folder, otherwise reset first (the caller passes it only
+// when its folder is still approved). Never throws for what the folder refuses: each
+// problem is a line of the result, as is each thing done.
 std::vector<std::string> applyFolderIcon(const std::filesystem::path& folder, const std::filesystem::path& icon,
                                          const std::optional<AppliedFolderIcon>& previous,
                                          const RecordFolderIcon& record);
 
 // Removes what `applied` records and is still unchanged; returns the lines to show.
+// Never throws for what the folder refuses.
 std::vector<std::string> resetFolderIcon(const AppliedFolderIcon& applied);
 
 }  // namespace kelo

@@ -25,6 +25,29 @@ fs::path iconPath(const Engine& engine, const Project& project) {
     return engine.dataDirectory() / kFolderIconsFolderName / (project.id.text() + ".png");
 }
 
+// Whether Kelo may touch `folder` now: approved, reached without links, a folder.
+bool reachable(Engine& engine, const fs::path& folder) {
+    if (!engine.openScope().allows(folder)) return false;
+    try {
+        PathSafety::noSymbolicComponents(folder);
+    } catch (const KeloError&) {
+        return false;
+    }
+    std::error_code error;
+    return fs::is_directory(fs::symlink_status(folder, error));
+}
+
+// What Kelo set on a folder it may no longer touch is forgotten, not undone.
+std::optional<AppliedFolderIcon> reachablePrevious(Engine& engine, const FolderIconLedger& ledger, const Uuid& id,
+                                                   const fs::path& folder, std::vector<std::string>& messages) {
+    const auto it = ledger.applied.find(id.text());
+    if (it == ledger.applied.end()) return std::nullopt;
+    if (it->second.folder == folder || reachable(engine, it->second.folder)) return it->second;
+    messages.push_back("What Kelo set on " + it->second.folder.string() +
+                       " was left as it is: that folder is no longer approved or cannot be reached.");
+    return std::nullopt;
+}
+
 // The project's folder, once it is known to be approved, free of links and a folder.
 fs::path checkedFolder(Engine& engine, const Project& project) {
     const fs::path folder = PathSafety::standardized(project.destinationFolder);
@@ -80,8 +103,7 @@ SnapshotPtr setFolderArtwork(Engine& engine, const std::string& projectName, con
 
     const fs::path iconFile = iconPath(engine, project);
     store_detail::writeDurably(iconFile, icon.png);
-    std::optional<AppliedFolderIcon> previous;
-    if (auto it = ledger.applied.find(project.id.text()); it != ledger.applied.end()) previous = it->second;
+    const auto previous = reachablePrevious(engine, ledger, project.id, folder, messages);
     const auto store = ledgerStore(engine);
     const auto record = [&](const AppliedFolderIcon& entry) {
         ledger.applied[project.id.text()] = entry;
@@ -98,16 +120,12 @@ SnapshotPtr resetFolderArtwork(Engine& engine, const std::string& projectName) {
     const auto entry = ledger.applied.find(project.id.text());
     if (entry == ledger.applied.end() && FolderArtwork::of(project).empty())
         throw KeloError::unsafe(project.name + " has no folder icon from Kelo. " + kNothingChanged);
-    checkedFolder(engine, project);
+    const fs::path folder = checkedFolder(engine, project);
 
     std::vector<std::string> messages;
     if (entry != ledger.applied.end()) {
-        try {
-            messages = resetFolderIcon(entry->second);
-        } catch (const std::system_error& error) {
-            throw KeloError::unsafe("The folder of " + project.name + " could not be read (" + error.what() + "). " +
-                                    kNothingChanged);
-        }
+        if (const auto previous = reachablePrevious(engine, ledger, project.id, folder, messages))
+            for (auto& line : resetFolderIcon(*previous)) messages.push_back(std::move(line));
         ledger.applied.erase(entry);
         ledgerStore(engine).save(ledger);
     }

@@ -147,6 +147,27 @@ TEST_F(ArtworkCommandsTest, DirectoryFileNotKelosIsLeftByteIdentical) {
     EXPECT_EQ(readFile(folder() / ".directory"), edited);
 }
 
+TEST_F(ArtworkCommandsTest, FolderMovedOutOfReachKeepsWhatKeloSetThere) {
+    auto engine = startWithFolders();
+    ArtworkCommands::setFolderArtwork(*engine, "Lotus Spa", FolderArtwork{});
+    const std::string kelos = readFile(folder() / ".directory");
+    const fs::path outside = dir / "Lotus Spa (moved)";
+    fs::rename(folder(), outside);
+    const fs::path renamed = home / "Lotus";
+    fs::create_directories(renamed);
+    AppState next = engine->state();
+    next.projects.front().destinationFolder = renamed;
+    engine->commitState(next);
+
+    const SnapshotPtr snapshot = ArtworkCommands::setFolderArtwork(*engine, "Lotus Spa", FolderArtwork{});
+    EXPECT_TRUE(hasMessage(*snapshot, "What Kelo set on " + folder().string() +
+                                          " was left as it is: that folder is no longer approved or cannot be "
+                                          "reached."));
+    EXPECT_EQ(readFile(outside / ".directory"), kelos) << "the folder now outside is not touched";
+    EXPECT_EQ(readFile(renamed / ".directory"), kelos) << "the project's folder now shows the same icon";
+    EXPECT_EQ(ArtworkCommands::loadFolderIconLedger(*engine).applied.begin()->second.folder, renamed);
+}
+
 TEST_F(ArtworkCommandsTest, RefusalsChangeNothing) {
     auto engine = startWithFolders();
     const fs::path elsewhere = dir / "Elsewhere";
