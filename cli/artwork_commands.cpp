@@ -66,9 +66,10 @@ void addArtworkCommands(CLI::App& app, Commands& commands) {
     artwork->add_option("--color", o->color, "The folder's colour")->option_text("C");
     artwork->add_option("--symbol", o->symbol, "The symbol on the folder")->option_text("S");
     artwork->add_option("--skin", o->skin, "The folder's style: classic, flat, rounded, outline")->option_text("K");
-    artwork->add_option("--sticker", o->stickers,
-                        "A sticker, as symbol=NAME or text=TEXT with x=,y=,scale=,rotation=,color= "
-                        "(repeat for more; replaces the stickers)")
+    artwork
+        ->add_option("--sticker", o->stickers,
+                     "A sticker, as symbol=NAME or text=TEXT with x=,y=,scale=,rotation=,color= "
+                     "(repeat for more; replaces the stickers)")
         ->option_text("SPEC");
     artwork->add_option("--image", o->image, "Your own image on the folder")->option_text("FILE");
     artwork->add_flag("--full", o->full, "Let the image cover the whole icon");
@@ -79,9 +80,9 @@ void addArtworkCommands(CLI::App& app, Commands& commands) {
     auto project = std::make_shared<std::string>();
     auto* reset = artwork->add_subcommand("reset", "Take Kelo's icon off a project's folder");
     reset->add_option("PROJECT", *project, "The project's name or id")->required();
-    commands.push_back(
-        {reset, [project](Engine& engine) { return ArtworkCommands::resetFolderArtwork(engine, *project); },
-         printMessages});
+    commands.push_back({reset,
+                        [project](Engine& engine) { return ArtworkCommands::resetFolderArtwork(engine, *project); },
+                        printMessages});
 }
 
 }  // namespace kelo::cli

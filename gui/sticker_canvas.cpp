@@ -108,8 +108,10 @@ void StickerCanvas::wheelEvent(QWheelEvent* event) {
     selected_ = hit;
     const double steps = event->angleDelta().y() / 120.0;
     editor_.beginGesture();
-    if (event->modifiers() & Qt::ShiftModifier) editor_.rotateSticker(*hit, 15 * steps);
-    else editor_.scaleSticker(*hit, std::pow(1.1, steps));
+    if (event->modifiers() & Qt::ShiftModifier)
+        editor_.rotateSticker(*hit, 15 * steps);
+    else
+        editor_.scaleSticker(*hit, std::pow(1.1, steps));
     changed_();
     event->accept();
 }

@@ -84,7 +84,8 @@ StickerStudioDialog::StickerStudioDialog(AppModel& model, const Project& project
     auto* layout = new QHBoxLayout(this);
 
     auto* left = new QVBoxLayout;
-    canvas_ = new StickerCanvas(editor_, [this] { changed(); }, this);
+    canvas_ = new StickerCanvas(
+        editor_, [this] { changed(); }, this);
     left->addWidget(canvas_, 1);
     auto* hint = new QLabel(text::kArtworkHint, this);
     hint->setWordWrap(true);

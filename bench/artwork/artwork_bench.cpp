@@ -81,8 +81,9 @@ int main() {
     icon.folderColor = "orange";
     icon.folderSymbol = "heart";
     icon.folderSkin = "classic";
-    icon.folderStickers = kelo::Json::array({kelo::Sticker{kelo::Sticker::Kind::text, "HY", 0.75, 0.3, 0.3, -15}.toJson(),
-                                             kelo::Sticker{kelo::Sticker::Kind::symbol, "star", 0.25, 0.8, 0.2}.toJson()});
+    icon.folderStickers =
+        kelo::Json::array({kelo::Sticker{kelo::Sticker::Kind::text, "HY", 0.75, 0.3, 0.3, -15}.toJson(),
+                           kelo::Sticker{kelo::Sticker::Kind::symbol, "star", 0.25, 0.8, 0.2}.toJson()});
     kelo::FolderArtwork withImage = icon;
     withImage.customSkinData = photo();
 
@@ -102,8 +103,9 @@ int main() {
         image.time([&] { bytes += kelo::renderFolderIcon(withImage, 512).png.size(); });
     }
     const double base = floor.at(0);
-    std::printf("thread CPU time over %d rounds: cheapest / median / dearest, and cheapest over the floor's (%zu bytes)\n",
-                kRounds, bytes);
+    std::printf(
+        "thread CPU time over %d rounds: cheapest / median / dearest, and cheapest over the floor's (%zu bytes)\n",
+        kRounds, bytes);
     const auto line = [&](const char* name, Rounds& r, const char* aim) {
         std::printf("%-34s %7.2f / %7.2f / %7.2f ms  %6.2fx  %s\n", name, r.at(0) * 1e3, r.at(0.5) * 1e3, r.at(1) * 1e3,
                     r.at(0) / base, aim);

@@ -22,8 +22,8 @@ constexpr std::array<NamedColor, 12> kColors = {{
     {"graphite", {0x4B, 0x55, 0x63}},
 }};
 
-constexpr std::array<std::string_view, 10> kSymbols = {"star", "heart",  "bolt",   "check", "diamond",
-                                                        "moon", "flag",   "drop",   "plus",  "circle"};
+constexpr std::array<std::string_view, 10> kSymbols = {"star", "heart", "bolt", "check", "diamond",
+                                                       "moon", "flag",  "drop", "plus",  "circle"};
 
 constexpr std::array<std::string_view, 4> kSkins = {"classic", "flat", "rounded", "outline"};
 

@@ -40,8 +40,8 @@ double number(const std::string& key, const std::string& text, double low, doubl
         value > high) {
         std::ostringstream range;
         range << low << " to " << high;
-        throw KeloError::unsafe("The sticker's " + key + " must be a number from " + range.str() + ", not \"" +
-                                text + "\"." + kNothingChanged);
+        throw KeloError::unsafe("The sticker's " + key + " must be a number from " + range.str() + ", not \"" + text +
+                                "\"." + kNothingChanged);
     }
     return value;
 }
@@ -50,15 +50,15 @@ double number(const std::string& key, const std::string& text, double low, doubl
 
 std::string color(const std::string& name) {
     if (!ArtworkCatalog::colorNamed(name))
-        throw KeloError::unsafe("\"" + name + "\" is not a folder colour; choose one of " + listed(colorNames()) +
-                                "." + kNothingChanged);
+        throw KeloError::unsafe("\"" + name + "\" is not a folder colour; choose one of " + listed(colorNames()) + "." +
+                                kNothingChanged);
     return name;
 }
 
 std::string symbol(const std::string& name) {
     if (!ArtworkCatalog::isSymbol(name))
-        throw KeloError::unsafe("\"" + name + "\" is not a symbol; choose one of " +
-                                listed(ArtworkCatalog::symbols()) + "." + kNothingChanged);
+        throw KeloError::unsafe("\"" + name + "\" is not a symbol; choose one of " + listed(ArtworkCatalog::symbols()) +
+                                "." + kNothingChanged);
     return name;
 }
 
@@ -118,8 +118,7 @@ Bytes imageFile(const std::filesystem::path& file, std::size_t limit) {
 void writeNewFile(const std::filesystem::path& path, const std::string& bytes) {
     UniqueFd fd(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644));
     if (!fd) {
-        if (errno == EEXIST)
-            throw KeloError::unsafe(path.string() + " already exists. Nothing was overwritten.");
+        if (errno == EEXIST) throw KeloError::unsafe(path.string() + " already exists. Nothing was overwritten.");
         throw KeloError::unsafe(path.string() + " could not be created: " + std::strerror(errno) + ".");
     }
     try {

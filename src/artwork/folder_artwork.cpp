@@ -49,8 +49,8 @@ void readLayout(const Json& layout, FolderDesign& design, std::vector<std::strin
 }  // namespace
 
 FolderArtwork FolderArtwork::of(const Project& p) {
-    return {p.folderColor,    p.folderSymbol, p.folderArtwork, p.folderArtworkFull, p.folderStickers,
-            p.folderSkin,     p.customSkinData};
+    return {p.folderColor,    p.folderSymbol, p.folderArtwork, p.folderArtworkFull,
+            p.folderStickers, p.folderSkin,   p.customSkinData};
 }
 
 void FolderArtwork::applyTo(Project& p) const {

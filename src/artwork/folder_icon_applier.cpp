@@ -30,8 +30,7 @@ void pointMetadata(AppliedFolderIcon& entry, const RecordFolderIcon& record, std
 }
 
 // Dolphin's ".directory": created only where there is none.
-void pointDirectoryFile(AppliedFolderIcon& entry, const RecordFolderIcon& record,
-                        std::vector<std::string>& messages) {
+void pointDirectoryFile(AppliedFolderIcon& entry, const RecordFolderIcon& record, std::vector<std::string>& messages) {
     const std::string content = DirectoryFile::contentFor(entry.icon);
     const bool ours = entry.directoryContent == content;
     entry.directoryContent = content;
@@ -114,7 +113,9 @@ std::vector<std::string> resetFolderIcon(const AppliedFolderIcon& applied) {
             return messages;
         }
         switch (removal) {
-            case DirectoryFile::Removal::removed: messages.push_back("Removed " + file + ", which Kelo created."); break;
+            case DirectoryFile::Removal::removed:
+                messages.push_back("Removed " + file + ", which Kelo created.");
+                break;
             case DirectoryFile::Removal::changed:
                 messages.push_back(file + " was changed since Kelo created it; it was left as it is.");
                 break;

@@ -33,8 +33,7 @@ void set(const std::filesystem::path& folder, const std::string& iconUri) {
 
 std::optional<std::string> read(const std::filesystem::path& folder) {
     FilePtr file(g_file_new_for_path(folder.c_str()));
-    InfoPtr info(
-        g_file_query_info(file.get(), kCustomIconKey, G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, nullptr, nullptr));
+    InfoPtr info(g_file_query_info(file.get(), kCustomIconKey, G_FILE_QUERY_INFO_NOFOLLOW_SYMLINKS, nullptr, nullptr));
     if (!info || !g_file_info_has_attribute(info.get(), kCustomIconKey)) return std::nullopt;
     const char* value = g_file_info_get_attribute_string(info.get(), kCustomIconKey);
     if (value == nullptr) return std::nullopt;

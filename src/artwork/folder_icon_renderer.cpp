@@ -99,8 +99,10 @@ void drawSymbol(cairo_t* cr, const FolderDesign& d) {
     appendSymbolPath(cr, d.symbol);
     cairo_restore(cr);
     cairo_set_fill_rule(cr, CAIRO_FILL_RULE_EVEN_ODD);
-    if (d.skin == "outline") setColor(cr, d.color);
-    else cairo_set_source_rgb(cr, 1, 1, 1);
+    if (d.skin == "outline")
+        setColor(cr, d.color);
+    else
+        cairo_set_source_rgb(cr, 1, 1, 1);
     cairo_fill(cr);
 }
 
@@ -201,8 +203,7 @@ RenderedIcon renderFolderIcon(const FolderArtwork& artwork, int size) {
     SurfacePtr image(nullptr, cairo_surface_destroy);
     if (design.customImage) {
         image = imageSurface(*design.customImage);
-        if (!image)
-            out.messages.push_back("The custom image could not be read; the folder is drawn without it.");
+        if (!image) out.messages.push_back("The custom image could not be read; the folder is drawn without it.");
     }
 
     SurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, size, size), cairo_surface_destroy);

@@ -14,8 +14,10 @@ using Point = std::pair<double, double>;
 void polygon(cairo_t* cr, std::initializer_list<Point> points) {
     bool first = true;
     for (const auto& [x, y] : points) {
-        if (first) cairo_move_to(cr, x, y);
-        else cairo_line_to(cr, x, y);
+        if (first)
+            cairo_move_to(cr, x, y);
+        else
+            cairo_line_to(cr, x, y);
         first = false;
     }
     cairo_close_path(cr);
@@ -27,8 +29,10 @@ void star(cairo_t* cr, int points, double inner) {
         const double angle = -std::numbers::pi / 2 + i * std::numbers::pi / points;
         const double x = radius * std::cos(angle);
         const double y = radius * std::sin(angle) + 0.08;
-        if (i == 0) cairo_move_to(cr, x, y);
-        else cairo_line_to(cr, x, y);
+        if (i == 0)
+            cairo_move_to(cr, x, y);
+        else
+            cairo_line_to(cr, x, y);
     }
     cairo_close_path(cr);
 }

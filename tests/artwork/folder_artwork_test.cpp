@@ -33,8 +33,8 @@ TEST(FolderArtworkTest, ReadsEveryLayoutOfTheChosenArtwork) {
     // Writing a new placement keeps keys this version does not know.
     artwork.folderArtwork = symbolLayout(0.4, 0.5, 1.5, parseDocument(R"({"layout": 7, "halo": "gold"})"));
     EXPECT_EQ(formatDocument(*artwork.folderArtwork),
-              formatDocument(parseDocument(
-                  R"({"layout": 2, "halo": "gold", "symbol": {"x": 0.4, "y": 0.5, "scale": 1.5}})")));
+              formatDocument(
+                  parseDocument(R"({"layout": 2, "halo": "gold", "symbol": {"x": 0.4, "y": 0.5, "scale": 1.5}})")));
     EXPECT_DOUBLE_EQ(designOf(artwork).symbolScale, 1.5);
 
     std::vector<std::string> messages;

@@ -65,13 +65,13 @@ TEST(FolderIconGvfsTest, ApplyShowsAndResetClearsCustomIconAndLeavesUsersDirecto
     const std::string script = kelo + " grant add --home '" + projects.string() + "' >/dev/null && " +  //
                                kelo + " artwork Lotus --color red --symbol star && " +                  //
                                kelo + " artwork Mine --skin outline --sticker text=ME && " +            //
-                               "echo '== set'; " + info + "Projects/Lotus; " + info + "Projects/Mine; " +
-                               kelo + " artwork reset Lotus && " + kelo + " artwork reset Mine && " +  //
+                               "echo '== set'; " + info + "Projects/Lotus; " + info + "Projects/Mine; " + kelo +
+                               " artwork reset Lotus && " + kelo + " artwork reset Mine && " +  //
                                "echo '== reset'; " + info + "Projects/Lotus; " + info + "Projects/Mine; echo '== end'";
-    const std::string environment = "cd '" + dir.path().string() + "' && env -u DBUS_SESSION_BUS_ADDRESS -u GIO_USE_VFS HOME='" +
-                                    home.string() + "' XDG_DATA_HOME='" + (home / ".local/share").string() +
-                                    "' XDG_CONFIG_HOME='" + (home / ".config").string() + "' XDG_CACHE_HOME='" +
-                                    (home / ".cache").string() + "' XDG_RUNTIME_DIR='" + runtime.string() + "' ";
+    const std::string environment =
+        "cd '" + dir.path().string() + "' && env -u DBUS_SESSION_BUS_ADDRESS -u GIO_USE_VFS HOME='" + home.string() +
+        "' XDG_DATA_HOME='" + (home / ".local/share").string() + "' XDG_CONFIG_HOME='" + (home / ".config").string() +
+        "' XDG_CACHE_HOME='" + (home / ".cache").string() + "' XDG_RUNTIME_DIR='" + runtime.string() + "' ";
     const ShellRun run = shell(environment + "timeout 120 dbus-run-session -- sh -c \"" + script + "\"");
     ASSERT_TRUE(run.ok) << run.output;
 
@@ -86,9 +86,9 @@ TEST(FolderIconGvfsTest, ApplyShowsAndResetClearsCustomIconAndLeavesUsersDirecto
     // Kelo's own .directory came and went; the user's is byte-identical throughout.
     EXPECT_FALSE(fs::exists(projects / "Lotus" / ".directory"));
     EXPECT_EQ(readFile(projects / "Mine" / ".directory"), users);
-    EXPECT_NE(run.output.find("GNOME Files, Nemo and Caja now show the project's icon on " +
-                              (projects / "Mine").string()),
-              std::string::npos)
+    EXPECT_NE(
+        run.output.find("GNOME Files, Nemo and Caja now show the project's icon on " + (projects / "Mine").string()),
+        std::string::npos)
         << run.output;
     EXPECT_TRUE(fs::exists(home / ".local/share/gvfs-metadata")) << "the test's own metadata database was used";
 }

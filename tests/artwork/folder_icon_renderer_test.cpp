@@ -38,9 +38,9 @@ Pixels decode(const RenderedIcon& icon) {
 ::testing::AssertionResult near(Rgb actual, Rgb expected) {
     const auto off = [](int a, int b) { return std::abs(a - b) > 3; };
     if (off(actual.r, expected.r) || off(actual.g, expected.g) || off(actual.b, expected.b))
-        return ::testing::AssertionFailure() << "got " << int(actual.r) << "," << int(actual.g) << ","
-                                             << int(actual.b) << " expected " << int(expected.r) << ","
-                                             << int(expected.g) << "," << int(expected.b);
+        return ::testing::AssertionFailure()
+               << "got " << int(actual.r) << "," << int(actual.g) << "," << int(actual.b) << " expected "
+               << int(expected.r) << "," << int(expected.g) << "," << int(expected.b);
     return ::testing::AssertionSuccess();
 }
 
@@ -113,7 +113,8 @@ TEST(FolderIconRendererTest, StickerIsDrawnWhereItWasPlaced) {
     const Rgb teal = *ArtworkCatalog::colorNamed("teal"), purple = *ArtworkCatalog::colorNamed("purple");
     EXPECT_TRUE(near(decode(renderFolderIcon(artwork, 512)).at(0.25, 0.75), teal));
 
-    artwork.folderStickers = Json::array({Sticker{Sticker::Kind::symbol, "circle", 0.25, 0.75, 0.2, 0, "purple"}.toJson()});
+    artwork.folderStickers =
+        Json::array({Sticker{Sticker::Kind::symbol, "circle", 0.25, 0.75, 0.2, 0, "purple"}.toJson()});
     const Pixels pixels = decode(renderFolderIcon(artwork, 512));
     EXPECT_TRUE(near(pixels.at(0.25, 0.75), purple)) << "the sticker's symbol at its centre";
     EXPECT_TRUE(near(pixels.at(0.25 + 0.085, 0.75), Rgb{255, 255, 255})) << "its white disc around it";

@@ -56,9 +56,7 @@ protected:
     }
     fs::path folder() const { return home / "Lotus Spa"; }
     const Project& lotus(const Engine& engine) const { return *projectNamed(engine.state(), "Lotus Spa"); }
-    fs::path iconFile(const Engine& engine) const {
-        return data / "Folder icons" / (lotus(engine).id.text() + ".png");
-    }
+    fs::path iconFile(const Engine& engine) const { return data / "Folder icons" / (lotus(engine).id.text() + ".png"); }
 };
 
 TEST_F(ArtworkCommandsTest, EveryFieldSurvivesCommandsAndRestartsByteForByte) {
@@ -142,8 +140,8 @@ TEST_F(ArtworkCommandsTest, DirectoryFileNotKelosIsLeftByteIdentical) {
     fs::remove(folder() / ".directory");
     writeFile(folder() / ".directory", edited);
     const SnapshotPtr reset = ArtworkCommands::resetFolderArtwork(*engine, "Lotus Spa");
-    EXPECT_TRUE(hasMessage(*reset, (folder() / ".directory").string() +
-                                       " was changed since Kelo created it; it was left as it is."));
+    EXPECT_TRUE(hasMessage(
+        *reset, (folder() / ".directory").string() + " was changed since Kelo created it; it was left as it is."));
     EXPECT_EQ(readFile(folder() / ".directory"), edited);
 }
 
@@ -180,10 +178,12 @@ TEST_F(ArtworkCommandsTest, RefusalsChangeNothing) {
 
     FolderArtwork artwork;
     artwork.folderColor = "pink";
-    EXPECT_EQ(refusal([&] { ArtworkCommands::setFolderArtwork(*engine, "Elsewhere", artwork); }),
-              "The folder of Elsewhere (" + elsewhere.string() + ") is not inside an approved folder. Nothing changed.");
-    EXPECT_EQ(refusal([&] { ArtworkCommands::resetFolderArtwork(*engine, "Elsewhere"); }),
-              "The folder of Elsewhere (" + elsewhere.string() + ") is not inside an approved folder. Nothing changed.");
+    EXPECT_EQ(
+        refusal([&] { ArtworkCommands::setFolderArtwork(*engine, "Elsewhere", artwork); }),
+        "The folder of Elsewhere (" + elsewhere.string() + ") is not inside an approved folder. Nothing changed.");
+    EXPECT_EQ(
+        refusal([&] { ArtworkCommands::resetFolderArtwork(*engine, "Elsewhere"); }),
+        "The folder of Elsewhere (" + elsewhere.string() + ") is not inside an approved folder. Nothing changed.");
     artwork.folderStickers = Json::object();
     EXPECT_EQ(refusal([&] { ArtworkCommands::setFolderArtwork(*engine, "Lotus Spa", artwork); }),
               "Stickers must be a list. Nothing changed.");
