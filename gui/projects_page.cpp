@@ -47,6 +47,7 @@ ProjectsPage::ProjectsPage(AppModel& model, QWidget* parent) : Page(model, paren
     table_->setSelectionBehavior(QAbstractItemView::SelectRows);
     table_->setSelectionMode(QAbstractItemView::SingleSelection);
     table_->verticalHeader()->setVisible(false);
+    table_->setIconSize(QSize(24, 24));  // room for the project's folder icon
     connect(table_, &QTableWidget::itemSelectionChanged, this, [this] { updateButtons(); });
     layout->addWidget(table_, 1);
     empty_ = new QLabel(text::kNoProjects, this);

@@ -165,15 +165,7 @@ QWidget* StickerStudioDialog::makeChoices() {
     }
 
     grid->addWidget(new QLabel(text::kArtworkSymbols, box), 3, 0, 1, 8);
-    auto* none = choice(QStringLiteral("symbol-none"), QIcon(), text::kArtworkNoSymbol, box);
-    none->setText(text::kArtworkNoSymbol);
-    none->setToolButtonStyle(Qt::ToolButtonTextOnly);
-    connect(none, &QToolButton::clicked, this, [this] {
-        editor_.setSymbol(std::nullopt);
-        changed();
-    });
-    grid->addWidget(none, 4, 0);
-    column = 1;
+    column = 0;
     for (const auto& symbol : ArtworkCatalog::symbols()) {
         const std::string name(symbol);
         FolderArtwork sample;
@@ -186,6 +178,14 @@ QWidget* StickerStudioDialog::makeChoices() {
         grid->addWidget(button, 4 + column / 6, column % 6);
         ++column;
     }
+    auto* none = choice(QStringLiteral("symbol-none"), QIcon(), text::kArtworkNoSymbol, box);
+    none->setText(text::kArtworkNoSymbol);
+    none->setToolButtonStyle(Qt::ToolButtonTextOnly);
+    connect(none, &QToolButton::clicked, this, [this] {
+        editor_.setSymbol(std::nullopt);
+        changed();
+    });
+    grid->addWidget(none, 4 + column / 6, column % 6, 1, 2);
 
     grid->addWidget(new QLabel(text::kArtworkSkins, box), 6, 0, 1, 8);
     column = 0;
