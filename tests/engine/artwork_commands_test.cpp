@@ -173,6 +173,9 @@ TEST_F(ArtworkCommandsTest, RefusalsChangeNothing) {
     AppState next = engine->state();
     next.projects.push_back(Project::make("Elsewhere", elsewhere));
     next.projects.back().folderColor = "teal";
+    fs::create_directories(dir / "Target");
+    fs::create_directory_symlink(dir / "Target", home / "Linked");
+    next.projects.push_back(Project::make("Linked", home / "Linked"));
     engine->commitState(next);
     const AppState before = engine->state();
 
@@ -184,6 +187,8 @@ TEST_F(ArtworkCommandsTest, RefusalsChangeNothing) {
     EXPECT_EQ(
         refusal([&] { ArtworkCommands::resetFolderArtwork(*engine, "Elsewhere"); }),
         "The folder of Elsewhere (" + elsewhere.string() + ") is not inside an approved folder. Nothing changed.");
+    EXPECT_EQ(refusal([&] { ArtworkCommands::setFolderArtwork(*engine, "Linked", artwork); }),
+              "Symbolic links are outside Kelo's safe operation scope: " + (home / "Linked").string());
     artwork.folderStickers = Json::object();
     EXPECT_EQ(refusal([&] { ArtworkCommands::setFolderArtwork(*engine, "Lotus Spa", artwork); }),
               "Stickers must be a list. Nothing changed.");
@@ -194,6 +199,7 @@ TEST_F(ArtworkCommandsTest, RefusalsChangeNothing) {
 
     EXPECT_EQ(engine->state(), before);
     EXPECT_FALSE(fs::exists(elsewhere / ".directory"));
+    EXPECT_FALSE(fs::exists(dir / "Target" / ".directory"));
     EXPECT_FALSE(fs::exists(folder() / ".directory"));
     EXPECT_FALSE(fs::exists(data / "Folder icons"));
 }
