@@ -47,5 +47,6 @@ void addDemoCommand(CLI::App& app, Commands& commands);       // demo_command.cp
 void addDuplicateCommands(CLI::App& app, Commands& commands);  // duplicate_commands.cpp: dupes
 void addZipCleanupCommands(CLI::App& app, Commands& commands);  // zip_cleanup_commands.cpp: zip-cleanup
 void addHandoffCommands(CLI::App& app, Commands& commands);   // handoff_commands.cpp: handoff, storage
+void addArtworkCommands(CLI::App& app, Commands& commands);   // artwork_commands.cpp: artwork, artwork reset
 
 }  // namespace kelo::cli

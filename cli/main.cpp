@@ -52,6 +52,7 @@ int main(int argc, char** argv) {
     kelo::cli::addHandoffCommands(app, commands);
     kelo::cli::addDuplicateCommands(app, commands);
     kelo::cli::addZipCleanupCommands(app, commands);
+    kelo::cli::addArtworkCommands(app, commands);
     Options options;
     addGlobalOptions(app, options);
 

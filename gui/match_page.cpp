@@ -20,6 +20,7 @@
 #include "classify/classification_engine.h"
 #include "engine/learning_commands.h"
 #include "gui/presentation.h"
+#include "gui/project_icons.h"
 #include "gui/thumbnail_cache.h"
 #include "gui/questions.h"
 #include "gui/rename_dialog.h"
@@ -210,6 +211,7 @@ void MatchPage::render(const Snapshot* snapshot, bool canOperate) {
     if (snapshot) {
         for (const auto& project : snapshot->state->projects) {
             projects_->addItem(qs(project.name), qs(project.id.text()));
+            projects_->setItemIcon(projects_->count() - 1, projectIcon(project));
             projectNames_.emplace_back(qs(project.id.text()), qs(project.name));
         }
         projects_->setCurrentIndex(std::max(0, projects_->findData(chosen)));
@@ -258,6 +260,7 @@ void MatchPage::buildFileRow(int row, const Classification& c, const Snapshot& s
     if (isIgnored(*snapshot.state, c.file)) state += text::kIgnoredMark;
     table_->setItem(row, kState, cell(state));
     table_->setItem(row, kProject, cell(top ? projectName(snapshot, top->projectID) : QStringLiteral("-")));
+    if (top) table_->item(row, kProject)->setIcon(projectIcon(snapshot, top->projectID));
     table_->setItem(row, kCategory, cell(top ? qs(rawValue(c.category)) : QStringLiteral("-")));
     table_->setItem(row, kScore, cell(QString::number(top ? top->score : 0)));
     auto* reasons = cell(c.unsortable ? QString::fromStdString(*c.unsortable) : top ? signalsText(*top) : QString());

@@ -10,8 +10,11 @@
 
 #include "gui/duplicates_dialog.h"
 #include "gui/handoff_dialog.h"
+#include "gui/artwork_texts.h"
 #include "gui/presentation.h"
+#include "gui/project_icons.h"
 #include "gui/questions.h"
+#include "gui/sticker_studio_dialog.h"
 
 namespace kelo::gui {
 
@@ -46,6 +49,7 @@ ProjectsPage::ProjectsPage(AppModel& model, QWidget* parent) : Page(model, paren
     table_->setSelectionBehavior(QAbstractItemView::SelectRows);
     table_->setSelectionMode(QAbstractItemView::SingleSelection);
     table_->verticalHeader()->setVisible(false);
+    table_->setIconSize(QSize(24, 24));  // room for the project's folder icon
     connect(table_, &QTableWidget::itemSelectionChanged, this, [this] { updateButtons(); });
     layout->addWidget(table_, 1);
     empty_ = new QLabel(text::kNoProjects, this);
@@ -63,6 +67,12 @@ ProjectsPage::ProjectsPage(AppModel& model, QWidget* parent) : Page(model, paren
     for (QPushButton* action : {archive_, reopen_, addAlias_, removeAlias_, trashProject_}) actions->addWidget(action);
     actions->addWidget(findDuplicates_);
     actions->addWidget(handoff_);
+    auto* stickerStudio = button(text::kStickerStudio, "stickerStudio", this);
+    stickerStudio->setEnabled(false);
+    actions->addWidget(stickerStudio);
+    connect(stickerStudio, &QPushButton::clicked, this, [this] { openStickerStudio(model_, selectedId(), this); });
+    connect(table_, &QTableWidget::itemSelectionChanged, stickerStudio,
+            [this, stickerStudio] { stickerStudio->setEnabled(canOperate_ && !selectedId().isEmpty()); });
     actions->addStretch();
     actions->addWidget(newProject_);
     layout->addLayout(actions);
@@ -132,6 +142,7 @@ void ProjectsPage::render(const Snapshot* snapshot, bool canOperate) {
         name->setData(kIdRole, qs(project.id.text()));
         name->setData(kStatusRole, static_cast<int>(project.status));
         name->setData(kAliasesRole, aliases);
+        name->setIcon(projectIcon(project));
         table_->setItem(row, kName, name);
         table_->setItem(row, kStatus, cell(qs(rawValue(project.status))));
         table_->setItem(row, kFolder, cell(QString::fromStdString(project.destinationFolder.string())));

@@ -14,6 +14,8 @@
 #include "gui/handoff_dialog.h"
 #include "gui/main_window.h"
 #include "gui/projects_page.h"
+#include "engine/artwork_commands.h"
+#include "gui/sticker_studio_dialog.h"
 #include "gui/onboarding_dialog.h"
 #include "gui/page.h"
 #include "gui/rename_dialog.h"
@@ -122,6 +124,7 @@ void settleThumbnails(QWidget& window) {
 
 int main(int argc, char** argv) {
     TempDir root;
+    qputenv("GIO_USE_VFS", "local");  // folder icons never reach a desktop session's metadata
     for (const char* variable : {"XDG_CONFIG_HOME", "XDG_DATA_HOME"}) {
         std::filesystem::create_directories(root / variable);
         qputenv(variable, QByteArray::fromStdString((root / variable).string()));
@@ -178,6 +181,11 @@ int main(int argc, char** argv) {
                                                  {"ACME", Category::export_, std::nullopt}));
     model.submit("sort", EngineActions::sortFile(root / "Downloads/CafeSaiGon-menu-Tet.pdf",
                                                  {"CafeSaiGon", Category::reference, "Thực đơn Tết"}));
+    FolderArtwork acme;
+    acme.folderColor = "orange";
+    acme.folderSymbol = "heart";
+    acme.folderStickers = Json::array({Sticker{Sticker::Kind::text, "AC", 0.75, 0.3, 0.3, -15, "purple"}.toJson()});
+    model.submit("artwork", [acme](Engine& engine) { return ArtworkCommands::setFolderArtwork(engine, "ACME", acme); });
     settle(model);
     if (!model.refusal().isEmpty()) std::fprintf(stderr, "refused: %s\n", qPrintable(model.refusal()));
 
@@ -195,6 +203,12 @@ int main(int argc, char** argv) {
         RenameDialog dialog("ACME-logo-v2.psd", {"ACME", "Logo", "Tệp"});
         dialog.show();
         save(dialog, out, "rename");
+    }
+    {
+        StickerStudioDialog dialog(model, model.snapshot()->state->projects.front());
+        dialog.resize(900, 520);
+        dialog.show();
+        save(dialog, out, "sticker-studio");
     }
 
     // The housekeeping dialogs for ACME.

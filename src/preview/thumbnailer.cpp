@@ -213,3 +213,12 @@ std::optional<std::string> encodeJpeg(const RasterImage& image, int quality) {
 }
 
 }  // namespace kelo
+
+namespace kelo {
+
+std::optional<RasterImage> decodeImage(const std::string& bytes, int maxEdge) {
+    if (maxEdge <= 0 || bytes.empty() || !vipsReady()) return std::nullopt;
+    return decodeBuffer(bytes, maxEdge);
+}
+
+}  // namespace kelo

@@ -42,3 +42,11 @@ std::optional<RasterImage> makeThumbnail(const std::filesystem::path& file, int 
 std::optional<std::string> encodeJpeg(const RasterImage& image, int quality);
 
 }  // namespace kelo
+
+namespace kelo {
+
+// An image held in memory (PNG, JPEG, WebP...), decoded and reduced like a
+// thumbnail so its longer edge is at most `maxEdge`. Nothing when it cannot be read.
+std::optional<RasterImage> decodeImage(const std::string& bytes, int maxEdge);
+
+}  // namespace kelo
