@@ -41,5 +41,6 @@ void addFileCommands(CLI::App& app, Commands& commands);      // file_commands.c
 void addLearningCommands(CLI::App& app, Commands& commands);  // learning_commands.cpp
 void addTrashCommands(CLI::App& app, Commands& commands);     // trash_commands.cpp
 void addDemoCommand(CLI::App& app, Commands& commands);       // demo_command.cpp
+void addOcrCommand(CLI::App& app, Commands& commands);        // ocr_command.cpp
 
 }  // namespace kelo::cli

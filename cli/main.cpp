@@ -44,6 +44,7 @@ int main(int argc, char** argv) {
     kelo::cli::addLearningCommands(app, commands);
     kelo::cli::addTrashCommands(app, commands);
     kelo::cli::addDemoCommand(app, commands);
+    kelo::cli::addOcrCommand(app, commands);
     Options options;
     addGlobalOptions(app, options);
 
