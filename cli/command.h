@@ -42,5 +42,6 @@ void addLearningCommands(CLI::App& app, Commands& commands);  // learning_comman
 void addTrashCommands(CLI::App& app, Commands& commands);     // trash_commands.cpp
 void addDemoCommand(CLI::App& app, Commands& commands);       // demo_command.cpp
 void addOcrCommand(CLI::App& app, Commands& commands);        // ocr_command.cpp
+void addHandoffCommands(CLI::App& app, Commands& commands);   // handoff_commands.cpp: handoff, storage
 
 }  // namespace kelo::cli

@@ -2,7 +2,8 @@
 // scans (so a FILE argument means the file as it is now), runs the chosen command on
 // the engine and prints the snapshot it returns. It holds no file-system logic.
 //
-// Exit status: 0 done, 1 refused (the reason on standard error), 2 usage error.
+// Exit status: 0 done, 1 refused (the reason on standard error), 2 usage error, 3 the
+// batch ran but some of its operations were skipped or failed (each is listed).
 #include <filesystem>
 #include <iostream>
 #include <optional>
@@ -34,6 +35,9 @@ int main(int argc, char** argv) {
     CLI::App app{"Kelo keeps a designer's working files in order.", "kelo"};
     app.set_version_flag("--version", std::string("kelo ") + KELO_VERSION);
     app.require_subcommand(1);
+    app.footer(
+        "Exit status: 0 done; 1 refused, with the reason on standard error; 2 usage error; 3 a command that moves or "
+        "renames files ran, but some files were skipped or failed (each is listed).");
 
     kelo::cli::Commands commands;
     kelo::cli::addInboxCommands(app, commands);
@@ -45,6 +49,7 @@ int main(int argc, char** argv) {
     kelo::cli::addTrashCommands(app, commands);
     kelo::cli::addDemoCommand(app, commands);
     kelo::cli::addOcrCommand(app, commands);
+    kelo::cli::addHandoffCommands(app, commands);
     Options options;
     addGlobalOptions(app, options);
 
@@ -99,6 +104,7 @@ int main(int argc, char** argv) {
     try {
         kelo::SnapshotPtr result = worker->scan().get();
         if (chosen->run) result = worker->run(chosen->run).get();
+        const bool incomplete = result->lastRun && (result->lastRun->skipped > 0 || result->lastRun->failed > 0);
         if (options.json) {
             std::cout << kelo::formatDocument(kelo::snapshotJson(*result));
         } else if (chosen->print) {
@@ -106,6 +112,7 @@ int main(int argc, char** argv) {
         } else {
             kelo::cli::printMessages(std::cout, *result);
         }
+        if (incomplete) return 3;
     } catch (const kelo::KeloError& e) {
         std::cerr << e.message() << "\n";
         return 1;

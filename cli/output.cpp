@@ -42,6 +42,7 @@ void printInbox(std::ostream& out, const Snapshot& snapshot) {
         const int score = hasTop ? c.candidates.front().score : 0;
         out << padded(std::string(rawValue(c.state)), 10) << padded(c.file.filename(), nameWidth + 2)
             << padded(project, 24) << score << "\n";
+        if (c.unsortable) out << "          " << *c.unsortable << "\n";
         if (hasTop) {
             for (const auto& signal : c.candidates.front().signals)
                 out << "          " << (signal.points >= 0 ? "+" : "") << signal.points << "  " << signal.reason << "\n";
@@ -75,6 +76,12 @@ void printHistory(std::ostream& out, const Snapshot& snapshot) {
         return;
     }
     for (const auto& batch : *snapshot.history) {
+        if (batch.undoes) {
+            out << localTimestamp(batch.date) << "  undo of batch " << batch.undoes->text() << ": " << batch.putBack
+                << " put back, " << batch.skipped << " skipped, " << batch.failed << " failed\n    batch "
+                << batch.id.text() << "\n";
+            continue;
+        }
         out << localTimestamp(batch.date) << "  " << batch.moved << " moved, " << batch.renamed << " renamed, "
             << batch.skipped << " skipped, " << batch.failed << " failed";
         if (batch.undone > 0) out << ", " << batch.undone << " undone";

@@ -18,11 +18,24 @@ QString autostartEntry() {
            QStringLiteral("/autostart/kelo.desktop");
 }
 
+#ifndef KELO_INSTALL_BINDIR
+#define KELO_INSTALL_BINDIR "/usr/local/bin"
+#endif
+
+const QString kIconName = QStringLiteral("app.kelo.Kelo");
+
+bool installed() {
+    return QFileInfo(QCoreApplication::applicationFilePath()).canonicalPath() ==
+           QFileInfo(QStringLiteral(KELO_INSTALL_BINDIR)).canonicalFilePath();
+}
+
 // The program as one quoted Exec argument: `"`, `` ` ``, `$` and `\` take a backslash
 // inside the quotes, then every backslash is doubled for the string value.
 QByteArray desktopEntry() {
     QString exec;
-    for (const QChar c : QCoreApplication::applicationFilePath()) {
+    const QString program =
+        BackgroundMode::autostartProgram(QCoreApplication::applicationFilePath(), QStringLiteral(KELO_INSTALL_BINDIR));
+    for (const QChar c : program) {
         if (c == u'"' || c == u'`' || c == u'$' || c == u'\\') exec += u'\\';
         exec += c;
     }
@@ -32,12 +45,25 @@ QByteArray desktopEntry() {
                "Type=Application\n"
                "Name=Kelo\n"
                "Exec=\"%1\"\n"
+               "%2"
                "X-GNOME-Autostart-enabled=true\n")
-        .arg(exec)
+        .arg(exec, installed() ? QStringLiteral("Icon=") + kIconName + u'\n' : QString())
         .toUtf8();
 }
 
 }  // namespace
+
+QString BackgroundMode::autostartProgram(const QString& running, const QString& installedBinDir) {
+    const QFileInfo program(running);
+    const QString installedDir = QFileInfo(installedBinDir).canonicalFilePath();
+    if (!installedDir.isEmpty() && program.canonicalPath() == installedDir)
+        return QDir(installedBinDir).filePath(program.fileName());
+    return running;
+}
+
+QIcon BackgroundMode::applicationIcon() {
+    return QIcon::fromTheme(kIconName, QIcon(QStringLiteral(":/kelo/app.kelo.Kelo.png")));
+}
 
 bool BackgroundMode::hideWhenClosed() {
     return QSettings().value(kHideDockKey, true).toBool();

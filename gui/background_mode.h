@@ -6,6 +6,7 @@
 // Main thread only.
 #pragma once
 
+#include <QIcon>
 #include <QString>
 
 namespace kelo::gui {
@@ -22,6 +23,14 @@ public:
     // Writes or removes the autostart entry. A failure goes to the diagnostic log
     // only; callers read isLaunchAtLoginEnabled() afterwards for the real state.
     static void setLaunchAtLogin(bool enabled);
+
+    // The program the autostart entry starts: the installed kelo-gui when `running`
+    // is the copy in `installedBinDir`, otherwise `running` itself (a build folder, or
+    // a copy installed under another prefix).
+    static QString autostartProgram(const QString& running, const QString& installedBinDir);
+    // Kelo's icon for windows and the tray: the icon theme's when Kelo is installed,
+    // else the copy built into the program.
+    static QIcon applicationIcon();
 };
 
 }  // namespace kelo::gui

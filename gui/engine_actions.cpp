@@ -9,6 +9,7 @@
 #include "engine/sample_folders.h"
 #include "engine/trash_commands.h"
 #include "gui/texts.h"
+#include "store/data_directory.h"
 #include "operations/structured_filename.h"
 
 namespace kelo::gui::EngineActions {
@@ -155,7 +156,7 @@ EngineCommand sampleFolders(std::filesystem::path parent) {
         // (the system's temporary folder may not) and never sit among the user's files.
         std::filesystem::path where = parent;
         if (where.empty()) {
-            where = engine.dataDirectory() / "Sample folders";
+            where = engine.dataDirectory() / data_files::kSampleFolders;
             std::filesystem::create_directories(where);
         }
         const SampleFolders::Layout layout = SampleFolders::create(where);

@@ -77,7 +77,13 @@ void HistoryPage::fillRows() {
     table_->setRowCount(rows);
     for (int row = 0; row < rows; ++row) {
         const HistoryBatch& batch = (*history_)[static_cast<std::size_t>(row)];
-        table_->setItem(row, kDate, cell(formatDate(batch.date)));
+        auto* date = cell(formatDate(batch.date));
+        if (batch.undoes) {
+            // An undo batch moves nothing of its own: say what it took back.
+            date->setText(date->text() + text::kUndoBatchSuffix + QString::number(batch.putBack) + text::kUndoBatchFiles);
+            date->setToolTip(text::kUndoBatchTooltip + QString::fromStdString(batch.undoes->text()));
+        }
+        table_->setItem(row, kDate, date);
         const int counts[] = {batch.moved, batch.renamed, batch.skipped, batch.failed, batch.undone};
         for (int column = kMoved; column <= kUndone; ++column)
             table_->setItem(row, column, cell(QString::number(counts[column - kMoved])));

@@ -5,6 +5,7 @@
 #include <QPointer>
 
 #include "gui/app_model.h"
+#include "gui/background_mode.h"
 #include "gui/main_window.h"
 #include "gui/onboarding_dialog.h"
 #include "gui/single_instance.h"
@@ -16,6 +17,8 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName(QStringLiteral("Kelo"));
     QApplication::setApplicationVersion(QStringLiteral(KELO_VERSION));
     QApplication::setQuitOnLastWindowClosed(false);
+    QGuiApplication::setDesktopFileName(QStringLiteral("app.kelo.Kelo"));
+    QApplication::setWindowIcon(kelo::gui::BackgroundMode::applicationIcon());
 
     QCommandLineParser parser;
     parser.addHelpOption();

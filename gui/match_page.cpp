@@ -260,7 +260,7 @@ void MatchPage::buildFileRow(int row, const Classification& c, const Snapshot& s
     table_->setItem(row, kProject, cell(top ? projectName(snapshot, top->projectID) : QStringLiteral("-")));
     table_->setItem(row, kCategory, cell(top ? qs(rawValue(c.category)) : QStringLiteral("-")));
     table_->setItem(row, kScore, cell(QString::number(top ? top->score : 0)));
-    auto* reasons = cell(top ? signalsText(*top) : QString());
+    auto* reasons = cell(c.unsortable ? QString::fromStdString(*c.unsortable) : top ? signalsText(*top) : QString());
     reasons->setToolTip(reasons->text());
     table_->setItem(row, kSignals, reasons);
 }

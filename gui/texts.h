@@ -115,6 +115,10 @@ inline constexpr char kColumnFailed[] = "Lỗi";
 inline constexpr char kColumnUndone[] = "Đã hoàn tác";
 inline constexpr char kUndo[] = "Hoàn tác";
 inline constexpr char kMoreHistoryPrefix[] = "Thêm 50 lượt (";
+// An undo batch's row: "<date> · hoàn tác: trả lại N tệp", the batch it undid in the tooltip.
+inline constexpr char kUndoBatchSuffix[] = " · hoàn tác: trả lại ";
+inline constexpr char kUndoBatchFiles[] = " tệp";
+inline constexpr char kUndoBatchTooltip[] = "Hoàn tác lô ";
 inline constexpr char kNoHistory[] = "Chưa có lượt nào.";
 inline constexpr char kLastRun[] = "Lượt vừa chạy:";
 inline constexpr char kUndoTrash[] = "Lấy lại tệp vừa bỏ vào Thùng rác";

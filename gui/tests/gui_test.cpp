@@ -13,6 +13,7 @@
 #include <QSpinBox>
 #include <QTableWidget>
 #include <QTimer>
+#include <QTemporaryDir>
 #include <QtTest>
 #include <future>
 
@@ -225,6 +226,17 @@ void GuiTest::launchAtLoginWritesAndRemovesTheAutostartEntry() {
     const QString content = QString::fromUtf8(file.readAll());
     QVERIFY(content.startsWith("[Desktop Entry]\n"));
     QVERIFY(content.contains("Exec=\"" + QCoreApplication::applicationFilePath() + "\"\n"));
+    QVERIFY(!content.contains("Icon="));  // a build is not in the icon theme
+
+    // An installed copy is started by its installed path, even when it was reached
+    // through a link; any other copy by the path it runs from.
+    QTemporaryDir prefix;
+    QVERIFY(QDir(prefix.path()).mkpath("bin"));
+    QVERIFY(QFile(prefix.filePath("bin/kelo-gui")).open(QIODevice::WriteOnly));
+    QVERIFY(QFile::link(prefix.filePath("bin"), prefix.filePath("alias")));
+    QCOMPARE(BackgroundMode::autostartProgram(prefix.filePath("alias/kelo-gui"), prefix.filePath("bin")),
+             prefix.filePath("bin/kelo-gui"));
+    QCOMPARE(BackgroundMode::autostartProgram("/build/gui/kelo-gui", prefix.filePath("bin")), "/build/gui/kelo-gui");
 
     option->click();
     QVERIFY(!option->isChecked());
@@ -383,8 +395,7 @@ void GuiTest::secondInstanceIsRefusedByTheLock() {
     QVERIFY(settle(second));
     QVERIFY(!second.canOperate());
     QCOMPARE(second.startupFailure(),
-             QString("Persistent data could not be loaded. File operations are disabled. "
-                     "Another Kelo instance is running. File operations are disabled in this instance."));
+             QString("Another Kelo instance is running. File operations are disabled in this instance."));
     QVERIFY(settle(first));
 }
 

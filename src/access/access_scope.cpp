@@ -5,6 +5,7 @@
 namespace kelo {
 
 bool AccessScope::allows(const std::filesystem::path& url) const {
+    if (protectedFolders.covers(url)) return false;
     for (const auto& root : watched)
         if (PathSafety::contains(root, url)) return true;
     for (const auto& root : homes)

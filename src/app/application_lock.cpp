@@ -13,9 +13,9 @@ ApplicationLock::ApplicationLock(const std::filesystem::path& directory) {
     ensureDirectory(directory);
     const auto path = directory / data_files::kSessionLock;
     UniqueFd fd(::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
-    if (!fd) throw KeloError::unsafe("Cannot open app session lock.");
+    if (!fd) throw KeloError::unsafe(std::string(kUnavailable));
     if (::flock(fd.get(), LOCK_EX | LOCK_NB) != 0)
-        throw KeloError::unsafe("Another Kelo instance is running. File operations are disabled in this instance.");
+        throw KeloError::unsafe(std::string(kBusy));
     descriptor_ = std::move(fd);
 }
 

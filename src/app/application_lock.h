@@ -8,6 +8,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string_view>
 
 #include "store/posix_file.h"
 
@@ -15,6 +16,10 @@ namespace kelo {
 
 class ApplicationLock {
 public:
+    static constexpr std::string_view kBusy =
+        "Another Kelo instance is running. File operations are disabled in this instance.";
+    static constexpr std::string_view kUnavailable = "Cannot open app session lock.";
+
     // Creates `directory` if needed and takes the lock, or throws: the platform's
     // error when the folder cannot be made, else a KeloError.
     explicit ApplicationLock(const std::filesystem::path& directory);

@@ -97,6 +97,7 @@ void to_json(Json& out, const Classification& c) {
     w.put("candidates", c.candidates.toVector());
     w.put("category", c.category);
     w.put("state", c.state);
+    if (c.unsortable) w.put("unsortable", *c.unsortable);
 }
 
 }  // namespace kelo

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <iterator>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -23,6 +24,8 @@ namespace kelo {
 
 // The reason texts of every signal, exactly as the user sees them.
 namespace reason {
+inline constexpr std::string_view kUnsortableName =
+    "Kelo cannot move a file whose name has \":\" or is longer than 255 bytes. Rename it in your file manager first.";
 inline constexpr std::string_view kAlias = "Alias: ";  // followed by the name or alias as written
 inline constexpr std::string_view kPartialName = "Partial name match";
 inline constexpr std::string_view kLearned = "Learned token reinforcement: ";  // followed by the token
@@ -138,6 +141,9 @@ struct Classification {
     CandidateList candidates;
     Category category;
     ConfidenceState state = ConfidenceState::noIdea;
+    // Why Kelo cannot move this file at all (a name no move may keep); such a file
+    // is never Ready or Probably, whatever it scored.
+    std::optional<std::string> unsortable;
 
     friend bool operator==(const Classification&, const Classification&) = default;
 };

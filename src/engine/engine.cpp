@@ -3,15 +3,18 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <utility>
 #include <unordered_set>
 
 #include "access/folder_bookmark.h"
 #include "access/path_safety.h"
 #include "classify/classification_engine.h"
+#include "engine/handoff_commands.h"
 #include "engine/project_discovery.h"
 #include "engine/rescan.h"
 #include "model/kelo_error.h"
 #include "scan/file_scanner.h"
+#include "store/data_directory.h"
 
 namespace kelo {
 
@@ -35,6 +38,15 @@ std::string wouldDo(const PlannedOperation& operation) {
 
 }  // namespace
 
+namespace {
+
+Trash::Environment withPendingNotes(Trash::Environment trash, const std::filesystem::path& dataDirectory) {
+    trash.pendingNotes = dataDirectory / "trash-pending";
+    return trash;
+}
+
+}  // namespace
+
 Engine::Engine(const std::filesystem::path& dataDirectory, Clock clock, Trash::Environment trash)
     : clock_(std::move(clock)),
       lock_(std::make_unique<ApplicationLock>(dataDirectory)),
@@ -45,7 +57,10 @@ Engine::Engine(const std::filesystem::path& dataDirectory, Clock clock, Trash::E
       nameSuggestions_(std::make_shared<const std::vector<NameSuggestion>>()),
       studio_(std::make_shared<const StudioState>(data_.studio)),
       ai_(std::make_shared<const AIState>(data_.ai)),
-      trash_(std::move(trash)) {}
+      trash_(withPendingNotes(std::move(trash), dataDirectory)) {
+    // Info files of Trash moves that a kill cut short before the item moved.
+    trash_.settleInterrupted();
+}
 
 SnapshotPtr Engine::snapshot(std::vector<std::string> messages, std::vector<std::string> issues) {
     auto out = std::make_shared<Snapshot>();
@@ -55,6 +70,7 @@ SnapshotPtr Engine::snapshot(std::vector<std::string> messages, std::vector<std:
     out->history =
         std::make_shared<const std::vector<HistoryBatch>>(HistoryIndex::build(executor_->journal().document().entries));
     out->canUndoTrash = lastTrashed_.has_value();
+    out->lastRun = std::exchange(lastRun_, std::nullopt);
     out->messages = std::move(messages);
     out->issues = std::move(issues);
     out->studio = studio_;
@@ -70,8 +86,14 @@ std::shared_ptr<const std::vector<Classification>> Engine::classifications() {
     if (classifications_) return classifications_;
     const AppState& state = *state_;
     const ClassificationEngine engine(state.projects, state.learning);
-    classifications_ = std::make_shared<const std::vector<Classification>>(
-        engine.classifyAll(*files_, state.assignments, state.settings.thresholds, clock_()));
+    auto all = engine.classifyAll(*files_, state.assignments, state.settings.thresholds, clock_());
+    // A name that no move may keep is shown as such now, not refused at clean time.
+    for (auto& classification : all)
+        if (!PathSafety::validName(classification.file.filename())) {
+            classification.state = ConfidenceState::noIdea;
+            classification.unsortable = std::string(reason::kUnsortableName);
+        }
+    classifications_ = std::make_shared<const std::vector<Classification>>(std::move(all));
     return classifications_;
 }
 
@@ -90,7 +112,16 @@ AccessScope Engine::openScope(std::vector<std::string>* errors) {
         commitState(std::move(next));
     }
     if (errors != nullptr) *errors = session.errors();
-    return session.scope();
+    AccessScope scope = session.scope();
+    const auto withdrawn = protectedFolders().withdrawFrom(scope);
+    if (errors != nullptr) errors->insert(errors->end(), withdrawn.begin(), withdrawn.end());
+    return scope;
+}
+
+ProtectedFolders Engine::protectedFolders() const {
+    const auto data = PathSafety::standardized(std::filesystem::absolute(data_.dataDirectory));
+    return ProtectedFolders{{data, PathSafety::standardized(trash_.environment().dataHome / "Trash")},
+                            {data / data_files::kSampleFolders}};
 }
 
 std::vector<std::string> Engine::discoverProjects(const AccessScope& scope) {
@@ -121,6 +152,8 @@ SnapshotPtr Engine::scan() {
 
     nameSuggestions_ = std::make_shared<const std::vector<NameSuggestion>>(ProjectNameSuggestions::collect(
         clusters(*files_, state_->ignoredClusters), state_->projects, data_.deferredNames, state_->ignoredClusters));
+    const auto settled = HandoffCommands::settleHandoffs(*this);
+    messages.insert(messages.end(), settled.begin(), settled.end());
     return snapshot(std::move(messages), std::move(issues));
 }
 
@@ -138,12 +171,13 @@ namespace {
 // The folder the user chose, standardized, once it is known to be a folder reached
 // without a symbolic link that no other approved folder (than `replacing`) names.
 std::filesystem::path approvableFolder(const std::filesystem::path& folder, const std::vector<FolderGrant>& grants,
-                                       const std::optional<Uuid>& replacing) {
+                                       const std::optional<Uuid>& replacing, const ProtectedFolders& protectedFolders) {
     const auto path = PathSafety::standardized(std::filesystem::absolute(folder));
     PathSafety::noSymbolicComponents(path);
     struct stat info {};
     if (::lstat(path.c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
         throw KeloError::unsafe(path.string() + " is not a folder. Nothing was approved.");
+    if (protectedFolders.overlaps(path)) throw KeloError::unsafe(ProtectedFolders::refusal(path));
     for (const auto& grant : grants) {
         if (replacing && grant.id == *replacing) continue;
         const auto existing = FolderBookmark::decode(grant.bookmark);
@@ -166,7 +200,7 @@ std::vector<FolderGrant>::iterator grantWithId(std::vector<FolderGrant>& grants,
 }  // namespace
 
 SnapshotPtr Engine::addGrant(const std::filesystem::path& folder, FolderGrant::Role role) {
-    const auto path = approvableFolder(folder, state_->grants, std::nullopt);
+    const auto path = approvableFolder(folder, state_->grants, std::nullopt, protectedFolders());
     FolderGrant grant{Uuid::random(), FolderBookmark::make(path).encode(), path.string(), role};
     AppState next = *state_;
     next.grants.push_back(std::move(grant));
@@ -179,7 +213,7 @@ SnapshotPtr Engine::addGrant(const std::filesystem::path& folder, FolderGrant::R
 SnapshotPtr Engine::reconnectGrant(const std::string& idText, const std::filesystem::path& folder) {
     AppState next = *state_;
     const auto it = grantWithId(next.grants, idText);
-    const auto path = approvableFolder(folder, state_->grants, it->id);
+    const auto path = approvableFolder(folder, state_->grants, it->id, protectedFolders());
     const std::string before = it->displayPath;
     *it = FolderGrant{it->id, FolderBookmark::make(path).encode(), path.string(), it->role};
     commitState(std::move(next));
@@ -247,6 +281,10 @@ Engine::PlanRun Engine::runPlan(const OperationPlan& plan, const AccessScope& sc
             run.messages.push_back("Failed " + name + ": " + it->second);
     }
     run.messages.push_back(run.result.summary());
+    Snapshot::RunOutcome outcome{run.result.completed.size(), 0, run.result.failed.size()};
+    for (const auto& [id, reason] : run.result.skipped)
+        if (reason != kDryRunMessage) ++outcome.skipped;
+    lastRun_ = outcome;
     return run;
 }
 

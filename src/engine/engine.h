@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "access/access_session.h"
+#include "access/protected_folders.h"
 #include "app/application_lock.h"
 #include "engine/persistent_data.h"
 #include "engine/snapshot.h"
@@ -90,7 +91,11 @@ public:
 
     void setNameSuggestions(std::vector<NameSuggestion> suggestions);
 
-    // The approved folders as this command sees them, with grants renewed and saved.
+    // Kelo's data directory and the user's home trash: never approved, listed or changed.
+    ProtectedFolders protectedFolders() const;
+
+    // The approved folders as this command sees them, with grants renewed and saved;
+    // a grant that reaches a protected folder is left out and reported in `errors`.
     AccessScope openScope(std::vector<std::string>* errors = nullptr);
 
     // Saves `next` and only then makes it the current state.
@@ -115,6 +120,7 @@ private:
     std::shared_ptr<const AIState> ai_;
     Trash trash_;
     std::optional<TrashedItem> lastTrashed_;
+    std::optional<Snapshot::RunOutcome> lastRun_;  // handed to the next snapshot, once
 };
 
 }  // namespace kelo

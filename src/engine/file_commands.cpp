@@ -5,12 +5,14 @@
 #include <map>
 #include <system_error>
 
+#include "access/path_safety.h"
 #include "engine/learning_commands.h"
 #include "engine/rescan.h"
 #include "engine/sort_learning.h"
 #include "model/kelo_error.h"
 #include "naming/subjob_grouping.h"
 #include "operations/operation_planner.h"
+#include "operations/trimming.h"
 
 namespace kelo::FileCommands {
 
@@ -36,6 +38,14 @@ SnapshotPtr placeOne(Engine& engine, const std::filesystem::path& path, const st
                      std::optional<Category> category, const std::optional<std::string>& subfolder, bool keepBoth) {
     const FileRecord file = engine.findFile(path);
     const Project project = engine.findProject(projectText);
+    // The planner files a nameless sub-folder into the category folder; a name the
+    // user typed that cannot be one folder's name is refused instead of dropped.
+    if (subfolder) {
+        const std::string name = trimmedWhitespace(*subfolder);
+        if (!name.empty() && !PathSafety::validName(name))
+            throw KeloError::unsafe("\"" + name + "\" cannot be a folder name. " + file.filename() +
+                                    " was left untouched.");
+    }
     const auto classification = SortLearning::classificationOf(engine, file);
     const Category chosen =
         category.value_or(classification ? classification->category : Category::infer(file.fileExtension()));

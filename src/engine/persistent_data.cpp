@@ -1,11 +1,30 @@
 #include "engine/persistent_data.h"
 
+#include <cerrno>
+#include <system_error>
+
+#include "app/application_lock.h"
 #include "model/kelo_error.h"
 #include "store/data_directory.h"
 
 namespace kelo {
 
 std::string startupFailureText(const std::exception& error) {
+    // The session lock is not data: another instance, or a lock that cannot be
+    // opened, is said as it is.
+    if (const auto* refusal = dynamic_cast<const KeloError*>(&error))
+        if (refusal->message() == ApplicationLock::kBusy || refusal->message() == ApplicationLock::kUnavailable)
+            return refusal->message();
+    if (const auto* system = dynamic_cast<const std::system_error*>(&error)) {
+        const int code = system->code().value();
+        if (system->code().category() == std::generic_category() || system->code().category() == std::system_category()) {
+            if (code == ENOSPC || code == EDQUOT)
+                return "Kelo could not start: the disk holding its data folder is full. Nothing was changed; free some "
+                       "space and start Kelo again.";
+            if (code == EROFS)
+                return "Kelo could not start: its data folder is on a read-only disk. Nothing was changed.";
+        }
+    }
     return std::string(kStartupFailurePrefix) + error.what();
 }
 

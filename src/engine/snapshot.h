@@ -36,6 +36,14 @@ struct Snapshot {
     std::string zipCleanupStatus;
     std::vector<ZipCleanupEvent> zipCleanupEvents;
     bool canUndoTrash = false;
+    // What the batch this command ran did, when it ran one. Skips that only a dry run
+    // caused are not counted: they are what the user asked for.
+    struct RunOutcome {
+        std::size_t completed = 0;
+        std::size_t skipped = 0;
+        std::size_t failed = 0;
+    };
+    std::optional<RunOutcome> lastRun;
 
     // The classification of the file with this fingerprint, or null.
     const Classification* classificationOf(const std::string& fingerprint) const;

@@ -17,6 +17,12 @@ constexpr const char* kIdentityChanged = "Source identity changed immediately be
 constexpr const char* kMoveSyncFailed =
     "Move occurred but directory synchronization failed. Inspect recovery before continuing.";
 constexpr const char* kCreateSyncFailed = "Directory created but synchronization failed.";
+constexpr const char* kSwappedIn =
+    "Another file took the source's place just before the move; it was put back and nothing is recorded as moved. "
+    "File left untouched.";
+constexpr const char* kSwappedInStuck =
+    "Another file took the source's place just before the move and could not be put back; it is at the destination. "
+    "Nothing was overwritten.";
 constexpr const char* kNoExclusiveRename = "This file system cannot rename without replacing. File left untouched.";
 
 }  // namespace
@@ -35,6 +41,7 @@ void FileOperator::moveWithoutReplacement(const std::filesystem::path& source, c
     if (fd_path::identityOf(fd_path::statEntry(fromFolder.get(), from.name, source)) != expected)
         throw KeloError::unsafe(kIdentityChanged);
 
+    if (beforeRename_) beforeRename_();
     const int error = fd_path::renameNoReplace(fromFolder.get(), from.name, toFolder.get(), to.name);
     if (error != 0) {
         // EINVAL also means "a folder into itself"; only otherwise is it the missing
@@ -42,6 +49,13 @@ void FileOperator::moveWithoutReplacement(const std::filesystem::path& source, c
         const bool intoItself = PathSafety::contains(source, destination);
         if (error == ENOSYS || (error == EINVAL && !intoItself)) throw KeloError::unsafe(kNoExclusiveRename);
         throw std::system_error(error, std::generic_category(), "Cannot move " + source.string());
+    }
+
+    if (fd_path::identityOf(fd_path::statEntry(toFolder.get(), to.name, destination)) != expected) {
+        const bool putBack = fd_path::renameNoReplace(toFolder.get(), to.name, fromFolder.get(), from.name) == 0;
+        sync_(fromFolder.get());
+        sync_(toFolder.get());
+        throw KeloError::unsafe(putBack ? kSwappedIn : kSwappedInStuck);
     }
 
     const bool fromSynced = sync_(fromFolder.get()) == 0;

@@ -24,6 +24,9 @@ public:
     // folder, then the destination folder. Throws KeloError when the identity changed,
     // when the file system cannot rename exclusively, or when a sync failed after the
     // move; other failures are std::system_error (EEXIST when the destination exists).
+    // No call closes the gap between the identity check and the rename, so the
+    // destination's identity is read again after it: when another file was swapped in
+    // and moved, it is put back with an exclusive rename and the move is refused.
     void moveWithoutReplacement(const std::filesystem::path& source, const std::filesystem::path& destination,
                                 const FileIdentity& expected) const;
 
@@ -31,8 +34,12 @@ public:
     // then syncs its parent.
     void createDirectoryWithoutReplacement(const std::filesystem::path& url) const;
 
+    // Tests only: runs between the identity check and the rename, where a swap can land.
+    void setBeforeRenameForTesting(std::function<void()> hook) { beforeRename_ = std::move(hook); }
+
 private:
     SyncCall sync_;
+    std::function<void()> beforeRename_;
 };
 
 }  // namespace kelo

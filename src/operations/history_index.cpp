@@ -6,6 +6,8 @@
 namespace kelo::HistoryIndex {
 
 std::vector<HistoryBatch> build(const std::vector<JournalEntry>& entries) {
+    std::unordered_map<Uuid, Uuid> batchOf;      // operation id → its batch id, for naming what an undo took back
+    for (const JournalEntry& entry : entries) batchOf.emplace(entry.operation.id, entry.operation.batchID);
     std::unordered_map<Uuid, std::size_t> slot;  // batch id → position in `batches`
     std::vector<HistoryBatch> batches;           // in the order first met walking back: newest first
     for (std::size_t position = entries.size(); position-- > 0;) {
@@ -26,7 +28,11 @@ std::vector<HistoryBatch> build(const std::vector<JournalEntry>& entries) {
             if (operation.type == OperationType::move) ++batch.moved;
             if (operation.type == OperationType::rename) ++batch.renamed;
             if (operation.type != OperationType::undo) batch.canUndo = true;
+            if (operation.type == OperationType::undo) ++batch.putBack;
         }
+        if (operation.type == OperationType::undo && operation.reverses)
+            if (const auto reversed = batchOf.find(*operation.reverses); reversed != batchOf.end())
+                batch.undoes = reversed->second;
         const bool skipped = entry.outcome == OperationOutcome::skipped;
         if (skipped) ++batch.skipped;
         if (entry.status == OperationStatus::failed && !skipped) ++batch.failed;

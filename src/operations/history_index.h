@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <vector>
 
 #include "model/date.h"
@@ -22,6 +23,8 @@ struct HistoryBatch {
     int failed = 0;                    // failed entries whose outcome is not skipped
     int undone = 0;                    // entries now undone
     bool canUndo = false;              // holds a completed entry that is not an undo
+    int putBack = 0;                   // completed undo operations
+    std::optional<Uuid> undoes;        // for an undo batch: the batch it took back
 
     friend bool operator==(const HistoryBatch&, const HistoryBatch&) = default;
 };

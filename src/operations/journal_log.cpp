@@ -6,6 +6,7 @@
 #include <zlib.h>
 
 #include <cerrno>
+#include <optional>
 #include <system_error>
 
 #include "store/local_store.h"
@@ -57,19 +58,37 @@ LogCalls LogCalls::system() {
                     [](int fd) { return ::fsync(fd); }};
 }
 
-std::vector<std::string> JournalLog::records(std::string_view data) {
-    std::vector<std::string> records;
+namespace {
+
+// The payload of the intact record at `offset`, if there is one.
+std::optional<std::string_view> recordAt(std::string_view data, std::size_t offset) {
+    if (data.size() - offset < kHeaderSize) return std::nullopt;
+    const std::uint32_t length = getLittleEndian(data.data() + offset);
+    const std::uint32_t stored = getLittleEndian(data.data() + offset + 4);
+    if (length == 0 || length > kMaxPayload || data.size() - offset - kHeaderSize < length) return std::nullopt;
+    const std::string_view payload(data.data() + offset + kHeaderSize, length);
+    if (checksum(std::string_view(data.data() + offset, 4), payload) != stored) return std::nullopt;
+    return payload;
+}
+
+}  // namespace
+
+JournalLog::Contents JournalLog::read(std::string_view data) {
+    Contents contents;
     std::size_t offset = 0;
-    while (data.size() - offset >= kHeaderSize) {
-        const std::uint32_t length = getLittleEndian(data.data() + offset);
-        const std::uint32_t stored = getLittleEndian(data.data() + offset + 4);
-        if (length == 0 || length > kMaxPayload || data.size() - offset - kHeaderSize < length) break;
-        const std::string_view payload(data.data() + offset + kHeaderSize, length);
-        if (checksum(std::string_view(data.data() + offset, 4), payload) != stored) break;
-        records.emplace_back(payload);
-        offset += kHeaderSize + length;
+    while (offset < data.size()) {
+        const auto payload = recordAt(data, offset);
+        if (!payload) {
+            // A torn tail holds no whole record; anything intact after this point was
+            // written after it and acknowledged, so this record is damage, not a tear.
+            for (std::size_t later = offset + 1; later < data.size() && !contents.damaged; ++later)
+                contents.damaged = recordAt(data, later).has_value();
+            break;
+        }
+        contents.records.emplace_back(*payload);
+        offset += kHeaderSize + payload->size();
     }
-    return records;
+    return contents;
 }
 
 JournalLog JournalLog::createEmpty(const std::filesystem::path& path, LogCalls calls) {

@@ -31,10 +31,16 @@ struct LogCalls {
 
 class JournalLog {
 public:
-    // The payloads of the intact records in a log's bytes, in order. Reading stops at
-    // the first record that is cut short or fails its checksum: only records after
-    // the last successful sync can be torn, and none of them was acknowledged.
-    static std::vector<std::string> records(std::string_view bytes);
+    // What a log's bytes hold: the payloads of the intact records, in order, and
+    // whether a record is damaged. Only the last write can be torn, and it was never
+    // acknowledged: a bad record from which no intact record follows is that torn
+    // tail and is dropped. A bad record with an intact one after it is damage to
+    // acknowledged history: `damaged` is set and nothing after it is read.
+    struct Contents {
+        std::vector<std::string> records;
+        bool damaged = false;
+    };
+    static Contents read(std::string_view bytes);
 
     // Replaces whatever log is at `path` with an empty one (atomic replace, file and
     // folder synced) and opens it for appending.

@@ -14,6 +14,10 @@ constexpr const char* kAlreadyRecorded = "Operation already recorded. Generate a
 constexpr const char* kMissing = "Operation missing from journal.";
 constexpr const char* kLogMismatch =
     "The journal's log does not match journal.json. Operations disabled; both files were left as they are.";
+constexpr const char* kLogDamaged =
+    "The journal's log is damaged. Operations disabled; journal.json and its log were left as they are.";
+constexpr const char* kDuplicateIds =
+    "The journal lists one operation twice. Operations disabled; journal.json was left as it is.";
 constexpr const char* kNotDurable =
     "The journal could not be made durable. Nothing more is recorded until it is written again.";
 
@@ -172,15 +176,18 @@ OperationJournal::OperationJournal(std::filesystem::path url, Clock clock, LogCa
         document_ = decodeValue<JournalDocument>(json);
     }
     for (std::size_t i = 0; i < document_.entries.size(); ++i)
-        index_.emplace(document_.entries[i].operation.id, i);  // the first entry of an id wins
+        if (!index_.emplace(document_.entries[i].operation.id, i).second) throw KeloError::unsafe(kDuplicateIds);
 
     // With no log or an empty one beside it, the document already holds the whole
     // truth: there is nothing to fold, and appends go to that log (a fresh one when it
     // is missing). A missing document, or anything in the log (records, or a torn
     // tail that appends must not follow), is folded now.
     const std::optional<std::string> logBytes = store_detail::readIfPresent(logUrl());
-    if (logBytes)
-        for (const std::string& payload : JournalLog::records(*logBytes)) replay(payload);
+    if (logBytes) {
+        const JournalLog::Contents log = JournalLog::read(*logBytes);
+        if (log.damaged) throw KeloError::unsafe(kLogDamaged);
+        for (const std::string& payload : log.records) replay(payload);
+    }
     if (!documentFound || (logBytes && !logBytes->empty())) {
         unfolded_ = true;
         checkpoint();

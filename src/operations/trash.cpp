@@ -6,12 +6,14 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <fstream>
 #include <string>
 #include <system_error>
 
 #include "access/path_safety.h"
 #include "model/encoding.h"
 #include "model/kelo_error.h"
+#include "model/uuid.h"
 #include "operations/fd_path.h"
 
 namespace kelo {
@@ -50,11 +52,20 @@ void ensurePrivateFolder(const std::filesystem::path& folder, uid_t uid) {
 }
 
 // "name", "name 2", "name 3.pdf" for "name.pdf", ...
+// The info file is the item's name plus ".trashinfo", and both must fit in one
+// 255-byte name: a longer name is shortened (whole UTF-8 characters, extension kept),
+// which the Trash allows because the original name lives on in the info file's Path.
+constexpr std::size_t kMaxTrashedName = 255 - std::string_view(".trashinfo").size();
+
 std::string candidateName(const std::string& name, int n) {
-    if (n == 1) return name;
     const std::string extension = pathExtension(name);
-    const std::string stem = extension.empty() ? name : name.substr(0, name.size() - extension.size() - 1);
-    return stem + " " + std::to_string(n) + (extension.empty() ? "" : "." + extension);
+    std::string stem = extension.empty() ? name : name.substr(0, name.size() - extension.size() - 1);
+    const std::string suffix = (n == 1 ? "" : " " + std::to_string(n)) + (extension.empty() ? "" : "." + extension);
+    if (stem.size() + suffix.size() <= kMaxTrashedName) return stem + suffix;
+    std::size_t keep = suffix.size() < kMaxTrashedName ? kMaxTrashedName - suffix.size() : 0;
+    while (keep > 0 && (static_cast<unsigned char>(stem[keep]) & 0xC0) == 0x80) --keep;  // not inside a character
+    stem.resize(keep);
+    return stem + suffix;
 }
 
 std::string infoText(const std::string& path, Date deleted) {
@@ -140,6 +151,38 @@ std::filesystem::path Trash::volumeTop(
     return topdir;
 }
 
+Trash::PendingNote Trash::notePending(const std::filesystem::path& info, const std::filesystem::path& trashed) const {
+    if (!environment_.pendingNotes) return {};
+    std::filesystem::create_directories(*environment_.pendingNotes);
+    const UniqueFd folder = fd_path::openDirectory(*environment_.pendingNotes);
+    const std::string name = Uuid::random().text();
+    if (const int error = fd_path::createExclusiveFile(folder.get(), name, info.native() + "\n" + trashed.native() + "\n");
+        error != 0)
+        fail(error, "Cannot note the Trash move in " + environment_.pendingNotes->string());
+    if (::fsync(folder.get()) != 0) fail(errno, "Cannot note the Trash move in " + environment_.pendingNotes->string());
+    return PendingNote{*environment_.pendingNotes / name};
+}
+
+void Trash::PendingNote::clear() const {
+    if (!path.empty()) ::unlink(path.c_str());
+}
+
+std::size_t Trash::settleInterrupted() const {
+    if (!environment_.pendingNotes || !std::filesystem::is_directory(*environment_.pendingNotes)) return 0;
+    std::size_t removed = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(*environment_.pendingNotes)) {
+        std::ifstream in(entry.path());
+        std::string info, trashed;
+        if (std::getline(in, info) && std::getline(in, trashed) && !info.empty() && !trashed.empty()) {
+            struct stat status {};
+            // The item never arrived: the info file describes nothing and goes.
+            if (::lstat(trashed.c_str(), &status) != 0 && errno == ENOENT && ::unlink(info.c_str()) == 0) ++removed;
+        }
+        ::unlink(entry.path().c_str());
+    }
+    return removed;
+}
+
 TrashedItem Trash::moveToTrash(const std::filesystem::path& item, const std::optional<FileIdentity>& expected) const {
     return moveInto(directoryFor(item), item, expected);
 }
@@ -163,20 +206,25 @@ TrashedItem Trash::moveInto(const TrashDirectory& trash, const std::filesystem::
     for (int n = 1; n <= kMaxNames; ++n) {
         const std::string name = candidateName(source.name, n);
         const std::string infoName = name + ".trashinfo";
+        const PendingNote note = notePending(trash.info() / infoName, trash.files() / name);
         // The info file claims the name first, so two programs trashing at once can
         // never both pick it.
         if (const int error = fd_path::createExclusiveFile(infoFolder.get(), infoName, text); error != 0) {
+            note.clear();
             if (error == EEXIST) continue;
             fail(error, "Cannot write " + (trash.info() / infoName).string());
         }
+        if (environment_.beforeMove) environment_.beforeMove();
         const int error = fd_path::renameNoReplace(sourceFolder.get(), source.name, filesFolder.get(), name);
         if (error != 0) {
             fd_path::removeFile(infoFolder.get(), infoName);
+            note.clear();
             if (error == EEXIST) continue;  // a leftover item without info holds this name
             fail(error, "Cannot move " + item.string() + " to the Trash");
         }
         const bool synced =
             ::fsync(infoFolder.get()) == 0 && ::fsync(filesFolder.get()) == 0 && ::fsync(sourceFolder.get()) == 0;
+        note.clear();
         if (!synced) throw KeloError::unsafe(kTrashSyncFailed);
         const FileIdentity identity =
             fd_path::identityOf(fd_path::statEntry(filesFolder.get(), name, trash.files() / name));

@@ -52,12 +52,20 @@ public:
         std::filesystem::path dataHome;  // $XDG_DATA_HOME, or ~/.local/share
         uid_t uid = 0;
         std::function<Date()> clock = Date::now;
+        // Where Kelo notes each info file it is about to write, until the item has
+        // moved: a kill in between leaves an info file with nothing behind it, which
+        // settleInterrupted removes. None: no notes (tests of the layout alone).
+        std::optional<std::filesystem::path> pendingNotes{};
+        // Tests only: runs after the info file is written and before the item moves.
+        std::function<void()> beforeMove{};
 
         // The running user's: $XDG_DATA_HOME when absolute, else $HOME/.local/share.
         static Environment current();
     };
 
     explicit Trash(Environment environment);
+
+    const Environment& environment() const { return environment_; }
 
     // Moves the item to its trash. With `expected`, the item's identity is read again
     // through its folder just before the move and must still match. Throws KeloError
@@ -70,6 +78,12 @@ public:
     // name is never replaced), then removes its info file. Throws KeloError when the
     // item in the Trash is no longer the one Kelo put there.
     void restore(const TrashedItem& item) const;
+
+    // Removes the info files Kelo wrote for moves that a kill interrupted before the
+    // item moved (the item is still where it was), and the notes of moves that did
+    // finish. Only files named in Kelo's own notes are touched. Returns how many
+    // info files were removed.
+    std::size_t settleInterrupted() const;
 
     // The trash an item goes to, created (mode 0700) when missing.
     TrashDirectory directoryFor(const std::filesystem::path& item) const;
@@ -87,6 +101,14 @@ public:
                          const std::optional<FileIdentity>& expected = std::nullopt) const;
 
 private:
+    // The note of one Trash move in progress; clear() removes it once the move is
+    // settled either way.
+    struct PendingNote {
+        std::filesystem::path path;  // empty: nothing noted
+        void clear() const;
+    };
+    PendingNote notePending(const std::filesystem::path& info, const std::filesystem::path& trashed) const;
+
     Environment environment_;
 };
 

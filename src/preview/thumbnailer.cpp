@@ -36,6 +36,14 @@ constexpr std::array kAllowedLoaders = {"VipsForeignLoadPng",  "VipsForeignLoadJ
 // Files only ImageMagick reads are read whole; past this size we would rather show
 // no thumbnail.
 constexpr off_t kMaxBufferedBytes = off_t{256} << 20;
+// An image whose header declares more pixels than this is never decoded: a Photoshop
+// file without a preview of its own can otherwise take seconds and hundreds of MB.
+constexpr std::uint64_t kMaxDeclaredPixels = 100'000'000;
+
+bool declaresTooManyPixels(const vips::VImage& header) {
+    return static_cast<std::uint64_t>(header.width()) * static_cast<std::uint64_t>(header.height()) >
+           kMaxDeclaredPixels;
+}
 
 void ignoreLog(const gchar*, GLogLevelFlags, const gchar*, gpointer) {}
 
@@ -123,7 +131,10 @@ std::optional<RasterImage> decodeBuffer(const std::string& bytes, int maxEdge) {
     VipsBlob* blob = vips_blob_new(nullptr, bytes.data(), bytes.size());
     std::optional<RasterImage> out;
     try {
-        out = copyOut(toRgba(vips::VImage::thumbnail_buffer(blob, maxEdge, thumbnailOptions(maxEdge))));
+        // The header alone first; nothing is decoded for it.
+        const vips::VImage header = vips::VImage::new_from_buffer(bytes.data(), bytes.size(), "");
+        if (!declaresTooManyPixels(header))
+            out = copyOut(toRgba(vips::VImage::thumbnail_buffer(blob, maxEdge, thumbnailOptions(maxEdge))));
     } catch (const vips::VError&) {
         vips_error_clear();
     } catch (const std::exception&) {
@@ -139,8 +150,12 @@ std::optional<RasterImage> decodeBuffer(const std::string& bytes, int maxEdge) {
 std::optional<RasterImage> decodeFile(int fd, off_t size, const std::filesystem::path& file, int maxEdge) {
     try {
         vips::VSource source = vips::VSource::new_from_descriptor(fd);
-        if (vips_foreign_find_load_source(source.get_source()))
-            return copyOut(toRgba(vips::VImage::thumbnail_source(source, maxEdge, thumbnailOptions(maxEdge))));
+        if (vips_foreign_find_load_source(source.get_source())) {
+            if (declaresTooManyPixels(vips::VImage::new_from_source(source, "")) || ::lseek(fd, 0, SEEK_SET) != 0)
+                return std::nullopt;
+            vips::VSource fresh = vips::VSource::new_from_descriptor(fd);
+            return copyOut(toRgba(vips::VImage::thumbnail_source(fresh, maxEdge, thumbnailOptions(maxEdge))));
+        }
         vips_error_clear();
         if (size > kMaxBufferedBytes || ::lseek(fd, 0, SEEK_SET) != 0) return std::nullopt;
         return decodeBuffer(readAll(fd, file), maxEdge);

@@ -21,6 +21,9 @@ inline constexpr std::string_view kState = "state.json";
 inline constexpr std::string_view kJournal = "journal.json";
 inline constexpr std::string_view kHandoffJournal = "handoff-journal.json";
 inline constexpr std::string_view kTemporary = "tmp";
+// The desktop app's sample folders: ordinary folders the user may approve, kept in
+// the data directory so they outlast a restart. No store lives in it.
+inline constexpr std::string_view kSampleFolders = "Sample folders";
 }  // namespace data_files
 
 // The data directory's path, from the override or the environment; creates nothing.

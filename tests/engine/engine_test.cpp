@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "access/path_safety.h"
 #include "engine/engine_worker.h"
 #include "model/kelo_error.h"
 #include "support/engine_fixture.h"
@@ -109,6 +110,43 @@ TEST_F(EngineTest, GrantRefusals) {
     const auto removed = engine->removeGrant(id);
     EXPECT_TRUE(removed->state->grants.empty());
     EXPECT_TRUE(fs::exists(inbox));
+}
+
+TEST_F(EngineTest, KelosOwnDataAndTheTrashAreNeverApprovedOfferedOrTouched) {
+    makeFolders({"Acme"});
+    auto engine = start();
+    for (const auto& folder :
+         {data, dir.path(), data / "tmp", trashHome / "Trash" / "files", dir / "usb" / ".Trash-1000"}) {
+        fs::create_directories(folder);
+        EXPECT_EQ(refusal([&] { engine->addGrant(folder, FolderGrant::Role::watch); }),
+                  ProtectedFolders::refusal(PathSafety::standardized(folder)));
+    }
+    EXPECT_TRUE(engine->state().grants.empty());
+    // The desktop app's sample folders live in the data directory but hold no store.
+    fs::create_directories(data / "Sample folders" / "Downloads");
+    engine->addGrant(data / "Sample folders" / "Downloads", FolderGrant::Role::watch);
+    engine->removeGrant(engine->state().grants[0].id.text());
+
+    // A grant made before the data directory moved into the inbox: the inbox is left
+    // out of every scope, so neither its files nor Kelo's stores are offered.
+    engine->addGrant(inbox, FolderGrant::Role::watch);
+    engine->addGrant(home, FolderGrant::Role::projectHome);
+    engine.reset();
+    writeFile(inbox / "acme logo.png", "x");
+    fs::rename(data, inbox / "KeloData");
+    data = inbox / "KeloData";
+    engine = start();
+    const auto scanned = engine->scan();
+    EXPECT_TRUE(scanned->files->empty());
+    ASSERT_EQ(scanned->issues.size(), 1u);
+    EXPECT_EQ(scanned->issues[0].rfind(inbox.string() + " is, holds or lies inside Kelo's data folder", 0), 0u);
+    for (const char* store : {"state.json", "journal.json"})
+        EXPECT_EQ(refusal([&] { engine->findFile(data / store); }),
+                  std::string(store) + " is not a file in an approved inbox. Nothing changed.");
+    const AccessScope scope = engine->openScope();
+    EXPECT_FALSE(scope.allows(data / "state.json"));
+    EXPECT_TRUE(scope.allows(home / "Acme" / "a.png"));
+    EXPECT_FALSE(scope.allows(home / "Acme" / ".Trash-1000" / "files" / "a.png"));
 }
 
 TEST_F(EngineTest, InvalidThresholdsAreRefusedAndTheOldSettingsStay) {

@@ -133,9 +133,19 @@ TEST_F(FileCommandsTest, NameConflictIsSkippedThenKeepBothTakesAFreeName) {
     EXPECT_TRUE(hasMessage(*conflict, "0 completed, 1 skipped, 0 failed. 0 overwritten."));
     EXPECT_TRUE(fs::exists(file));
     EXPECT_TRUE(conflict->state->learning.feedback.empty());  // nothing happened, nothing learned
+    ASSERT_TRUE(conflict->lastRun);
+    EXPECT_EQ(conflict->lastRun->skipped, 1u);
+
+    // A sub-folder name that cannot be one folder is refused, not dropped.
+    for (const char* bad : {"../../Evil", "a/b", "x:y"})
+        EXPECT_EQ(refusal([&] { FileCommands::sortFile(*engine, file, "Hydro Cafe", std::nullopt, std::string(bad)); }),
+                  "\"" + std::string(bad) + "\" cannot be a folder name. logo.png was left untouched.");
+    EXPECT_TRUE(fs::exists(file));
 
     const auto kept = FileCommands::keepBoth(*engine, file, "Hydro Cafe");
     EXPECT_TRUE(hasMessage(*kept, "1 completed, 0 skipped, 0 failed. 0 overwritten."));
+    ASSERT_TRUE(kept->lastRun);
+    EXPECT_EQ(kept->lastRun->skipped + kept->lastRun->failed, 0u);
     EXPECT_EQ(readFile(home / "Hydro Cafe" / "Export" / "logo.png"), "the one already there");
     EXPECT_EQ(readFile(home / "Hydro Cafe" / "Export" / "logo 2.png"), "content of logo.png");
 }
@@ -145,9 +155,13 @@ TEST_F(FileCommandsTest, CleanMovesReadyFilesIntoSubjobFoldersAndLeavesTheRest) 
     drop("Hydro Cafe post 4 final.psd");
     drop("Lotus Spa slide 2.pdf");
     drop("IMG_2024_0815.jpg");
+    drop("Hydro Cafe post 9: draft.png");  // a name no move may keep
     Settings settings = engine->state().settings;
     settings.thresholds = {75, 50};  // a 78 alias match is Ready
-    engine->updateSettings(settings);
+    const auto shown = engine->updateSettings(settings);
+    const auto& unsortable = classificationNamed(*shown, "Hydro Cafe post 9: draft.png");
+    EXPECT_EQ(unsortable.state, ConfidenceState::noIdea);
+    EXPECT_EQ(unsortable.unsortable, std::string(reason::kUnsortableName));
 
     const auto cleaned = FileCommands::clean(*engine);
     EXPECT_TRUE(hasMessage(*cleaned, "3 completed, 0 skipped, 0 failed. 0 overwritten."));
@@ -155,6 +169,7 @@ TEST_F(FileCommandsTest, CleanMovesReadyFilesIntoSubjobFoldersAndLeavesTheRest) 
     EXPECT_TRUE(fs::exists(home / "Hydro Cafe" / "Working" / "Post 4" / "Hydro Cafe post 4 final.psd"));
     EXPECT_TRUE(fs::exists(home / "Lotus Spa" / "Reference" / "Slide 2" / "Lotus Spa slide 2.pdf"));
     EXPECT_TRUE(fs::exists(inbox / "IMG_2024_0815.jpg"));
+    EXPECT_TRUE(fs::exists(inbox / "Hydro Cafe post 9: draft.png"));
     EXPECT_EQ(cleaned->state->learning.feedback.size(), 3u);
     ASSERT_EQ(cleaned->history->size(), 1u);
     EXPECT_EQ((*cleaned->history)[0].moved, 3);

@@ -2,6 +2,10 @@
 // feature, and that nothing unreadable is ever written over.
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <system_error>
+
+#include "app/application_lock.h"
 #include "engine/persistent_data.h"
 #include "model/kelo_error.h"
 #include "support/temp_dir.h"
@@ -25,6 +29,18 @@ std::string fatalError(const std::filesystem::path& dir) {
 void writeValidPair(const std::filesystem::path& dir, const AppState& state = {}) {
     LocalStore<AppState>(dir / "state.json").save(state);
     writeFile(dir / "journal.json", "{}");
+}
+
+// Only a failure to read the stores is worded as one; the lock and a full or
+// read-only disk say what happened.
+TEST(PersistentDataTest, StartupFailuresSayWhatHappened) {
+    EXPECT_EQ(startupFailureText(KeloError::unsafe(std::string(ApplicationLock::kBusy))), ApplicationLock::kBusy);
+    EXPECT_EQ(startupFailureText(std::system_error(ENOSPC, std::generic_category(), "journal.log")),
+              "Kelo could not start: the disk holding its data folder is full. Nothing was changed; free some space "
+              "and start Kelo again.");
+    EXPECT_EQ(startupFailureText(KeloError::unsafe("Unsupported journal version. Operations disabled.")),
+              "Persistent data could not be loaded. File operations are disabled. Unsupported journal version. "
+              "Operations disabled.");
 }
 
 TEST(PersistentDataTest, FirstStartLoadsDefaultsAndWritesNoStore) {

@@ -48,8 +48,9 @@ struct Scenario {
         }
     }
 
-    std::unique_ptr<OperationExecutor> executor(FileOperator fileOperator = FileOperator()) {
-        auto journal = std::make_unique<OperationJournal>(journalPath, [this] { return now; });
+    std::unique_ptr<OperationExecutor> executor(FileOperator fileOperator = FileOperator(),
+                                                LogCalls logCalls = LogCalls::system()) {
+        auto journal = std::make_unique<OperationJournal>(journalPath, [this] { return now; }, std::move(logCalls));
         return std::make_unique<OperationExecutor>(std::move(journal), [this] { return now; },
                                                    std::move(fileOperator));
     }
@@ -95,6 +96,28 @@ struct Scenario {
                 EXPECT_TRUE(fs::is_directory(entry.operation.destination));
             }
         }
+        checkWholeTree();
+    }
+
+    // Nothing else anywhere in the user's folders: every file is the one in the way
+    // or a planned file at its source or destination, and every folder is one the
+    // plan needed. A stray copy or temporary file fails here.
+    void checkWholeTree() {
+        std::set<fs::path> files{home / "Hydro" / "Export" / "taken.png"};
+        std::set<fs::path> folders{home / "Hydro", home / "Hydro" / "Export"};
+        for (const auto& operation : plan.operations) {
+            files.insert(fs::exists(operation.source) ? operation.source : operation.destination);
+            for (fs::path folder = operation.destination.parent_path(); folder != home && folder != fs::path("/");
+                 folder = folder.parent_path())
+                folders.insert(folder);
+        }
+        for (const fs::path& root : {inbox, home})
+            for (const auto& entry : fs::recursive_directory_iterator(root)) {
+                if (entry.is_directory() && !entry.is_symlink())
+                    EXPECT_TRUE(folders.contains(entry.path())) << "unexpected folder " << entry.path();
+                else
+                    EXPECT_TRUE(files.contains(entry.path())) << "unexpected file " << entry.path();
+            }
     }
 };
 

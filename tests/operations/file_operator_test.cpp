@@ -1,13 +1,19 @@
 #include "operations/file_operator.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/fs.h>
+#include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <filesystem>
 #include <functional>
+#include <iostream>
 #include <system_error>
+#include <thread>
 
 #include "model/kelo_error.h"
 #include "operations/fd_path.h"
@@ -92,6 +98,57 @@ TEST_F(FileOperatorTest, NeverReplacesAnExistingDestination) {
     writeFile(inbox / "b", "file");
     EXPECT_NE(systemErrorOf([&] { op.moveWithoutReplacement(inbox / "b", job / "b", identityAt(inbox / "b")); }), 0);
     EXPECT_EQ(readFile(inbox / "b"), "file");
+}
+
+// A file swapped in between the identity check and the rename is moved by the
+// rename, then caught by the identity read after it, put back and refused.
+TEST_F(FileOperatorTest, FileSwappedInBeforeTheRenameIsPutBackAndRefused) {
+    writeFile(inbox / "brief.pdf", "the client's brief");
+    writeFile(inbox / "decoy", "decoy");
+    const FileIdentity planned = identityAt(inbox / "brief.pdf");
+    FileOperator op;
+    op.setBeforeRenameForTesting([&] {
+        fs::rename(inbox / "brief.pdf", inbox / "elsewhere.pdf");
+        fs::rename(inbox / "decoy", inbox / "brief.pdf");
+    });
+    EXPECT_EQ(keloMessage([&] { op.moveWithoutReplacement(inbox / "brief.pdf", job / "brief.pdf", planned); }),
+              "Another file took the source's place just before the move; it was put back and nothing is recorded as "
+              "moved. File left untouched.");
+    EXPECT_FALSE(fs::exists(job / "brief.pdf"));
+    EXPECT_EQ(readFile(inbox / "brief.pdf"), "decoy");
+    EXPECT_EQ(readFile(inbox / "elsewhere.pdf"), "the client's brief");
+}
+
+// The same race for real: a thread keeps exchanging the source with a decoy while
+// moves run. A move that returns must have moved the planned file.
+TEST_F(FileOperatorTest, SwappingThreadNeverGetsADecoyMovedAsTheFile) {
+    FileOperator op;
+    int refused = 0;
+    for (int round = 0; round < 300; ++round) {
+        const fs::path source = inbox / "art.png";
+        const fs::path decoy = inbox / "decoy.png";
+        writeFile(source, "art " + std::to_string(round));
+        writeFile(decoy, "decoy");
+        const FileIdentity planned = identityAt(source);
+        std::atomic<bool> stop = false;
+        std::thread swapper([&] {
+            while (!stop) ::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, decoy.c_str(), RENAME_EXCHANGE);
+        });
+        const fs::path destination = job / ("art " + std::to_string(round) + ".png");
+        try {
+            op.moveWithoutReplacement(source, destination, planned);
+        } catch (const KeloError&) {
+            ++refused;
+        }
+        stop = true;
+        swapper.join();
+        if (fs::exists(destination)) {
+            ASSERT_EQ(readFile(destination), "art " + std::to_string(round)) << "round " << round;
+        }
+        fs::remove(source);
+        fs::remove(decoy);
+    }
+    std::cout << refused << " of 300 moves were refused for a swap\n";
 }
 
 TEST_F(FileOperatorTest, ChangedSourceIsLeftUntouched) {

@@ -103,6 +103,9 @@ TEST(HistoryIndexTest, CountsAfterAnUndoEntryExists) {
     EXPECT_EQ(history[0].indices, (std::vector<std::size_t>{3, 4}));
     EXPECT_EQ(history[0].moved + history[0].renamed + history[0].failed + history[0].skipped + history[0].undone, 0);
     EXPECT_FALSE(history[0].canUndo);
+    EXPECT_EQ(history[0].undoes, sort);  // labelled as the undo of the sort
+    EXPECT_EQ(history[0].putBack, 2);
+    EXPECT_FALSE(history[1].undoes);
     EXPECT_EQ(history[1].id, other);
     EXPECT_TRUE(history[1].canUndo);
     const HistoryBatch& first = history[2];

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <functional>
+#include <iostream>
 
 #include "operations/operation_journal.h"
 #include "support/temp_dir.h"
@@ -52,19 +53,21 @@ Date fixedNow() {
     return Date{42};
 }
 
+// The document after each number of steps, from a run that is not killed.
+std::vector<JournalDocument> statesAfterEachStep(const std::vector<Step>& steps) {
+    testing::TempDir dir;
+    OperationJournal journal(dir / "journal.json", fixedNow);
+    std::vector<JournalDocument> states{journal.document()};
+    for (const Step& step : steps) {
+        step(journal);
+        states.push_back(journal.document());
+    }
+    return states;
+}
+
 TEST(JournalCrashTest, KilledWriterLosesNothingAcknowledged) {
     const std::vector<Step> steps = makeSteps();
-    // The document after each number of steps, from a run that is not killed.
-    std::vector<JournalDocument> states;
-    {
-        testing::TempDir dir;
-        OperationJournal journal(dir / "journal.json", fixedNow);
-        states.push_back(journal.document());
-        for (const Step& step : steps) {
-            step(journal);
-            states.push_back(journal.document());
-        }
-    }
+    const std::vector<JournalDocument> states = statesAfterEachStep(steps);
 
     for (std::size_t acknowledged = 0; acknowledged <= steps.size(); ++acknowledged) {
         SCOPED_TRACE("killed after " + std::to_string(acknowledged) + " acknowledged steps");
@@ -106,6 +109,68 @@ TEST(JournalCrashTest, KilledWriterLosesNothingAcknowledged) {
             matched = reopened.document() == states[k];
         EXPECT_TRUE(matched) << "the reopened journal is not the state after any step from " << acknowledged;
     }
+}
+
+// The writer kills itself inside an append: halfway through writing a record, or
+// with the record written and its sync not yet made, at every such point of the run
+// in turn. Whatever step was under way, the reopened journal holds every step
+// before it, and is the state after that step or before it.
+TEST(JournalCrashTest, KillsInsideAnAppendLoseNothingAcknowledged) {
+    const std::vector<Step> steps = makeSteps();
+    const std::vector<JournalDocument> states = statesAfterEachStep(steps);
+    int insideAppends = 0;
+    for (int killAt = 1;; ++killAt) {
+        testing::TempDir dir;
+        int pipeFds[2];
+        ASSERT_EQ(::pipe(pipeFds), 0);
+        const pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            ::close(pipeFds[0]);
+            int calls = 0;
+            LogCalls logCalls = LogCalls::system();
+            logCalls.write = [&](int fd, const void* data, std::size_t size) {
+                if (++calls == killAt) {
+                    [[maybe_unused]] const ssize_t half = ::write(fd, data, size / 2);
+                    ::kill(::getpid(), SIGKILL);
+                }
+                return ::write(fd, data, size);
+            };
+            logCalls.fsync = [&](int fd) {
+                if (++calls == killAt) ::kill(::getpid(), SIGKILL);
+                return ::fsync(fd);
+            };
+            try {
+                OperationJournal journal(dir / "journal.json", fixedNow, logCalls);
+                for (std::size_t i = 0; i < steps.size(); ++i) {
+                    const char started = static_cast<char>(i);  // the step under way
+                    if (::write(pipeFds[1], &started, 1) != 1) ::_exit(3);
+                    steps[i](journal);
+                }
+            } catch (...) {
+                ::_exit(2);
+            }
+            ::_exit(0);
+        }
+        ::close(pipeFds[1]);
+        std::size_t underWay = 0;
+        for (char byte = 0; ::read(pipeFds[0], &byte, 1) == 1;) underWay = static_cast<std::size_t>(byte);
+        ::close(pipeFds[0]);
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        if (WIFEXITED(status)) {
+            ASSERT_EQ(WEXITSTATUS(status), 0);
+            break;  // every append of the run has been cut once
+        }
+        ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+        ++insideAppends;
+        OperationJournal reopened(dir / "journal.json", fixedNow);
+        ASSERT_TRUE(reopened.isConsistent());
+        EXPECT_TRUE(reopened.document() == states[underWay] || reopened.document() == states[underWay + 1])
+            << "killed inside call " << killAt << " during step " << underWay;
+    }
+    std::cout << "[ harness  ] kills inside an append: " << insideAppends << "\n";
+    EXPECT_GE(insideAppends, 2 * 12);  // a write and a sync for each of the twelve marks and prepares at least
 }
 
 }  // namespace

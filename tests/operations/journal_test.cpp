@@ -248,22 +248,71 @@ TEST(JournalTest, ReplayIgnoresTornLastRecordAtEveryCut) {
     }
 }
 
-TEST(JournalTest, ReplayRejectsARecordWhoseChecksumFails) {
+// Only the last record can be torn, and it was never acknowledged: it is dropped.
+// A damaged record with an intact one after it is acknowledged history: the open is
+// refused and both files stay byte for byte as they were, whichever byte was hit.
+TEST(JournalTest, DamagedRecordIsRefusedUnlessItIsTheTornLastOne) {
     TempDir dir;
     const auto path = dir / "journal.json";
-    JournalDocument beforeMark;
+    JournalDocument beforeLastMark;
+    std::vector<std::size_t> starts;  // where each record begins
     {
         OperationJournal journal(path, fixedClock());
-        const auto ops = makeBatch(1);
-        journal.prepare(ops);
-        beforeMark = journal.document();
-        journal.mark(ops[0].id, OperationStatus::completed);
+        const auto ops = makeBatch(2);
+        const std::vector<std::function<void()>> steps = {
+            [&] { journal.prepare(ops); },
+            [&] { journal.mark(ops[0].id, OperationStatus::started); },
+            [&] { journal.mark(ops[0].id, OperationStatus::completed); },
+            [&] { journal.mark(ops[1].id, OperationStatus::failed, "Name conflict: a.pdf already exists."); },
+        };
+        for (const auto& step : steps) {
+            if (&step == &steps.back()) beforeLastMark = journal.document();
+            starts.push_back(std::filesystem::exists(journal.logUrl()) ? std::filesystem::file_size(journal.logUrl())
+                                                                       : 0);
+            step();
+        }
     }
-    std::string log = readFile(dir / "journal.log");
-    log[log.size() - 3] ^= 0x20;  // a flipped bit inside the last record's payload
-    writeFile(dir / "journal.log", log);
+    const std::string document = readFile(path);
+    const std::string log = readFile(dir / "journal.log");
+
+    for (std::size_t record = 0; record + 1 < starts.size(); ++record) {
+        // the length, the checksum, and the first and last byte of the payload
+        for (const std::size_t at : {starts[record], starts[record] + 5, starts[record] + 8, starts[record + 1] - 1}) {
+            std::string damaged = log;
+            damaged[at] ^= 0x20;
+            writeFile(dir / "journal.log", damaged);
+            EXPECT_EQ(messageOf([&] { OperationJournal(path, fixedClock()); }),
+                      "The journal's log is damaged. Operations disabled; journal.json and its log were left as they "
+                      "are.")
+                << "record " << record << ", byte " << at;
+            EXPECT_EQ(readFile(path), document);
+            EXPECT_EQ(readFile(dir / "journal.log"), damaged);
+        }
+    }
+
+    std::string tornLast = log;
+    tornLast[log.size() - 3] ^= 0x20;  // inside the last record's payload
+    writeFile(dir / "journal.log", tornLast);
     OperationJournal reopened(path, fixedClock());
-    EXPECT_EQ(reopened.document(), beforeMark);
+    EXPECT_EQ(reopened.document(), beforeLastMark);
+}
+
+TEST(JournalTest, DocumentListingAnOperationTwiceIsRefusedAndLeftAsItWas) {
+    TempDir dir;
+    const auto path = dir / "journal.json";
+    JournalDocument doubled;
+    {
+        OperationJournal journal(path, fixedClock());
+        journal.prepare(makeBatch(1));
+        journal.checkpoint();
+        doubled = journal.document();
+    }
+    doubled.entries.push_back(doubled.entries.front());
+    writeFile(path, formatDocument(encodeValue(doubled)));
+    const std::string bytes = readFile(path);
+    EXPECT_EQ(messageOf([&] { OperationJournal(path, fixedClock()); }),
+              "The journal lists one operation twice. Operations disabled; journal.json was left as it is.");
+    EXPECT_EQ(readFile(path), bytes);
 }
 
 // A crash after the fold wrote the document but before the log was emptied leaves
@@ -410,7 +459,7 @@ TEST(JournalTest, DeferredMarkRidesOnTheNextSync) {
     EXPECT_GT(std::filesystem::file_size(journal.logUrl()), logSize);  // written at once
     journal.mark(ops[1].id, OperationStatus::started);
     EXPECT_EQ(faults.fsyncs, before + 1);  // one sync for both records
-    const auto records = JournalLog::records(readFile(journal.logUrl()));
+    const auto records = JournalLog::read(readFile(journal.logUrl())).records;
     EXPECT_EQ(records.size(), 4u);  // prepare, started, completed, started
 
     journal.mark(ops[1].id, OperationStatus::completed, std::nullopt, std::nullopt, JournalLog::Sync::withNext);

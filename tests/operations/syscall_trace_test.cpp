@@ -23,7 +23,11 @@ std::vector<std::string> traceTest(const std::string& filter, const std::string&
     const std::string command = "strace -f -qq -e trace=" + calls + " -o '" + trace.native() + "' '" + self +
                                 "' --gtest_filter=" + filter + " >/dev/null 2>&1";
     std::vector<std::string> lines;
-    if (std::system(command.c_str()) != 0) return lines;
+    // A traced test that fails, or a strace that cannot trace, proves nothing: fail.
+    if (const int status = std::system(command.c_str()); status != 0) {
+        ADD_FAILURE() << "the traced test " << filter << " did not pass under strace (status " << status << ")";
+        return lines;
+    }
     std::ifstream in(trace);
     for (std::string line; std::getline(in, line);) lines.push_back(line);
     return lines;
@@ -38,10 +42,10 @@ bool contains(const std::string& line, const std::string& part) {
 }
 
 TEST(SyscallTraceTest, MovesAreExclusiveRenamesFollowedByBothFolderSyncs) {
-    if (!stracePresent()) GTEST_SKIP() << "strace is not installed";
+    ASSERT_TRUE(stracePresent()) << "strace is missing; scripts/bootstrap installs it";
     const auto lines =
         traceTest("FileOperatorTest.MovesAcrossFoldersAndRenamesInPlace", "rename,renameat,renameat2,fsync,fdatasync");
-    if (lines.empty()) GTEST_SKIP() << "strace could not trace here";
+    ASSERT_FALSE(lines.empty());
     int exclusive = 0;
     for (std::size_t i = 0; i < lines.size(); ++i) {
         EXPECT_FALSE(contains(lines[i], " rename(") || contains(lines[i], " renameat(")) << lines[i];
@@ -55,9 +59,9 @@ TEST(SyscallTraceTest, MovesAreExclusiveRenamesFollowedByBothFolderSyncs) {
 }
 
 TEST(SyscallTraceTest, TrashClaimsTheInfoFileBeforeTheItemMoves) {
-    if (!stracePresent()) GTEST_SKIP() << "strace is not installed";
+    ASSERT_TRUE(stracePresent()) << "strace is missing; scripts/bootstrap installs it";
     const auto lines = traceTest("TrashTest.HomeTrashRecordsThePathAndRestoresIt", "openat,rename,renameat,renameat2");
-    if (lines.empty()) GTEST_SKIP() << "strace could not trace here";
+    ASSERT_FALSE(lines.empty());
     std::size_t info = lines.size();
     std::size_t move = lines.size();
     for (std::size_t i = 0; i < lines.size(); ++i) {

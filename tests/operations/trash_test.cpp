@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -83,6 +84,53 @@ TEST_F(TrashTest, TakenNamesGetTheNextFreeName) {
     EXPECT_EQ(readFile(dataHome / "Trash" / "files" / "report 2.pdf"), "leftover");
     EXPECT_FALSE(fs::exists(dataHome / "Trash" / "info" / "report 2.pdf.trashinfo"));  // removed after the failed move
     EXPECT_EQ(readFile(dataHome / "Trash" / "info" / "README.trashinfo"), "someone else's");
+
+    // A name of 255 bytes (here mostly of three-byte letters) gets a shorter trashed name whose
+    // info file still fits; the info keeps the whole original name, and it comes back.
+    std::string longName;
+    while (longName.size() + 2 <= 251) longName += "ạ";
+    longName = longName.substr(0, 250) + ".psd";
+    longName.insert(0, 255 - longName.size(), 'x');
+    ASSERT_EQ(longName.size(), 255u);
+    for (int copy = 0; copy < 2; ++copy) {
+        writeFile(inbox / longName, "long " + std::to_string(copy));
+        const TrashedItem trashed = trash.moveToTrash(inbox / longName);
+        EXPECT_LE(trashed.info.filename().native().size(), 255u);
+        EXPECT_EQ(trashed.trashed.extension(), ".psd");
+        EXPECT_NE(readFile(trashed.info).find(percentEncode((inbox / longName).native(), "/")), std::string::npos);
+        if (copy == 1) {
+            trash.restore(trashed);
+            EXPECT_EQ(readFile(inbox / longName), "long 1");
+        }
+    }
+}
+
+// A kill after the info file is written and before the item moves leaves an entry
+// that trash tools list with nothing behind it: the next start removes it, and
+// only it.
+TEST_F(TrashTest, InfoFileOfAMoveCutShortIsRemovedAtTheNextStart) {
+    writeFile(inbox / "brief.pdf", "brief");
+    writeFile(inbox / "logo.png", "logo");
+    Trash::Environment environment{dataHome, ::getuid(), [] { return kDeleted; }, dir / "notes", {}};
+    Trash(environment).moveToTrash(inbox / "logo.png");  // a move that finished
+    writeFile(dataHome / "Trash" / "info" / "other.trashinfo", "someone else's orphan");
+    const pid_t child = ::fork();
+    if (child == 0) {
+        environment.beforeMove = [] { ::_exit(0); };
+        Trash(environment).moveToTrash(inbox / "brief.pdf");
+        ::_exit(1);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    ASSERT_TRUE(fs::exists(dataHome / "Trash" / "info" / "brief.pdf.trashinfo"));
+
+    EXPECT_EQ(Trash(environment).settleInterrupted(), 1u);
+    EXPECT_FALSE(fs::exists(dataHome / "Trash" / "info" / "brief.pdf.trashinfo"));
+    EXPECT_EQ(readFile(inbox / "brief.pdf"), "brief");
+    EXPECT_TRUE(fs::exists(dataHome / "Trash" / "info" / "logo.png.trashinfo"));
+    EXPECT_EQ(readFile(dataHome / "Trash" / "info" / "other.trashinfo"), "someone else's orphan");
+    EXPECT_TRUE(fs::is_empty(dir / "notes"));
 }
 
 TEST_F(TrashTest, FailedMoveLeavesNoInfoAndChangedItemStays) {

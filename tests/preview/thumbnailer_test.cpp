@@ -192,6 +192,19 @@ TEST(ThumbnailerTest, BadFilesGiveNoThumbnail) {
     EXPECT_TRUE(makeThumbnail(dir / "good.png", 64));  // the same library still works after all that
 }
 
+// A header that declares more than 100 million pixels is refused before decoding;
+// one just under the limit is still read. One-bit PNGs keep both files small.
+TEST(ThumbnailerTest, HugeDeclaredImagesAreNotDecoded) {
+    TempDir dir;
+    const auto save = [&](int width, int height, const char* name) {
+        VImage::black(width, height).write_to_file((dir / name).c_str(), VImage::option()->set("bitdepth", 1));
+    };
+    save(10'001, 10'000, "huge.png");  // 100,010,000 pixels
+    save(10'000, 10'000, "large.png");
+    EXPECT_FALSE(makeThumbnail(dir / "huge.png", 64));
+    EXPECT_TRUE(makeThumbnail(dir / "large.png", 64));
+}
+
 TEST(ThumbnailerTest, SymbolicLinksAreNotFollowed) {
     TempDir dir;
     sample().write_to_file((dir / "real.png").c_str());
