@@ -21,7 +21,7 @@ std::unique_ptr<tesseract::TessBaseAPI> startEngine() {
     auto api = std::make_unique<tesseract::TessBaseAPI>();
     // Datapath null: the tessdata folder the Debian packages install.
     if (api->Init(nullptr, kLanguages, tesseract::OEM_LSTM_ONLY) != 0) return nullptr;
-    api->SetPageSegMode(tesseract::PSM_AUTO);
+    api->SetPageSegMode(tesseract::PSM_SPARSE_TEXT);
     api->SetVariable("debug_file", "/dev/null");
     return api;
 }
