@@ -1,6 +1,7 @@
 // The Tesseract call behind local text recognition: the text lines of one image,
 // read with the LSTM engine in Vietnamese, then English, with Tesseract's word
-// lists correcting what it reads. Keeps a few initialised engines for reuse,
+// lists correcting what it reads, as scattered text rather than a page layout,
+// in up to three passes so small print beside a headline is not lost. Keeps a few initialised engines for reuse,
 // because loading the two language models costs more than reading a page.
 //
 // Any thread may call it, at the same time as others.

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <vips/vips8>
 
 #include "support/temp_dir.h"
@@ -20,17 +21,38 @@ struct VipsEnvironment : ::testing::Environment {
 };
 [[maybe_unused]] const auto* const kVips = ::testing::AddGlobalTestEnvironment(new VipsEnvironment);
 
-// Dark lines of text on a white page `width` pixels wide, as sRGB.
-VImage page(const std::string& text, int width, int textWidth) {
-    VImage ink = VImage::text(
-        text.c_str(),
-        VImage::option()->set("font", "DejaVu Sans Bold")->set("width", textWidth)->set("spacing", textWidth / 20));
+// Dark text (Pango markup) at `dpi` on a white page at least `width` pixels wide,
+// with a margin of half the text's height, as 8-bit sRGB.
+VImage page(const std::string& markup, int width, int dpi) {
+    VImage ink = VImage::text(markup.c_str(), VImage::option()->set("font", "DejaVu Sans Bold")->set("dpi", dpi));
+    width = std::max(width, ink.width() + ink.height());
     const int height = ink.height() * 2;
     VImage paper = (255 - ink).embed((width - ink.width()) / 2, ink.height() / 2, width, height,
                                      VImage::option()->set("extend", VIPS_EXTEND_WHITE));
     return VImage::bandjoin({paper, paper, paper})
         .cast(VIPS_FORMAT_UCHAR)
         .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+}
+
+// libvips writes no Photoshop files of its own, and ImageMagick's writer picks a
+// 16-bit grey or palette layout libvips reads back wrongly; so the document is
+// written here: an 8-bit RGB PSD with no layers, only the raw composite image,
+// which is what Photoshop saves with "maximise compatibility".
+void writePsd(const VImage& rgb, const std::filesystem::path& path) {
+    std::string out = "8BPS";
+    const auto be = [&out](std::uint32_t value, int bytes) {
+        for (int i = bytes - 1; i >= 0; --i) out += static_cast<char>((value >> (8 * i)) & 0xFF);
+    };
+    be(1, 2), be(0, 6), be(3, 2), be(rgb.height(), 4), be(rgb.width(), 4), be(8, 2), be(3, 2);  // header
+    be(0, 4), be(0, 4), be(0, 4);  // no colour table, no resources, no layers
+    be(0, 2);                      // raw composite, one plane per channel
+    for (int band = 0; band < 3; ++band) {
+        std::size_t size = 0;
+        void* plane = rgb.extract_band(band).write_to_memory(&size);
+        out.append(static_cast<const char*>(plane), size);
+        g_free(plane);
+    }
+    std::ofstream(path, std::ios::binary) << out;
 }
 
 FileRecord record(const std::filesystem::path& path) {
@@ -41,7 +63,7 @@ FileRecord record(const std::filesystem::path& path) {
 
 std::string joined(const std::vector<std::string>& lines) {
     std::string text;
-    for (const auto& line : lines) text += line + "\n";
+    for (const auto& line : lines) text += "[" + line + "]\n";
     return text;
 }
 
@@ -52,50 +74,102 @@ Project project(std::string name, std::vector<std::string> aliases = {}, Project
 class LocalVisionOCRTest : public ::testing::Test {
 protected:
     TempDir dir;
-    std::vector<Project> projects = {project("Lotus Spa"), project("Hydro Cafe", {"Hydro"}),
-                                     project("Trà Sen", {"Tiệm Trà Sen"})};
-
-    // The lines read from `name`, and the project and sub-job they point to.
-    void expectHints(const std::string& name, const std::string& projectName, const std::string& subjob) {
-        const auto lines = LocalVisionOCR::recognizeText(record(dir / name));
-        const auto found = LocalVisionOCR::matchingProject(lines, projects);
-        ASSERT_TRUE(found) << name << " read as:\n" << joined(lines);
-        EXPECT_EQ(found->name, projectName) << name;
-        EXPECT_EQ(LocalVisionOCR::suggestSubjob(lines, *found).value_or("(none)"), subjob) << name << " read as:\n"
-                                                                                           << joined(lines);
-    }
+    std::vector<Project> projects = {project("Lotus Spa", {}, ProjectStatus::archived), project("Lotus Spa Q3"),
+                                     project("Hydro Cafe", {"Hydro"}), project("Trà Sen", {"Tiệm Trà Sen"})};
 };
 
-TEST_F(LocalVisionOCRTest, ReadsPngAndJpegAtSeveralSizes) {
+TEST_F(LocalVisionOCRTest, ImagesGiveTheirProjectAndSubjob) {
+    struct Case {
+        const char* name;
+        std::string markup;
+        int width, dpi;
+        std::string project, subjob;
+    };
     const std::string poster = "HYDRO CAFE\nPOST 15\nGrand opening 2024";
-    page(poster, 640, 420).pngsave((dir / "small.png").c_str());
-    page(poster, 1600, 1000).jpegsave((dir / "medium.jpg").c_str(), VImage::option()->set("Q", 90));
-    for (const char* name : {"small.png", "medium.jpg"}) expectHints(name, "Hydro Cafe", "POST 15");
+    const std::string flyer = "<span size='600%'>LOTUS SPA Q3</span>\n\n<span size='200%'>Banner 3</span>";
+    const Case cases[] = {
+        {"small.png", poster, 640, 100, "Hydro Cafe", "POST 15"},
+        {"medium.jpg", poster, 1600, 250, "Hydro Cafe", "POST 15"},
+        // A flyer whose client name is several hundred pixels tall even after
+        // the image is brought down to 2048 pixels.
+        {"flyer.jpg", flyer, 3500, 400, "Lotus Spa Q3", "Banner 3"},
+        {"huge-name.png", "<span size='300%'>Hydro</span>\nmenu mùa hè 2024", 2048, 1200, "Hydro Cafe",
+         "menu mùa hè 2024"},
+        {"tra-sen.png", "TIỆM TRÀ SEN\nBài đăng số 3\nKhai trương 2024", 1400, 200, "Trà Sen", "Bài đăng số 3"},
+        {"cover.psd", "Hydro Cafe\nCover 2", 1800, 300, "Hydro Cafe", "Cover 2"},
+    };
+    for (const Case& c : cases) {
+        const VImage image = page(c.markup, c.width, c.dpi);
+        const std::filesystem::path path = dir / c.name;
+        if (path.extension() == ".png") image.pngsave(path.c_str());
+        if (path.extension() == ".jpg") image.jpegsave(path.c_str(), VImage::option()->set("Q", 85));
+        if (path.extension() == ".psd") writePsd(image, path);
+
+        const auto lines = LocalVisionOCR::recognizeText(record(path));
+        const auto found = LocalVisionOCR::matchingProject(lines, projects);
+        ASSERT_TRUE(found) << c.name << " read as:\n" << joined(lines);
+        EXPECT_EQ(found->name, c.project) << c.name << " read as:\n" << joined(lines);
+        EXPECT_EQ(LocalVisionOCR::suggestSubjob(lines, *found).value_or("(none)"), c.subjob) << c.name << " read as:\n"
+                                                                                             << joined(lines);
+    }
 }
 
 TEST_F(LocalVisionOCRTest, TurnsTheImageUprightByItsOrientation) {
     // Stored lying on its side; orientation 6 says to turn it a quarter clockwise.
-    VImage sideways = page("Lotus Spa\nBanner 3", 1400, 900).rot(VIPS_ANGLE_D270).copy();
+    VImage sideways = page("Hydro Cafe\nBanner 3", 1400, 250).rot(VIPS_ANGLE_D270).copy();
     sideways.set("orientation", 6);
     sideways.jpegsave((dir / "sideways.jpg").c_str());
-    expectHints("sideways.jpg", "Lotus Spa", "Banner 3");
+    const auto lines = LocalVisionOCR::recognizeText(record(dir / "sideways.jpg"));
+    EXPECT_EQ(lines, (std::vector<std::string>{"Hydro Cafe", "Banner 3"}));
 }
 
-TEST_F(LocalVisionOCRTest, EmptyUnsupportedAndUnreadableFilesGiveNoLines) {
+TEST_F(LocalVisionOCRTest, EmptyUnsupportedUnreadableAndCancelledGiveNoLines) {
     VImage::black(800, 600).invert().pngsave((dir / "blank.png").c_str());
-    page("HYDRO CAFE", 800, 600).pngsave((dir / "poster.psb").c_str());
-    page("HYDRO CAFE", 800, 600).pngsave((dir / "poster.gif").c_str());
+    page("HYDRO CAFE", 800, 200).pngsave((dir / "poster.psb").c_str());
+    page("HYDRO CAFE", 800, 200).pngsave((dir / "poster.gif").c_str());
     testing::writeFile(dir / "broken.png", "not an image at all");
     for (const char* name : {"blank.png", "poster.psb", "poster.gif", "broken.png", "missing.jpg"})
         EXPECT_TRUE(LocalVisionOCR::recognizeText(record(dir / name)).empty()) << name;
     EXPECT_FALSE(LocalVisionOCR::isSupported(record(dir / "poster.psb")));
     EXPECT_TRUE(LocalVisionOCR::isSupported(record(dir / "Poster.HEIC")));
-}
 
-TEST_F(LocalVisionOCRTest, CancelledReadingGivesNoLines) {
-    page("HYDRO CAFE\nPOST 15", 1200, 800).pngsave((dir / "poster.png").c_str());
+    page("HYDRO CAFE\nPOST 15", 1200, 200).pngsave((dir / "poster.png").c_str());
     const std::atomic<bool> cancel{true};
     EXPECT_TRUE(LocalVisionOCR::recognizeText(record(dir / "poster.png"), &cancel).empty());
+}
+
+TEST(LocalVisionOCRHintsTest, SubjobPassesTakeEvidenceFirstAndRejectEmptyLabels) {
+    const Project hydro = project("Hydro Cafe");
+    struct Case {
+        std::vector<std::string> lines;
+        std::optional<std::string> subjob;
+    };
+    const Case cases[] = {
+        {{"Grand opening", "Hydro Cafe", "POST 15"}, "POST 15"},  // keywords are found in any case
+        {{"Summer 2024", "Menu 12", "Slide 4"}, "Slide 4"},       // keyword pass before the number pass
+        {{"Summer 2024", "Menu 12"}, "Menu 12"},                  // a year is not evidence
+        {{"Summer 2024"}, "Summer 2024"},                         // but the fallback takes the line
+        {{"Hydro Cafe", "General", "File"}, std::nullopt},        // nothing left but labels that say nothing
+        {{"X 7"}, "X 7"},                                         // 3 characters with a number: number pass
+        {{"ab"}, std::nullopt},                                   // too short for the fallback
+        {{std::string(36, 'w')}, std::nullopt},                   // too long for the fallback
+        {{"Card " + std::string(36, 'w')}, std::nullopt},         // over 40 even with a keyword
+        {{}, std::nullopt},
+    };
+    for (const Case& c : cases) EXPECT_EQ(LocalVisionOCR::suggestSubjob(c.lines, hydro), c.subjob) << joined(c.lines);
+}
+
+TEST(LocalVisionOCRHintsTest, ProjectIsTheFirstLiveOneNamedInTheText) {
+    const std::vector<Project> projects = {project("Lotus Spa", {}, ProjectStatus::archived),
+                                           project("Hydro Cafe", {"", "Hydro"}), project("Lotus", {"Spa Lotus"})};
+    const auto named = [&](std::vector<std::string> lines) {
+        const auto found = LocalVisionOCR::matchingProject(lines, projects);
+        return found ? found->name : std::string("(none)");
+    };
+    EXPECT_EQ(named({"LOTUS", "SPA"}), "Lotus");  // the archived project is passed over
+    EXPECT_EQ(named({"Hydro", "Lotus Spa"}), "Hydro Cafe");
+    EXPECT_EQ(named({"Hydrogen"}), "(none)");
+    EXPECT_EQ(named({}), "(none)");
 }
 
 }  // namespace
