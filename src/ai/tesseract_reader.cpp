@@ -1,5 +1,6 @@
 #include "ai/tesseract_reader.h"
 
+#include <omp.h>
 #include <tesseract/baseapi.h>
 #include <tesseract/ocrclass.h>
 #include <tesseract/resultiterator.h>
@@ -160,6 +161,10 @@ std::vector<std::string> readLines(const RasterImage& image, const std::atomic<b
     auto api = pool().take();
     if (!api) return {};
     std::vector<unsigned char> grey = greyOnWhite(image);
+    // Tesseract asks OpenMP for a fixed team of threads; on a busy machine they
+    // spin waiting for cores and a reading takes three times as long. Dynamic
+    // teams are sized by the load instead. Set per thread, so set here.
+    omp_set_dynamic(1);
     tesseract::ETEXT_DESC monitor;
     monitor.cancel = cancelled;
     monitor.cancel_this = const_cast<std::atomic<bool>*>(cancel);
