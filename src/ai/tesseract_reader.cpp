@@ -115,7 +115,7 @@ std::vector<Line> collectLines(tesseract::TessBaseAPI& api) {
     return lines;
 }
 
-// Paints each line already read white down to a little below its baseline, so
+// Paints each line read (not the ones that gave no text) white down to a little below its baseline, so
 // the next pass sees only the rest. Not the whole line box: a headline's box also
 // spans the small print beneath it that it swallowed as specks.
 void paintOver(std::vector<unsigned char>& grey, int width, int height, tesseract::TessBaseAPI& api) {
@@ -123,7 +123,8 @@ void paintOver(std::vector<unsigned char>& grey, int width, int height, tesserac
     if (!it) return;
     do {
         int left = 0, top = 0, right = 0, bottom = 0, x1 = 0, y1 = 0, x2 = 0, y2 = 0;
-        if (!it->BoundingBox(tesseract::RIL_TEXTLINE, &left, &top, &right, &bottom) ||
+        std::unique_ptr<char[]> text(it->GetUTF8Text(tesseract::RIL_TEXTLINE));
+        if (!text || blank(text.get()) || !it->BoundingBox(tesseract::RIL_TEXTLINE, &left, &top, &right, &bottom) ||
             !it->Baseline(tesseract::RIL_TEXTLINE, &x1, &y1, &x2, &y2))
             continue;
         const int baseline = std::max(y1, y2);
