@@ -46,6 +46,7 @@ void addTrashCommands(CLI::App& app, Commands& commands);     // trash_commands.
 void addDemoCommand(CLI::App& app, Commands& commands);       // demo_command.cpp
 void addDuplicateCommands(CLI::App& app, Commands& commands);  // duplicate_commands.cpp: dupes
 void addZipCleanupCommands(CLI::App& app, Commands& commands);  // zip_cleanup_commands.cpp: zip-cleanup
+void addOcrCommand(CLI::App& app, Commands& commands);        // ocr_command.cpp
 void addHandoffCommands(CLI::App& app, Commands& commands);   // handoff_commands.cpp: handoff, storage
 void addArtworkCommands(CLI::App& app, Commands& commands);   // artwork_commands.cpp: artwork, artwork reset
 

@@ -49,6 +49,7 @@ int main(int argc, char** argv) {
     kelo::cli::addLearningCommands(app, commands);
     kelo::cli::addTrashCommands(app, commands);
     kelo::cli::addDemoCommand(app, commands);
+    kelo::cli::addOcrCommand(app, commands);
     kelo::cli::addHandoffCommands(app, commands);
     kelo::cli::addDuplicateCommands(app, commands);
     kelo::cli::addZipCleanupCommands(app, commands);

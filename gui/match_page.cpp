@@ -24,6 +24,8 @@
 #include "gui/thumbnail_cache.h"
 #include "gui/questions.h"
 #include "gui/rename_dialog.h"
+#include "ai/local_vision_ocr.h"
+#include "model/kelo_error.h"
 
 namespace kelo::gui {
 
@@ -384,7 +386,24 @@ void MatchPage::askRename() {
         if (id == selected.front().projectId) job = name;
     RenameDialog dialog(QString::fromStdString(selected.front().file.filename().string()),
                         {job.toStdString(), std::string(), namingDetail_.toStdString()}, this);
+    offerTextReading(dialog, selected.front().file);
     if (dialog.exec() == QDialog::Accepted) renameSelected(dialog.parts());
+}
+
+// Images get the button that reads their text. The request is a copy of the file
+// and the projects as the last snapshot had them, so reading touches no engine state.
+void MatchPage::offerTextReading(RenameDialog& dialog, const std::filesystem::path& file) const {
+    const SnapshotPtr& snapshot = model_.snapshot();
+    if (!snapshot) return;
+    try {
+        OcrCommands::OcrRequest request = OcrCommands::request(*snapshot, file);
+        if (!LocalVisionOCR::isSupported(request.file)) return;
+        dialog.offerTextReading([request = std::move(request)](const std::atomic<bool>& cancel) {
+            return OcrCommands::readHints(request, &cancel);
+        });
+    } catch (const KeloError&) {
+        // No longer an inbox file: the rename itself will say so.
+    }
 }
 
 void MatchPage::renameSelected(const NameParts& parts) {

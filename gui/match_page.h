@@ -21,6 +21,7 @@ class QTableWidgetItem;
 
 namespace kelo::gui {
 
+class RenameDialog;
 class ThumbnailCache;
 
 class MatchPage : public Page {
@@ -57,6 +58,7 @@ private:
     void sortSelected();
     void keepBoth();
     void askRename();
+    void offerTextReading(RenameDialog& dialog, const std::filesystem::path& file) const;
     void askGroup();
 
     QTableWidget* table_;

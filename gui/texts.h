@@ -72,6 +72,7 @@ inline constexpr char kRenameJob[] = "Job";
 inline constexpr char kRenamePurpose[] = "Mục đích";
 inline constexpr char kRenameDetail[] = "Chi tiết";
 inline constexpr char kRenamePreview[] = "Tên mới: ";
+inline constexpr char kReadImageText[] = "Đọc chữ trong ảnh";
 inline constexpr char kGroupName[] = "Tên thư mục mới";
 inline constexpr char kGroupProject[] = "Trong dự án";
 inline constexpr char kGroupBeside[] = "Không chọn (cạnh các tệp)";
