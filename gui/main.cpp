@@ -6,6 +6,7 @@
 
 #include "gui/app_model.h"
 #include "gui/background_mode.h"
+#include "gui/live_inbox.h"
 #include "gui/main_window.h"
 #include "gui/onboarding_dialog.h"
 #include "gui/single_instance.h"
@@ -37,6 +38,7 @@ int main(int argc, char** argv) {
 
     kelo::gui::AppModel model;
     kelo::gui::MainWindow window(model);
+    kelo::gui::LiveInbox liveInbox(model);  // a finished download shows up without a rescan
     kelo::gui::SingleInstance instance(serverName, [&window] { window.showAndRaise(); });
     window.installTrayIcon();
     window.show();

@@ -1,0 +1,95 @@
+// The live inbox against a real engine and real folders, with short waits: a file
+// dropped into an inbox reaches the snapshot with no rescan asked for, a burst of
+// files costs one scan, and a file still growing or still named as a partial
+// download holds the scan back until it settles.
+#include <QFile>
+#include <QTimer>
+#include <QtTest>
+
+#include "gui/live_inbox.h"
+#include "gui/tests/isolated_app.h"
+#include "support/temp_dir.h"
+
+using kelo::testing::TempDir;
+using kelo::testing::writeFile;
+using namespace kelo;
+using namespace kelo::gui;
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr LiveInbox::Timing kFast{std::chrono::milliseconds(60), std::chrono::milliseconds(80), 1000};
+
+struct Inbox {
+    TempDir root;
+    fs::path inbox = root / "Downloads";
+    AppModel model;
+
+    Inbox() {
+        fs::create_directories(inbox);
+        model.start(root / "data");
+        settle(model);
+        model.addGrant(inbox, FolderGrant::Role::watch);
+        settle(model);
+    }
+    bool offered(const std::string& name) const {
+        for (const auto& file : *model.snapshot()->files)
+            if (file.filename() == name) return true;
+        return false;
+    }
+};
+
+}  // namespace
+
+class LiveInboxTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aDroppedFileAppearsWithoutARescan() {
+        Inbox box;
+        LiveInbox live(box.model, kFast);
+        QCOMPARE(live.watchedFolders(), QStringList{QString::fromStdString(box.inbox.string())});
+        for (int i = 0; i < 5; ++i) writeFile(box.inbox / ("brief " + std::to_string(i) + ".pdf"), "pdf");
+        QTRY_VERIFY_WITH_TIMEOUT(box.offered("brief 4.pdf"), 5000);
+        QCOMPARE(live.scansRequested(), 1);
+    }
+
+    void aGrowingFileOrAPartialDownloadWaits() {
+        Inbox box;
+        LiveInbox live(box.model, kFast);
+        const fs::path partial = box.inbox / "poster.psd.crdownload";
+        writeFile(partial, "part");
+        // The download keeps growing for a while: no scan until it stops.
+        QFile growing(QString::fromStdString((box.inbox / "export.mov").string()));
+        QVERIFY(growing.open(QIODevice::WriteOnly));
+        QTimer writer;
+        int chunks = 0;
+        connect(&writer, &QTimer::timeout, [&] {
+            growing.write(QByteArray(1024, 'm'));
+            growing.flush();
+            if (++chunks == 12) writer.stop();
+        });
+        writer.start(40);
+        QTest::qWait(400);
+        QCOMPARE(live.scansRequested(), 0);
+        QTRY_VERIFY_WITH_TIMEOUT(!writer.isActive(), 5000);
+        QTest::qWait(400);
+        QCOMPARE(live.scansRequested(), 0);  // the partial download is still there
+        fs::rename(partial, box.inbox / "poster.psd");  // the browser finishes it
+        QTRY_VERIFY_WITH_TIMEOUT(box.offered("poster.psd"), 5000);
+        QVERIFY(box.offered("export.mov"));
+        QCOMPARE(live.scansRequested(), 1);
+    }
+
+    void partialDownloadNames() {
+        for (const char* name : {"a.crdownload", "b.PART", "c.download", "d.partial"})
+            QVERIFY2(LiveInbox::isPartialDownload(name), name);
+        for (const char* name : {"party.pdf", "download.zip", "a.psd"}) QVERIFY2(!LiveInbox::isPartialDownload(name), name);
+    }
+};
+
+int main(int argc, char** argv) {
+    return runIsolated<LiveInboxTest>(argc, argv);
+}
+
+#include "live_inbox_test.moc"
