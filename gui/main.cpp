@@ -8,6 +8,7 @@
 #include "gui/background_mode.h"
 #include "gui/live_inbox.h"
 #include "gui/main_window.h"
+#include "gui/style.h"
 #include "gui/onboarding_dialog.h"
 #include "gui/single_instance.h"
 #include "store/data_directory.h"
@@ -36,6 +37,7 @@ int main(int argc, char** argv) {
     const QString serverName = kelo::gui::SingleInstance::serverNameFor(dataDirectory);
     if (kelo::gui::SingleInstance::askRunningToShow(serverName)) return 0;
 
+    kelo::gui::Style::apply(app, kelo::gui::Style::preferred());
     kelo::gui::AppModel model;
     kelo::gui::MainWindow window(model);
     kelo::gui::LiveInbox liveInbox(model);  // a finished download shows up without a rescan

@@ -17,6 +17,7 @@
 #include "gui/background_mode.h"
 #include "gui/history_page.h"
 #include "gui/match_page.h"
+#include "gui/page_icons.h"
 #include "gui/overview_page.h"
 #include "gui/presentation.h"
 #include "gui/projects_page.h"
@@ -52,7 +53,6 @@ MainWindow::MainWindow(AppModel& model, QWidget* parent) : QMainWindow(parent), 
     sidebar_ = new QListWidget(central);
     sidebar_->setObjectName(QStringLiteral("sidebar"));
     sidebar_->setFixedWidth(170);
-    sidebar_->setStyleSheet(QStringLiteral("QListWidget::item { padding: 8px 6px; }"));
     stack_ = new QStackedWidget(central);
     pages_ = {new OverviewPage(model_, stack_), new MatchPage(model_, stack_), new ProjectsPage(model_, stack_),
               new HistoryPage(model_, stack_), new SettingsPage(model_, stack_)};
@@ -62,6 +62,9 @@ MainWindow::MainWindow(AppModel& model, QWidget* parent) : QMainWindow(parent), 
         sidebar_->addItem(QString(titles[i]));
         stack_->addWidget(pages_[i]);
     }
+    for (int i = 0; i < sidebar_->count() && i < 5; ++i)
+        sidebar_->item(i)->setIcon(pageIcon(static_cast<PageIcon>(i), palette()));
+    sidebar_->setIconSize(QSize(20, 20));
     connect(sidebar_, &QListWidget::currentRowChanged, stack_, &QStackedWidget::setCurrentIndex);
     sidebar_->setCurrentRow(0);
     body->addWidget(sidebar_);

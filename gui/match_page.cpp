@@ -20,6 +20,7 @@
 #include "classify/classification_engine.h"
 #include "engine/learning_commands.h"
 #include "gui/presentation.h"
+#include "gui/state_chip_delegate.h"
 #include "gui/project_icons.h"
 #include "gui/thumbnail_cache.h"
 #include "gui/questions.h"
@@ -77,6 +78,7 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
     table_->setSelectionBehavior(QAbstractItemView::SelectRows);
     table_->setSelectionMode(QAbstractItemView::ExtendedSelection);
     table_->verticalHeader()->setVisible(false);
+    table_->setItemDelegateForColumn(kState, new StateChipDelegate(table_));
     table_->horizontalHeader()->setSectionResizeMode(kSignals, QHeaderView::Stretch);
     table_->setWordWrap(false);
     connect(table_, &QTableWidget::itemSelectionChanged, this, [this] {

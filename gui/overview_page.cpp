@@ -7,6 +7,7 @@
 #include <QVBoxLayout>
 
 #include "gui/presentation.h"
+#include "gui/style.h"
 #include "gui/questions.h"
 
 namespace kelo::gui {
@@ -40,6 +41,12 @@ OverviewPage::OverviewPage(AppModel& model, QWidget* parent) : Page(model, paren
     readyCount_ = countLabel(counts, "readyCount");
     probablyCount_ = countLabel(counts, "probablyCount");
     noIdeaCount_ = countLabel(counts, "noIdeaCount");
+    // Each count in its state's chip colour, as on Match.
+    const std::pair<QLabel*, ConfidenceState> tinted[] = {
+        {readyCount_, ConfidenceState::ready}, {probablyCount_, ConfidenceState::probably},
+        {noIdeaCount_, ConfidenceState::noIdea}};
+    for (const auto& [label, state] : tinted)
+        label->setStyleSheet(QStringLiteral("color: %1;").arg(Style::stateColor(state).name()));
     const char* names[] = {"Ready", "Probably", "No Idea"};
     QLabel* values[] = {readyCount_, probablyCount_, noIdeaCount_};
     for (int column = 0; column < 3; ++column) {

@@ -19,6 +19,7 @@
 #include "gui/onboarding_dialog.h"
 #include "gui/page.h"
 #include "gui/rename_dialog.h"
+#include "gui/style.h"
 #include "gui/thumbnail_cache.h"
 #include "support/temp_dir.h"
 
@@ -130,6 +131,7 @@ int main(int argc, char** argv) {
         qputenv(variable, QByteArray::fromStdString((root / variable).string()));
     }
     QApplication app(argc, argv);
+    Style::apply(app, Style::Scheme::light);
     if (argc < 2) {
         std::fprintf(stderr, "usage: kelo-gui-screenshots DIR\n");
         return 2;
@@ -244,5 +246,18 @@ int main(int argc, char** argv) {
     blocked.start(root / "data");  // the first model holds the lock
     settle(blocked);
     save(failed, out, "startup-failure");
+
+    // Every page again in the dark scheme, in a window made after the switch as the
+    // app makes its window after choosing the scheme.
+    Style::apply(app, Style::Scheme::dark);
+    MainWindow dark(model);
+    dark.resize(1100, 720);
+    dark.show();
+    dark.page(1)->findChild<QTableWidget*>("matchTable")->selectRow(0);
+    for (int i = 0; i < 5; ++i) {
+        dark.showPage(i);
+        settleThumbnails(dark);
+        save(dark, out, QString("%1-%2-dark").arg(i + 1).arg(pages[i]));
+    }
     return 0;
 }
