@@ -1,6 +1,11 @@
 #include "gui/main_window.h"
 
 #include <QApplication>
+#include <QShortcut>
+#include <QMimeData>
+#include <QFileInfo>
+#include <QDropEvent>
+#include <QDragEnterEvent>
 #include <QCloseEvent>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -84,6 +89,10 @@ MainWindow::MainWindow(AppModel& model, QWidget* parent) : QMainWindow(parent), 
     statusBar()->addPermanentWidget(rescan_);
     showBusy(model_.busy());
 
+    setAcceptDrops(true);
+    auto* undo = new QShortcut(QKeySequence::Undo, this);
+    connect(undo, &QShortcut::activated, this, [this] { undoLatest(); });
+
     connect(&model_, &AppModel::snapshotChanged, this, [this] { render(); });
     connect(&model_, &AppModel::refused, this, [this](const QString& message) { showRefusal(message); });
     connect(&model_, &AppModel::busyChanged, this, [this](bool busy) { showBusy(busy); });
@@ -153,6 +162,37 @@ void MainWindow::closeEvent(QCloseEvent* event) {
     }
     event->ignore();
     showMinimized();
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+    if (event->mimeData()->hasUrls()) event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent* event) {
+    QStringList paths;
+    for (const QUrl& url : event->mimeData()->urls())
+        if (url.isLocalFile()) paths << url.toLocalFile();
+    event->acceptProposedAction();
+    openFiles(paths);
+}
+
+void MainWindow::openFiles(const QStringList& paths) {
+    auto* match = static_cast<MatchPage*>(pages_.at(1));
+    QStringList outside;
+    for (const QString& path : paths)
+        if (match->selectFiles({path}) == 0) outside << QFileInfo(path).fileName();
+    if (paths.size() > outside.size()) {
+        match->selectFiles(paths);
+        showPage(1);
+    }
+    if (!outside.isEmpty()) showRefusal(QString(text::kDroppedOutsideInbox).arg(outside.join(QStringLiteral(", "))));
+}
+
+void MainWindow::undoLatest() {
+    const SnapshotPtr& snapshot = model_.snapshot();
+    if (!snapshot || !snapshot->history) return;
+    for (const auto& batch : *snapshot->history)
+        if (batch.canUndo) return model_.submit(text::kCommandUndo, EngineActions::undoBatch(batch.id.text()));
 }
 
 }  // namespace kelo::gui

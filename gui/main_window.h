@@ -36,6 +36,16 @@ public:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    // Files dragged from the file manager: those in an approved inbox are selected on
+    // Match; for any other, one sentence says it was left alone.
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+public:
+    // What a drop of these local files does (for tests and dropEvent).
+    void openFiles(const QStringList& paths);
+    // Ctrl+Z: undoes the newest batch that can be undone.
+    void undoLatest();
 
 private:
     void showRefusal(const QString& message);

@@ -13,13 +13,16 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QTableWidget>
+#include <QShortcut>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <set>
 
 #include "classify/classification_engine.h"
 #include "engine/learning_commands.h"
+#include "access/path_safety.h"
 #include "gui/presentation.h"
+#include "gui/project_drop_list.h"
 #include "gui/state_chip_delegate.h"
 #include "gui/project_icons.h"
 #include "gui/thumbnail_cache.h"
@@ -85,7 +88,19 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
         followSuggestion();
         updateButtons();
     });
-    layout->addWidget(table_, 1);
+    // Rows dragged from the table onto a project beside it are sorted into it.
+    table_->setDragEnabled(true);
+    table_->setDragDropMode(QAbstractItemView::DragOnly);
+    table_->setDefaultDropAction(Qt::CopyAction);
+    dropList_ = new ProjectDropList([this](const QString& projectId) { sortInto(projectId); }, this);
+    dropList_->setFixedWidth(200);
+    auto* dropColumn = new QVBoxLayout;
+    dropColumn->addWidget(new QLabel(text::kDropOnProject, this));
+    dropColumn->addWidget(dropList_, 1);
+    auto* tableRow = new QHBoxLayout;
+    tableRow->addWidget(table_, 1);
+    tableRow->addLayout(dropColumn);
+    layout->addLayout(tableRow, 1);
 
     thumbnails_ = new ThumbnailCache(2 * kIconEdge, 600, this);
     placeholder_ = placeholderIcon(palette());
@@ -160,6 +175,18 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
     clusterLayout->addLayout(clusterButtons);
     layout->addWidget(clusterBox);
 
+    // Keyboard: the table's actions without the mouse (shown in the buttons' tips).
+    const std::pair<QPushButton*, QKeySequence> keys[] = {
+        {sort_, QKeySequence(Qt::CTRL | Qt::Key_Return)}, {confirm_, QKeySequence(Qt::CTRL | Qt::Key_Y)},
+        {reject_, QKeySequence(Qt::CTRL | Qt::Key_N)},    {rename_, QKeySequence(Qt::Key_F2)},
+        {trash_, QKeySequence(Qt::Key_Delete)}};
+    for (const auto& [button, key] : keys) {
+        auto* shortcut = new QShortcut(key, this, nullptr, nullptr, Qt::WidgetWithChildrenShortcut);
+        connect(shortcut, &QShortcut::activated, button, [button] {
+            if (button->isEnabled()) button->click();
+        });
+        button->setToolTip(key.toString(QKeySequence::NativeText));
+    }
     connect(sort_, &QPushButton::clicked, this, [this] { sortSelected(); });
     connect(keepBoth_, &QPushButton::clicked, this, [this] { keepBoth(); });
     connect(confirm_, &QPushButton::clicked, this, [this] {
@@ -209,6 +236,7 @@ void MatchPage::render(const Snapshot* snapshot, bool canOperate) {
             table_->selectionModel()->select(table_->model()->index(row, kFile),
                                              QItemSelectionModel::Select | QItemSelectionModel::Rows);
 
+    dropList_->render(snapshot);
     const QString chosen = projects_->currentData().toString();
     projects_->clear();
     projectNames_.clear();
@@ -370,6 +398,28 @@ void MatchPage::sortSelected() {
         model_.submit(text::kCommandFile, EngineActions::sortFile(s.file, placement));
     }
     updateButtons();
+}
+
+void MatchPage::sortInto(const QString& projectId) {
+    const int index = projects_->findData(projectId);
+    if (index < 0 || selection().empty() || !canOperate_) return;
+    projects_->setCurrentIndex(index);
+    sortSelected();
+}
+
+int MatchPage::selectFiles(const QStringList& paths) {
+    std::set<std::string> wanted;
+    for (const QString& path : paths) wanted.insert(PathSafety::key(std::filesystem::absolute(path.toStdString())));
+    table_->clearSelection();
+    int found = 0;
+    for (int row = 0; row < table_->rowCount(); ++row) {
+        const QTableWidgetItem* item = table_->item(row, kFile);
+        if (!item || !wanted.contains(PathSafety::key(item->data(kPathRole).toString().toStdString()))) continue;
+        table_->selectionModel()->select(table_->model()->index(row, kFile),
+                                         QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        if (found++ == 0) table_->scrollToItem(item);
+    }
+    return found;
 }
 
 void MatchPage::keepBoth() {

@@ -21,6 +21,7 @@ class QTableWidgetItem;
 
 namespace kelo::gui {
 
+class ProjectDropList;
 class RenameDialog;
 class ThumbnailCache;
 
@@ -33,6 +34,11 @@ public:
     // for tests: each acts on the selected files.
     void renameSelected(const NameParts& parts);
     void groupSelected(const QString& folderName, const QString& projectId);
+    // What dropping the selected rows on a project does: sorts them into it, through
+    // the same command as the sort button.
+    void sortInto(const QString& projectId);
+    // Selects the rows of these files (absolute paths); returns how many were found.
+    int selectFiles(const QStringList& paths);
 
 private:
     struct Selected {
@@ -62,6 +68,7 @@ private:
     void askGroup();
 
     QTableWidget* table_;
+    ProjectDropList* dropList_;
 
     // Thumbnails in the File column: a row asks when it is built, and every row
     // showing a file state gets its picture when it arrives.

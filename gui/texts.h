@@ -198,4 +198,9 @@ inline constexpr char kZipCleanupNoWatched[] = "Cần một thư mục hộp th�
 inline constexpr char kZipCleanupLatest[] = "Gần đây đã dọn:";
 inline constexpr char kCommandZipCleanup[] = "Dọn ZIP";
 
+// Drag and drop.
+inline constexpr char kDropOnProject[] = "Kéo tệp vào dự án:";
+inline constexpr char kDroppedOutsideInbox[] =
+    "Kelo chỉ nhận tệp nằm trong hộp thư đến đã cho phép; %1 được để nguyên.";
+
 }  // namespace kelo::gui::text

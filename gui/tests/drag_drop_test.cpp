@@ -1,0 +1,81 @@
+// Drag and drop and the keyboard against a real engine: Match rows dropped on a
+// project are sorted through the sort command, files dropped from the file manager
+// are selected (or refused in one sentence), and Ctrl+Z undoes the last batch.
+#include <QDropEvent>
+#include <QLabel>
+#include <QMimeData>
+#include <QTableWidget>
+#include <QtTest>
+
+#include "gui/main_window.h"
+#include "gui/match_page.h"
+#include "gui/project_drop_list.h"
+#include "gui/tests/isolated_app.h"
+#include "support/engine_fixture.h"
+#include "support/temp_dir.h"
+
+using kelo::testing::TempDir;
+using kelo::testing::writeFile;
+using namespace kelo;
+using namespace kelo::gui;
+namespace fs = std::filesystem;
+
+class DragDropTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void rowsDroppedOnAProjectAreSortedAndCtrlZPutsThemBack() {
+        TempDir root;
+        const fs::path inbox = root / "Downloads", home = root / "Projects";
+        writeFile(inbox / "brief for lotus.pdf", "pdf");
+        kelo::testing::makeOlder(inbox / "brief for lotus.pdf", std::chrono::hours(2));
+        fs::create_directories(home / "Lotus Spa");
+        fs::create_directories(home / "Bloom");
+        AppModel model;
+        MainWindow window(model);
+        window.show();
+        model.start(root / "data");
+        QVERIFY(settle(model));
+        model.addGrant(inbox, FolderGrant::Role::watch);
+        model.addGrant(home, FolderGrant::Role::projectHome);
+        Settings settings = model.snapshot()->state->settings;
+        settings.dryRun = false;
+        model.updateSettings(settings);
+        QVERIFY(settle(model));
+
+        // From the file manager: an inbox file is selected on Match, another is refused.
+        window.openFiles({QString::fromStdString((inbox / "brief for lotus.pdf").string()),
+                          QString::fromStdString((root / "elsewhere.pdf").string())});
+        auto* table = window.page(1)->findChild<QTableWidget*>("matchTable");
+        QCOMPARE(table->selectionModel()->selectedRows().size(), 1);
+        QCOMPARE(window.findChild<QLabel*>("messageBar")->text(),
+                 QString(text::kDroppedOutsideInbox).arg("elsewhere.pdf"));
+
+        // The selected row dragged onto "Bloom" in the list beside the table.
+        auto* list = window.page(1)->findChild<ProjectDropList*>("projectDropList");
+        const auto targets = list->findItems("Bloom", Qt::MatchExactly);
+        QCOMPARE(targets.size(), 1);
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        std::unique_ptr<QMimeData> dragged(table->model()->mimeData(table->selectionModel()->selectedIndexes()));
+        const QPoint onBloom = list->visualItemRect(targets.front()).center();
+        QDragEnterEvent enter(onBloom, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(list->viewport(), &enter);
+        QDragMoveEvent move(onBloom, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(list->viewport(), &move);
+        QDropEvent drop(onBloom, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(list->viewport(), &drop);
+        QVERIFY(drop.isAccepted());
+        QVERIFY(settle(model));
+        QVERIFY(fs::exists(home / "Bloom/Reference/brief for lotus.pdf"));
+
+        window.undoLatest();
+        QVERIFY(settle(model));
+        QVERIFY(fs::exists(inbox / "brief for lotus.pdf"));
+    }
+};
+
+int main(int argc, char** argv) {
+    return runIsolated<DragDropTest>(argc, argv);
+}
+
+#include "drag_drop_test.moc"
