@@ -13,7 +13,9 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QTableWidget>
+#include <QScrollBar>
 #include <QShortcut>
+#include <QTimer>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <set>
@@ -83,6 +85,9 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
     table_->verticalHeader()->setVisible(false);
     table_->setItemDelegateForColumn(kState, new StateChipDelegate(table_));
     table_->horizontalHeader()->setSectionResizeMode(kSignals, QHeaderView::Stretch);
+    // Column widths come from the first rows only: measuring every cell of a
+    // 20,000-file inbox would take seconds.
+    table_->horizontalHeader()->setResizeContentsPrecision(200);
     table_->setWordWrap(false);
     connect(table_, &QTableWidget::itemSelectionChanged, this, [this] {
         followSuggestion();
@@ -107,6 +112,7 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
     table_->setIconSize(QSize(kIconEdge, kIconEdge));
     table_->verticalHeader()->setDefaultSectionSize(kIconEdge + 6);
     connect(thumbnails_, &ThumbnailCache::ready, this, &MatchPage::showThumbnail);
+    connect(table_->verticalScrollBar(), &QScrollBar::valueChanged, this, [this] { requestVisibleThumbnails(); });
 
     noFiles_ = new QLabel(text::kNoFiles, this);
     noFiles_->setObjectName(QStringLiteral("noFiles"));
@@ -220,9 +226,13 @@ void MatchPage::render(const Snapshot* snapshot, bool canOperate) {
     table_->clearContents();
     const auto* classifications = snapshot && snapshot->classifications ? snapshot->classifications.get() : nullptr;
     table_->setRowCount(classifications ? static_cast<int>(classifications->size()) : 0);
+    rowOfFingerprint_.clear();
     if (classifications) {
         int row = 0;
-        for (const auto& classification : *classifications) buildFileRow(row++, classification, *snapshot);
+        for (const auto& classification : *classifications) {
+            rowOfFingerprint_.insert(qs(classification.file.fingerprint()), row);
+            buildFileRow(row++, classification, *snapshot);
+        }
     }
     table_->resizeColumnsToContents();
     // Room for the bold header titles too.
@@ -255,6 +265,8 @@ void MatchPage::render(const Snapshot* snapshot, bool canOperate) {
     dryRunNote_->setVisible(snapshot && snapshot->state->settings.dryRun);
     renderClusters(snapshot);
     updateButtons();
+    // Once the table is laid out, the rows on screen ask for their pictures.
+    QTimer::singleShot(0, this, [this] { requestVisibleThumbnails(); });
 }
 
 // Image and design files show their thumbnail, or a neutral tile while it is
@@ -265,17 +277,35 @@ void MatchPage::setThumbnail(QTableWidgetItem* item, const FileRecord& file) {
         item->setIcon(style()->standardIcon(QStyle::SP_FileIcon));
         return;
     }
-    const QImage image = thumbnails_->request(file);
+    // Only the rows on screen ask for a decode (requestVisibleThumbnails): an inbox
+    // of thousands of pictures must not queue thousands of decodes.
+    const QImage image = thumbnails_->lookup(file);
     item->setIcon(image.isNull() ? placeholder_ : QIcon(QPixmap::fromImage(image)));
+}
+
+void MatchPage::requestVisibleThumbnails() {
+    const SnapshotPtr& snapshot = model_.snapshot();
+    if (!snapshot || !snapshot->classifications || table_->rowCount() == 0) return;
+    const auto& classifications = *snapshot->classifications;
+    const int first = std::max(0, table_->rowAt(0));
+    int last = table_->rowAt(table_->viewport()->height() - 1);
+    if (last < 0) last = first + 40;  // not laid out yet: a screenful
+    last = std::min({last + 4, table_->rowCount() - 1, static_cast<int>(classifications.size()) - 1});
+    for (int row = first; row <= last; ++row) {
+        const FileRecord& file = classifications[static_cast<std::size_t>(row)].file;
+        QTableWidgetItem* item = table_->item(row, kFile);
+        if (!item || item->data(kThumbnailRole).toString() != qs(file.fingerprint()) || !ThumbnailCache::wants(file))
+            continue;
+        if (const QImage image = thumbnails_->request(file); !image.isNull()) item->setIcon(QIcon(QPixmap::fromImage(image)));
+    }
 }
 
 void MatchPage::showThumbnail(const QString& fingerprint, const QImage& image) {
     if (image.isNull()) return;
-    const QIcon icon(QPixmap::fromImage(image));
-    for (int row = 0; row < table_->rowCount(); ++row) {
-        QTableWidgetItem* item = table_->item(row, kFile);
-        if (item && item->data(kThumbnailRole).toString() == fingerprint) item->setIcon(icon);
-    }
+    const auto row = rowOfFingerprint_.constFind(fingerprint);
+    if (row == rowOfFingerprint_.cend()) return;
+    if (QTableWidgetItem* item = table_->item(*row, kFile); item && item->data(kThumbnailRole).toString() == fingerprint)
+        item->setIcon(QIcon(QPixmap::fromImage(image)));
 }
 
 // The one place a file's row is made: its name (with the full path kept for the

@@ -5,6 +5,7 @@
 // the user may ignore. Every action is an engine command sent through the model.
 #pragma once
 
+#include <QHash>
 #include <QIcon>
 #include <filesystem>
 #include <functional>
@@ -74,6 +75,9 @@ private:
     // showing a file state gets its picture when it arrives.
     void setThumbnail(QTableWidgetItem* item, const FileRecord& file);
     void showThumbnail(const QString& fingerprint, const QImage& image);
+    // Asks for the thumbnails of the rows on screen (and a few below).
+    void requestVisibleThumbnails();
+    QHash<QString, int> rowOfFingerprint_;  // the row showing each file state
     ThumbnailCache* thumbnails_;
     QIcon placeholder_;  // until a file's thumbnail is decoded
 

@@ -92,7 +92,6 @@ QHeaderView::section { background: @base; color: @muted; border: none; border-bo
                        padding: 6px 8px; font-weight: 600; }
 QListWidget#sidebar { border: none; background: transparent; font-size: 10.5pt; outline: 0; }
 QTableView, QListWidget { outline: 0; }
-QComboBox::drop-down { subcontrol-origin: padding; subcontrol-position: center right; width: 22px; border: none; }
 QListWidget#sidebar::item { padding: 9px 12px; margin: 2px 0; border-radius: 8px; }
 QListWidget#sidebar::item:selected { background: @accent; color: @accentText; }
 QListWidget#sidebar::item:hover:!selected { background: @alternate; }

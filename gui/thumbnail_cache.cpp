@@ -54,6 +54,11 @@ QImage ThumbnailCache::request(const FileRecord& file) {
     return {};
 }
 
+QImage ThumbnailCache::lookup(const FileRecord& file) const {
+    const auto it = entries_.constFind(QString::fromStdString(file.fingerprint()));
+    return it == entries_.cend() ? QImage() : it->image;
+}
+
 void ThumbnailCache::finished(const QString& fingerprint, const QImage& image) {
     running_.remove(fingerprint);
     if (auto old = entries_.find(fingerprint); old != entries_.end()) ages_.erase(old->age);

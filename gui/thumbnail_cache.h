@@ -35,6 +35,8 @@ public:
     // image, and a decode starts unless one is already running or the file is not a
     // kind we make thumbnails of; ready() follows.
     QImage request(const FileRecord& file);
+    // The cached thumbnail of `file`, or a null image; never starts a decode.
+    QImage lookup(const FileRecord& file) const;
 
     int cached() const { return static_cast<int>(entries_.size()); }
     int inFlight() const { return static_cast<int>(running_.size()); }

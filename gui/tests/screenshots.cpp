@@ -116,6 +116,7 @@ std::string sampleContent(const std::string& name) {
 
 // Waits until the Match page's thumbnails have all been decoded.
 void settleThumbnails(QWidget& window) {
+    QCoreApplication::processEvents();  // rows on screen ask for their pictures once laid out
     for (auto* cache : window.findChildren<ThumbnailCache*>())
         while (cache->inFlight() > 0) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
     QCoreApplication::processEvents();
