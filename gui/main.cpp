@@ -6,6 +6,7 @@
 
 #include "gui/app_model.h"
 #include "gui/background_mode.h"
+#include "gui/companion/companion.h"
 #include "gui/main_window.h"
 #include "gui/onboarding_dialog.h"
 #include "gui/single_instance.h"
@@ -40,6 +41,7 @@ int main(int argc, char** argv) {
     kelo::gui::SingleInstance instance(serverName, [&window] { window.showAndRaise(); });
     window.installTrayIcon();
     window.show();
+    window.companion()->showAtStartIfChosen();
 
     // The first snapshot decides whether the first-run dialog is due; it is offered
     // once per launch.

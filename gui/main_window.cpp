@@ -15,6 +15,9 @@
 #include <QVBoxLayout>
 
 #include "gui/background_mode.h"
+#include "gui/companion/companion.h"
+#include "gui/companion/companion_page.h"
+#include "gui/companion/companion_texts.h"
 #include "gui/history_page.h"
 #include "gui/match_page.h"
 #include "gui/overview_page.h"
@@ -62,6 +65,10 @@ MainWindow::MainWindow(AppModel& model, QWidget* parent) : QMainWindow(parent), 
         sidebar_->addItem(QString(titles[i]));
         stack_->addWidget(pages_[i]);
     }
+    companion_ = new Companion(model_, *this);
+    pages_.push_back(new CompanionPage(model_, *companion_, stack_));
+    sidebar_->addItem(QString::fromUtf8(text::kCompanionPage));
+    stack_->addWidget(pages_.back());
     connect(sidebar_, &QListWidget::currentRowChanged, stack_, &QStackedWidget::setCurrentIndex);
     sidebar_->setCurrentRow(0);
     body->addWidget(sidebar_);
@@ -132,6 +139,7 @@ void MainWindow::installTrayIcon() {
     tray_ = new QSystemTrayIcon(windowIcon(), this);
     auto* menu = new QMenu(this);
     menu->addAction(text::kTrayOpen, this, [this] { showAndRaise(); });
+    companion_->attachTray(tray_, menu);
     menu->addAction(text::kTrayQuit, qApp, &QCoreApplication::quit);
     tray_->setContextMenu(menu);
     tray_->setToolTip(text::kAppTitle);
