@@ -35,6 +35,7 @@ CompanionPage::CompanionPage(AppModel& model, Companion& companion, QWidget* par
         companion_.setShown(!companion_.isShown());
         showToggle();
     });
+    toggle_->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
     form->addRow(toggle_);
     showAtStart_ = new QCheckBox(u(text::kCompanionShowAtStart), behaviour);
     showAtStart_->setObjectName(QStringLiteral("companionShowAtStart"));
@@ -53,6 +54,7 @@ CompanionPage::CompanionPage(AppModel& model, Companion& companion, QWidget* par
     name_ = new QLineEdit(CompanionChoices::mascotName(), behaviour);
     name_->setObjectName(QStringLiteral("companionNameEdit"));
     name_->setMaxLength(40);
+    name_->setMaximumWidth(280);
     connect(name_, &QLineEdit::editingFinished, this, [this] {
         CompanionChoices::setMascotName(name_->text());
         name_->setText(CompanionChoices::mascotName());
