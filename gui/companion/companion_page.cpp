@@ -88,6 +88,11 @@ void CompanionPage::render(const Snapshot*, bool) {
     showToggle();
 }
 
+void CompanionPage::showEvent(QShowEvent* event) {
+    Page::showEvent(event);
+    showToggle();
+}
+
 void CompanionPage::showToggle() {
     toggle_->setText(u(companion_.isShown() ? text::kCompanionHide : text::kCompanionShow));
 }

@@ -19,6 +19,10 @@ public:
     CompanionPage(AppModel& model, Companion& companion, QWidget* parent = nullptr);
     void render(const Snapshot* snapshot, bool canOperate) override;
 
+protected:
+    // The panel may have been hidden from the tray or its own button meanwhile.
+    void showEvent(QShowEvent* event) override;
+
 private:
     void showToggle();
 

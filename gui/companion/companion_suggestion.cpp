@@ -6,8 +6,10 @@ namespace kelo::gui {
 
 namespace {
 
-std::optional<Suggestion> offer(const Snapshot& snapshot, const Classification& c) {
-    if (c.unsortable || c.state == ConfidenceState::noIdea || isIgnored(*snapshot.state, c.file)) return std::nullopt;
+// `evenIfLeftAlone`: a file the user drops asks to be looked at, even one they once left alone.
+std::optional<Suggestion> offer(const Snapshot& snapshot, const Classification& c, bool evenIfLeftAlone = false) {
+    if (c.unsortable || c.state == ConfidenceState::noIdea) return std::nullopt;
+    if (!evenIfLeftAlone && isIgnored(*snapshot.state, c.file)) return std::nullopt;
     if (c.candidates.empty()) return std::nullopt;
     const Candidate top = c.candidates.front();
     if (top.score <= 0) return std::nullopt;
@@ -48,7 +50,7 @@ DropResult judgeDrop(const Snapshot& snapshot, const std::filesystem::path& file
     if (!snapshot.classifications) return {DropVerdict::notListed, std::nullopt};
     for (const auto& c : *snapshot.classifications) {
         if (c.file.url.lexically_normal() != file.lexically_normal()) continue;
-        auto suggestion = offer(snapshot, c);
+        auto suggestion = offer(snapshot, c, true);
         return {suggestion ? DropVerdict::offered : DropVerdict::noProject, std::move(suggestion)};
     }
     return {DropVerdict::notListed, std::nullopt};

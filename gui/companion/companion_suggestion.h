@@ -25,7 +25,8 @@ struct Suggestion {
 std::optional<Suggestion> topSuggestion(const Snapshot& snapshot, const std::set<std::string>& skipped = {});
 
 // A dropped file is only ever offered when it lies at the top of an approved inbox
-// (a watched folder), since only there does Kelo look for files to sort.
+// (a watched folder), since only there does Kelo look for files to sort. Dropping a
+// file the user once left alone offers it again: the drop asks for it.
 enum class DropVerdict {
     notInInbox,  // left alone: outside every watched folder
     notListed,   // in an inbox, but the last scan did not list it (yet)

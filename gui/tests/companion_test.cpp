@@ -44,6 +44,12 @@ SnapshotPtr snapshotWith(std::vector<Classification> files, std::vector<std::str
     return snapshot;
 }
 
+Classification scored(const char* path, ConfidenceState state, const Uuid& project, int score) {
+    Classification c = classified(path, state);
+    c.candidates = CandidateList({Candidate{project, score, {}}}, {}, std::make_shared<std::vector<Uuid>>(1, project));
+    return c;
+}
+
 QStringList warnings;
 void recordWarnings(QtMsgType type, const QMessageLogContext&, const QString& message) {
     if (type != QtDebugMsg && type != QtInfoMsg) warnings << message;
@@ -97,6 +103,40 @@ private Q_SLOTS:
         QCOMPARE(mood.update(snapshotWith({}, {}, Snapshot::RunOutcome{3, 0, 1}), false, 20001), Mood::concerned);
         QCOMPARE(mood.update(snapshotWith({}, {"x"}), true, 20002), Mood::busy);
         QCOMPARE(mood.update(snapshotWith({}), false, 20003), Mood::idle);
+    }
+
+    void suggestionPrefersReadyThenScoreAndPassesOverWhatItMayNotOffer() {
+        const Uuid acme = Uuid::random();
+        auto snapshot = std::const_pointer_cast<Snapshot>(
+            snapshotWith({scored("/in/probably.psd", ConfidenceState::probably, acme, 75),
+                          scored("/in/ready-low.psd", ConfidenceState::ready, acme, 82),
+                          scored("/in/ready-high.psd", ConfidenceState::ready, acme, 95),
+                          scored("/in/left-alone.psd", ConfidenceState::ready, acme, 99),
+                          scored("/in/no-idea.psd", ConfidenceState::noIdea, acme, 20)}));
+        auto state = std::make_shared<AppState>();
+        state->ignored.insert((*snapshot->classifications)[3].file.fingerprint());
+        FolderGrant inbox;
+        inbox.role = FolderGrant::Role::watch;
+        inbox.displayPath = "/in";
+        state->grants.push_back(inbox);
+        snapshot->state = state;
+        auto next = [&](std::set<std::string> skipped) {
+            const auto s = topSuggestion(*snapshot, skipped);
+            return s ? QString::fromStdString(s->file.string()) : QString();
+        };
+        QCOMPARE(next({}), QString("/in/ready-high.psd"));
+        QCOMPARE(next({(*snapshot->classifications)[2].file.fingerprint()}), QString("/in/ready-low.psd"));
+        QCOMPARE(next({(*snapshot->classifications)[2].file.fingerprint(),
+                       (*snapshot->classifications)[1].file.fingerprint()}),
+                 QString("/in/probably.psd"));
+
+        // A drop is judged by where the file lies, not by its name.
+        QCOMPARE(judgeDrop(*snapshot, "/in/probably.psd").verdict, DropVerdict::offered);
+        QCOMPARE(judgeDrop(*snapshot, "/in/sub/probably.psd").verdict, DropVerdict::notInInbox);
+        QCOMPARE(judgeDrop(*snapshot, "/elsewhere/ready-high.psd").verdict, DropVerdict::notInInbox);
+        QCOMPARE(judgeDrop(*snapshot, "/in/new.psd").verdict, DropVerdict::notListed);
+        QCOMPARE(judgeDrop(*snapshot, "/in/no-idea.psd").verdict, DropVerdict::noProject);
+        QCOMPARE(judgeDrop(*snapshot, "/in/left-alone.psd").verdict, DropVerdict::offered);
     }
 
     void blinksAreRandomButReplayableFromTheSeed() {
