@@ -84,7 +84,8 @@ CompanionPage::CompanionPage(AppModel& model, Companion& companion, QWidget* par
     showToggle();
 }
 
-void CompanionPage::render(const Snapshot*, bool) {
+void CompanionPage::render(const Snapshot*, bool canOperate) {
+    enable(toggle_, canOperate);  // a companion of an engine that did not start has nothing to show
     showToggle();
 }
 

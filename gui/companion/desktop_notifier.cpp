@@ -1,7 +1,6 @@
 #include "gui/companion/desktop_notifier.h"
 
 #include <QDBusConnection>
-#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QSystemTrayIcon>
 #include <QVariantMap>
@@ -15,7 +14,9 @@ const QString kPath = QStringLiteral("/org/freedesktop/Notifications");
 
 DesktopNotifier::Route DesktopNotifier::notify(const QString& body) {
     QDBusConnection bus = QDBusConnection::sessionBus();
-    if (bus.isConnected() && bus.interface() && bus.interface()->isServiceRegistered(kService).value()) {
+    // Called directly rather than looked up first: a notification daemon is often
+    // started by the bus on the first call. No daemon answers with an error at once.
+    if (bus.isConnected()) {
         QDBusMessage call = QDBusMessage::createMethodCall(kService, kPath, kService, QStringLiteral("Notify"));
         call << QStringLiteral("Kelo") << 0u << QStringLiteral("app.kelo.Kelo") << QStringLiteral("Kelo") << body
              << QStringList() << QVariantMap() << -1;
