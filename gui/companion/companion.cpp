@@ -18,7 +18,10 @@ Companion::Companion(AppModel& model, QWidget& window)
         window_.activateWindow();
     });
     moodTimer_.setInterval(1000);
-    connect(&moodTimer_, &QTimer::timeout, this, [this] { refresh(); });
+    connect(&moodTimer_, &QTimer::timeout, this, [this] {
+        if (!panel_->isVisible()) return moodTimer_.stop();  // closed with its own button
+        refresh();
+    });
     readyLater_.setSingleShot(true);
     connect(&readyLater_, &QTimer::timeout, this, [this] { checkReady(); });
     connect(&model_, &AppModel::snapshotChanged, this, [this] {
