@@ -7,6 +7,7 @@
 #include "gui/app_model.h"
 #include "gui/background_mode.h"
 #include "gui/live_inbox.h"
+#include "gui/companion/companion.h"
 #include "gui/main_window.h"
 #include "gui/style.h"
 #include "gui/onboarding_dialog.h"
@@ -44,6 +45,7 @@ int main(int argc, char** argv) {
     kelo::gui::SingleInstance instance(serverName, [&window] { window.showAndRaise(); });
     window.installTrayIcon();
     window.show();
+    window.companion()->showAtStartIfChosen();
 
     // The first snapshot decides whether the first-run dialog is due; it is offered
     // once per launch.

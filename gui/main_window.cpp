@@ -20,6 +20,9 @@
 #include <QVBoxLayout>
 
 #include "gui/background_mode.h"
+#include "gui/companion/companion.h"
+#include "gui/companion/companion_page.h"
+#include "gui/companion/companion_texts.h"
 #include "gui/history_page.h"
 #include "gui/match_page.h"
 #include "gui/page_icons.h"
@@ -67,7 +70,11 @@ MainWindow::MainWindow(AppModel& model, QWidget* parent) : QMainWindow(parent), 
         sidebar_->addItem(QString(titles[i]));
         stack_->addWidget(pages_[i]);
     }
-    for (int i = 0; i < sidebar_->count() && i < 5; ++i)
+    companion_ = new Companion(model_, *this);
+    pages_.push_back(new CompanionPage(model_, *companion_, stack_));
+    sidebar_->addItem(QString::fromUtf8(text::kCompanionPage));
+    stack_->addWidget(pages_.back());
+    for (int i = 0; i < sidebar_->count() && i <= static_cast<int>(PageIcon::companion); ++i)
         sidebar_->item(i)->setIcon(pageIcon(static_cast<PageIcon>(i), palette()));
     sidebar_->setIconSize(QSize(20, 20));
     connect(sidebar_, &QListWidget::currentRowChanged, stack_, &QStackedWidget::setCurrentIndex);
@@ -144,6 +151,7 @@ void MainWindow::installTrayIcon() {
     tray_ = new QSystemTrayIcon(windowIcon(), this);
     auto* menu = new QMenu(this);
     menu->addAction(text::kTrayOpen, this, [this] { showAndRaise(); });
+    companion_->attachTray(tray_, menu);
     menu->addAction(text::kTrayQuit, qApp, &QCoreApplication::quit);
     tray_->setContextMenu(menu);
     tray_->setToolTip(text::kAppTitle);

@@ -19,6 +19,7 @@ class QSystemTrayIcon;
 namespace kelo::gui {
 
 class Page;
+class Companion;
 
 class MainWindow : public QMainWindow {
 public:
@@ -33,6 +34,8 @@ public:
     void render();
     void showPage(int index);
     Page* page(int index) const { return pages_.at(static_cast<std::size_t>(index)); }
+    // The desktop companion: its panel, mood and notifications.
+    Companion* companion() const { return companion_; }
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -61,6 +64,7 @@ private:
     QLabel* busyLabel_;
     QPushButton* rescan_;
     QSystemTrayIcon* tray_ = nullptr;
+    Companion* companion_ = nullptr;
 };
 
 }  // namespace kelo::gui

@@ -50,6 +50,12 @@ void draw(QPainter& p, PageIcon which) {
             p.drawLine(QPointF(12, 12), QPointF(12, 7));
             p.drawLine(QPointF(12, 12), QPointF(15.5, 14));
             break;
+        case PageIcon::companion:  // a small face
+            p.drawRoundedRect(QRectF(4, 5, 16, 14), 5, 5);
+            p.drawPoint(QPointF(9.5, 11));
+            p.drawPoint(QPointF(14.5, 11));
+            p.drawArc(QRectF(9, 11, 6, 4), 200 * 16, 140 * 16);
+            break;
         case PageIcon::settings: {
             p.drawEllipse(QPointF(12, 12), 3, 3);
             QPainterPath gear;

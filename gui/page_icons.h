@@ -8,7 +8,7 @@
 
 namespace kelo::gui {
 
-enum class PageIcon { overview, match, projects, history, settings };
+enum class PageIcon { overview, match, projects, history, settings, companion };
 
 QIcon pageIcon(PageIcon which, const QPalette& palette);
 

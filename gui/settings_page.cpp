@@ -15,6 +15,7 @@
 #include <QVBoxLayout>
 
 #include "gui/background_mode.h"
+#include "gui/companion/companion_page.h"
 #include "gui/presentation.h"
 #include "gui/questions.h"
 #include "gui/zip_cleanup_box.h"
@@ -165,6 +166,7 @@ SettingsPage::SettingsPage(AppModel& model, QWidget* parent) : Page(model, paren
     auto* appLayout = new QVBoxLayout(app);
     appLayout->addWidget(hideWhenClosed_);
     appLayout->addWidget(launchAtLogin_);
+    appLayout->addWidget(makeReadyNotificationSwitch(app));
 
     auto* learning = new QGroupBox(text::kLearning, this);
     resetLearning_ = new QPushButton(text::kResetLearning, learning);

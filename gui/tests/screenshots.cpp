@@ -10,6 +10,7 @@
 #include <cstdio>
 
 #include "gui/app_model.h"
+#include "gui/companion/companion.h"
 #include "gui/duplicates_dialog.h"
 #include "gui/handoff_dialog.h"
 #include "gui/main_window.h"
@@ -39,6 +40,17 @@ void save(QWidget& widget, const QDir& dir, const QString& name) {
     QCoreApplication::processEvents();
     const QString path = dir.filePath(name + ".png");
     if (!widget.grab().save(path)) std::fprintf(stderr, "could not write %s\n", qPrintable(path));
+}
+
+// The same at twice the pixel density, as a HiDPI screen shows it.
+void save2x(QWidget& widget, const QDir& dir, const QString& name) {
+    QCoreApplication::processEvents();
+    QPixmap pixmap(widget.size() * 2);
+    pixmap.setDevicePixelRatio(2);
+    pixmap.fill(Qt::transparent);
+    widget.render(&pixmap, QPoint(), QRegion(), QWidget::DrawChildren);
+    const QString path = dir.filePath(name + "@2x.png");
+    if (!pixmap.save(path)) std::fprintf(stderr, "could not write %s\n", qPrintable(path));
 }
 
 // A small picture for an image sample, so Match shows real thumbnails.
@@ -201,6 +213,17 @@ int main(int argc, char** argv) {
         settleThumbnails(window);
         save(window, out, QString("%1-%2").arg(i + 1).arg(pages[i]));
     }
+
+    // The Companion page and the companion itself, at 1x and 2x.
+    window.showPage(5);
+    save(window, out, "6-companion");
+    save2x(window, out, "6-companion");
+    window.companion()->setShown(true);
+    CompanionPanel& panel = window.companion()->panel();
+    panel.adjustSize();
+    save(panel, out, "companion");
+    save2x(panel, out, "companion");
+    window.companion()->setShown(false);
 
     {
         RenameDialog dialog("ACME-logo-v2.psd", {"ACME", "Logo", "Tệp"});
