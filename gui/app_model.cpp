@@ -123,4 +123,14 @@ void AppModel::reconnectGrant(const std::string& grantId, const std::filesystem:
     submit(text::kCommandReconnectGrant, EngineActions::reconnectGrant(grantId, folder));
 }
 
+void AppModel::beginBackgroundWork() {
+    ++backgroundWork_;
+    Q_EMIT busyChanged(busy());
+}
+
+void AppModel::endBackgroundWork() {
+    if (backgroundWork_ > 0) --backgroundWork_;
+    Q_EMIT busyChanged(busy());
+}
+
 }  // namespace kelo::gui

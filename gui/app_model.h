@@ -44,6 +44,11 @@ public:
     // The last snapshot the engine handed back; null until the first arrives.
     const SnapshotPtr& snapshot() const { return snapshot_; }
     bool busy() const { return starting_.valid() || !pending_.empty(); }
+    // Read-only work running beside the engine (a duplicate search): not a command,
+    // so busy() ignores it, but the mascot shows it. Each begin needs one end.
+    void beginBackgroundWork();
+    void endBackgroundWork();
+    bool backgroundBusy() const { return backgroundWork_ > 0; }
     // The name of the command the engine is working on, while busy.
     QString busyLabel() const;
     // The last command's refusal, verbatim; cleared by the next snapshot.
@@ -83,6 +88,7 @@ private:
     QString refusal_;
     std::deque<Pending> pending_;  // in the order sent, which is the order the engine runs them
     QTimer poll_;
+    int backgroundWork_ = 0;
 };
 
 }  // namespace kelo::gui

@@ -71,6 +71,7 @@ DuplicatesDialog::DuplicatesDialog(AppModel& model, const QString& projectId, co
                                              done_ = done;
                                              total_ = total;
                                          });
+        model_.beginBackgroundWork();
         poll_.start(100);
     } else {
         status_->setText(text::kEngineUnavailable);
@@ -81,7 +82,10 @@ DuplicatesDialog::DuplicatesDialog(AppModel& model, const QString& projectId, co
 
 DuplicatesDialog::~DuplicatesDialog() {
     stopSource_.request_stop();
-    if (search_.valid()) search_.wait();
+    if (search_.valid()) {
+        search_.wait();
+        model_.endBackgroundWork();
+    }
 }
 
 QString DuplicatesDialog::status() const {
@@ -102,6 +106,7 @@ void DuplicatesDialog::poll() {
     poll_.stop();
     progress_->hide();
     stop_->hide();
+    model_.endBackgroundWork();
     try {
         groups_ = search_.get();
         status_->setText(qs(DuplicateCommands::summary(groups_)));

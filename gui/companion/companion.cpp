@@ -64,7 +64,7 @@ void Companion::attachTray(QSystemTrayIcon* tray, QMenu* menu) {
 }
 
 void Companion::refresh() {
-    panel_->mascot()->setMood(mood_.update(model_.snapshot(), model_.busy(), now()));
+    panel_->mascot()->setMood(mood_.update(model_.snapshot(), model_.busy() || model_.backgroundBusy(), now()));
 }
 
 void Companion::checkReady() {

@@ -67,7 +67,9 @@ private Q_SLOTS:
         Window w;
         DuplicatesDialog* dialog = w.projects()->openDuplicates();
         QVERIFY(dialog);
+        QVERIFY(w.model.backgroundBusy());  // the mascot shows the search
         QVERIFY(QTest::qWaitFor([&] { return !dialog->searching(); }, 20000));
+        QVERIFY(!w.model.backgroundBusy());
         QCOMPARE(dialog->groups().size(), std::size_t{1});
         QCOMPARE(dialog->status(), QString::fromStdString(DuplicateCommands::summary(dialog->groups())));
         // Files are listed in path order: the two in Export, then the cover itself.
