@@ -12,17 +12,19 @@
 #include <QStyle>
 #include <QLineEdit>
 #include <QListWidget>
-#include <QTableWidget>
+#include <QTableView>
 #include <QScrollBar>
 #include <QShortcut>
 #include <QTimer>
 #include <QVBoxLayout>
+#include <QtConcurrent/QtConcurrentRun>
 #include <algorithm>
 #include <set>
 
 #include "classify/classification_engine.h"
 #include "engine/learning_commands.h"
 #include "access/path_safety.h"
+#include "gui/match_model.h"
 #include "gui/presentation.h"
 #include "gui/project_drop_list.h"
 #include "gui/state_chip_delegate.h"
@@ -37,15 +39,12 @@ namespace kelo::gui {
 
 namespace {
 
-enum Column { kFile, kState, kProject, kCategory, kScore, kSignals, kColumnCount };
-constexpr int kPathRole = Qt::UserRole;
-constexpr int kProjectRole = Qt::UserRole + 1;
+using Column = MatchModel::Column;
 constexpr int kTokenRole = Qt::UserRole;
 constexpr int kClusterFilesShown = 4;
 
 // Thumbnails sit in the File column at this size; they are decoded at twice it so
 // they stay sharp on a high-density screen.
-constexpr int kThumbnailRole = Qt::UserRole + 8;  // the fingerprint the row's thumbnail belongs to
 constexpr int kIconEdge = 40;
 
 QIcon placeholderIcon(const QPalette& palette) {
@@ -59,12 +58,6 @@ QIcon placeholderIcon(const QPalette& palette) {
     return QIcon(tile);
 }
 
-QTableWidgetItem* cell(const QString& value) {
-    auto* item = new QTableWidgetItem(value);
-    item->setFlags(item->flags() & ~Qt::ItemIsEditable);
-    return item;
-}
-
 // The message the engine gives when a sort found the destination name taken.
 bool reportsConflict(const Snapshot& snapshot, const std::filesystem::path& file) {
     const std::string prefix = "Skipped " + file.filename().string() + ": Name conflict: ";
@@ -76,23 +69,68 @@ bool reportsConflict(const Snapshot& snapshot, const std::filesystem::path& file
 
 MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
     auto* layout = new QVBoxLayout(this);
-    table_ = new QTableWidget(0, kColumnCount, this);
+    thumbnails_ = new ThumbnailCache(2 * kIconEdge, 600, this);
+    model_files_ = new MatchModel(*thumbnails_, style()->standardIcon(QStyle::SP_FileIcon), placeholderIcon(palette()), this);
+    filter_ = new MatchFilter(*model_files_, this);
+    connect(thumbnails_, &ThumbnailCache::ready, model_files_,
+            [this](const QString& fingerprint, const QImage&) { model_files_->thumbnailReady(fingerprint); });
+
+    // Narrowing the rows: by name (accents and case aside) and by state.
+    auto* filterRow = new QHBoxLayout;
+    nameFilter_ = new QLineEdit(this);
+    nameFilter_->setObjectName(QStringLiteral("matchFilter"));
+    nameFilter_->setPlaceholderText(text::kFilterFiles);
+    nameFilter_->setClearButtonEnabled(true);
+    stateFilter_ = new QComboBox(this);
+    stateFilter_->setObjectName(QStringLiteral("stateFilter"));
+    stateFilter_->addItem(text::kAllStates, QString());
+    for (const auto& [state, raw] : rawValues(ConfidenceState{})) stateFilter_->addItem(qs(raw), qs(raw));
+    shownCount_ = new QLabel(this);
+    shownCount_->setObjectName(QStringLiteral("matchShown"));
+    filterRow->addWidget(nameFilter_, 1);
+    filterRow->addWidget(stateFilter_);
+    filterRow->addWidget(shownCount_);
+    layout->addLayout(filterRow);
+    connect(nameFilter_, &QLineEdit::textChanged, this, [this](const QString& text) {
+        filter_->setNameFilter(text);
+        showCount();
+        updateButtons();
+        requestVisibleThumbnails();
+    });
+    connect(stateFilter_, &QComboBox::currentIndexChanged, this, [this] {
+        filter_->setStateFilter(stateFilter_->currentData().toString());
+        showCount();
+        updateButtons();
+        requestVisibleThumbnails();
+    });
+
+    table_ = new QTableView(this);
     table_->setObjectName(QStringLiteral("matchTable"));
-    table_->setHorizontalHeaderLabels({text::kColumnFile, text::kColumnState, text::kColumnProject,
-                                       text::kColumnCategory, text::kColumnScore, text::kColumnSignals});
+    table_->setModel(filter_);
     table_->setSelectionBehavior(QAbstractItemView::SelectRows);
     table_->setSelectionMode(QAbstractItemView::ExtendedSelection);
     table_->verticalHeader()->setVisible(false);
-    table_->setItemDelegateForColumn(kState, new StateChipDelegate(table_));
-    table_->horizontalHeader()->setSectionResizeMode(kSignals, QHeaderView::Stretch);
-    // Column widths come from the first rows only: measuring every cell of a
-    // 20,000-file inbox would take seconds.
-    table_->horizontalHeader()->setResizeContentsPrecision(200);
+    table_->setItemDelegateForColumn(Column::kState, new StateChipDelegate(table_));
     table_->setWordWrap(false);
-    connect(table_, &QTableWidget::itemSelectionChanged, this, [this] {
+    table_->setIconSize(QSize(kIconEdge, kIconEdge));
+    // Every row has the same height, so the view never measures rows it does not show.
+    table_->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    table_->verticalHeader()->setDefaultSectionSize(kIconEdge + 6);
+    QHeaderView* header = table_->horizontalHeader();
+    header->setSectionResizeMode(Column::kSignals, QHeaderView::Stretch);
+    const std::pair<Column, int> widths[] = {{Column::kFile, 250},    {Column::kState, 104}, {Column::kProject, 150},
+                                             {Column::kCategory, 96}, {Column::kScore, 56}, {Column::kSize, 96},
+                                             {Column::kModified, 80}};
+    for (const auto& [column, width] : widths) header->resizeSection(column, width);
+    // Unsorted until the user clicks a header: the engine's order first.
+    header->setSortIndicator(-1, Qt::AscendingOrder);
+    table_->setSortingEnabled(true);
+    header->setSectionsClickable(true);
+    connect(table_->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
         followSuggestion();
         updateButtons();
     });
+    connect(filter_, &QAbstractItemModel::layoutChanged, this, [this] { requestVisibleThumbnails(); });
     // Rows dragged from the table onto a project beside it are sorted into it.
     table_->setDragEnabled(true);
     table_->setDragDropMode(QAbstractItemView::DragOnly);
@@ -106,12 +144,6 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
     tableRow->addWidget(table_, 1);
     tableRow->addLayout(dropColumn);
     layout->addLayout(tableRow, 1);
-
-    thumbnails_ = new ThumbnailCache(2 * kIconEdge, 600, this);
-    placeholder_ = placeholderIcon(palette());
-    table_->setIconSize(QSize(kIconEdge, kIconEdge));
-    table_->verticalHeader()->setDefaultSectionSize(kIconEdge + 6);
-    connect(thumbnails_, &ThumbnailCache::ready, this, &MatchPage::showThumbnail);
     connect(table_->verticalScrollBar(), &QScrollBar::valueChanged, this, [this] { requestVisibleThumbnails(); });
 
     noFiles_ = new QLabel(text::kNoFiles, this);
@@ -169,6 +201,9 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
     clusters_ = new QListWidget(clusterBox);
     clusters_->setObjectName(QStringLiteral("clusterList"));
     clusters_->setMaximumHeight(80);
+    connect(&clusterSearch_, &QFutureWatcher<std::vector<Cluster>>::finished, this, [this] {
+        if (!clusterSearch_.isCanceled()) showClusters(clusterSearch_.result());
+    });
     ignoreCluster_ = new QPushButton(text::kIgnoreCluster, clusterBox);
     ignoreCluster_->setObjectName(QStringLiteral("ignoreCluster"));
     restoreIgnored_ = new QPushButton(text::kRestoreIgnored, clusterBox);
@@ -221,30 +256,14 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
 void MatchPage::render(const Snapshot* snapshot, bool canOperate) {
     canOperate_ = canOperate;
     std::set<std::string> selected;
-    for (const Selected& s : selection()) selected.insert(s.file.string());
+    for (const Selected& s : selection()) selected.insert(PathSafety::key(s.file));
 
-    table_->clearContents();
-    const auto* classifications = snapshot && snapshot->classifications ? snapshot->classifications.get() : nullptr;
-    table_->setRowCount(classifications ? static_cast<int>(classifications->size()) : 0);
-    rowOfFingerprint_.clear();
-    if (classifications) {
-        int row = 0;
-        for (const auto& classification : *classifications) {
-            rowOfFingerprint_.insert(qs(classification.file.fingerprint()), row);
-            buildFileRow(row++, classification, *snapshot);
-        }
-    }
-    table_->resizeColumnsToContents();
-    // Room for the bold header titles too.
-    for (int col = kFile; col < kSignals; ++col)
-        table_->setColumnWidth(
-            col, std::max(table_->columnWidth(col), table_->horizontalHeader()->sectionSizeHint(col) + 12));
-    table_->horizontalHeader()->setSectionResizeMode(kSignals, QHeaderView::Stretch);
+    // The page is handed the snapshot the model holds; the rows keep it alive.
+    const SnapshotPtr& current = model_.snapshot();
+    model_files_->show(current.get() == snapshot ? current : nullptr);
     // The selection follows the files that are still there.
-    for (int row = 0; row < table_->rowCount(); ++row)
-        if (selected.contains(table_->item(row, kFile)->data(kPathRole).toString().toStdString()))
-            table_->selectionModel()->select(table_->model()->index(row, kFile),
-                                             QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    if (!selected.empty()) selectKeys(selected, false);
+    showCount();
 
     dropList_->render(snapshot);
     const QString chosen = projects_->currentData().toString();
@@ -261,99 +280,80 @@ void MatchPage::render(const Snapshot* snapshot, bool canOperate) {
         hasIgnored_ = !snapshot->state->ignored.empty() || !snapshot->state->ignoredClusters.empty();
         noteConflicts(*snapshot);
     }
-    noFiles_->setVisible(table_->rowCount() == 0);
+    noFiles_->setVisible(model_files_->rowCount() == 0);
     dryRunNote_->setVisible(snapshot && snapshot->state->settings.dryRun);
-    renderClusters(snapshot);
+    renderClusters(current.get() == snapshot ? current : nullptr);
     updateButtons();
     // Once the table is laid out, the rows on screen ask for their pictures.
     QTimer::singleShot(0, this, [this] { requestVisibleThumbnails(); });
 }
 
-// Image and design files show their thumbnail, or a neutral tile while it is
-// decoded (and for good when it cannot be); other files show the style's file icon.
-void MatchPage::setThumbnail(QTableWidgetItem* item, const FileRecord& file) {
-    item->setData(kThumbnailRole, qs(file.fingerprint()));
-    if (!ThumbnailCache::wants(file)) {
-        item->setIcon(style()->standardIcon(QStyle::SP_FileIcon));
-        return;
-    }
-    // Only the rows on screen ask for a decode (requestVisibleThumbnails): an inbox
-    // of thousands of pictures must not queue thousands of decodes.
-    const QImage image = thumbnails_->lookup(file);
-    item->setIcon(image.isNull() ? placeholder_ : QIcon(QPixmap::fromImage(image)));
+void MatchPage::showCount() {
+    const int all = model_files_->rowCount();
+    const int shown = filter_->rowCount();
+    shownCount_->setText(shown == all ? QString() : QString(text::kFilesShown).arg(shown).arg(all));
 }
 
+// Only the rows on screen ask for a decode: an inbox of thousands of pictures must
+// not queue thousands of decodes.
 void MatchPage::requestVisibleThumbnails() {
-    const SnapshotPtr& snapshot = model_.snapshot();
-    if (!snapshot || !snapshot->classifications || table_->rowCount() == 0) return;
-    const auto& classifications = *snapshot->classifications;
+    const int rows = filter_->rowCount();
+    if (rows == 0) return;
     const int first = std::max(0, table_->rowAt(0));
     int last = table_->rowAt(table_->viewport()->height() - 1);
     if (last < 0) last = first + 40;  // not laid out yet: a screenful
-    last = std::min({last + 4, table_->rowCount() - 1, static_cast<int>(classifications.size()) - 1});
+    last = std::min(last + 4, rows - 1);
     for (int row = first; row <= last; ++row) {
-        const FileRecord& file = classifications[static_cast<std::size_t>(row)].file;
-        QTableWidgetItem* item = table_->item(row, kFile);
-        if (!item || item->data(kThumbnailRole).toString() != qs(file.fingerprint()) || !ThumbnailCache::wants(file))
-            continue;
-        if (const QImage image = thumbnails_->request(file); !image.isNull()) item->setIcon(QIcon(QPixmap::fromImage(image)));
+        const QModelIndex source = filter_->mapToSource(filter_->index(row, Column::kFile));
+        const Classification* c = model_files_->file(source.row());
+        if (!c || !ThumbnailCache::wants(c->file)) continue;
+        // A cached picture is shown when the row paints; a decode repaints it later.
+        model_files_->watchThumbnail(source.row());
+        thumbnails_->request(c->file);
     }
 }
 
-void MatchPage::showThumbnail(const QString& fingerprint, const QImage& image) {
-    if (image.isNull()) return;
-    const auto row = rowOfFingerprint_.constFind(fingerprint);
-    if (row == rowOfFingerprint_.cend()) return;
-    if (QTableWidgetItem* item = table_->item(*row, kFile); item && item->data(kThumbnailRole).toString() == fingerprint)
-        item->setIcon(QIcon(QPixmap::fromImage(image)));
+// Clusters come from every inbox name, a tenth of a second for 20,000 files, so
+// they are found off the main thread and only when the files or the ignored
+// clusters changed; the list fills in when they are ready.
+void MatchPage::renderClusters(const SnapshotPtr& snapshot) {
+    const bool any = snapshot && snapshot->files;
+    if (any && snapshot->files == clusterFiles_ && snapshot->state->ignoredClusters == clusterIgnored_) return;
+    clusterFiles_ = any ? snapshot->files : nullptr;
+    clusterIgnored_ = any ? snapshot->state->ignoredClusters : std::set<std::string>{};
+    if (!any) {
+        clusterSearch_.cancel();
+        showClusters({});
+        return;
+    }
+    clusterSearch_.setFuture(QtConcurrent::run([snapshot] {
+        return clusters(*snapshot->files, snapshot->state->ignoredClusters);
+    }));
 }
 
-// The one place a file's row is made: its name (with the full path kept for the
-// commands), state, leading project, category folder, score and reasons.
-void MatchPage::buildFileRow(int row, const Classification& c, const Snapshot& snapshot) {
-    const auto top = topCandidate(c);
-    auto* file = cell(qs(c.file.filename()));
-    file->setData(kPathRole, QString::fromStdString(c.file.url.string()));
-    file->setData(kProjectRole, top ? qs(top->projectID.text()) : QString());
-    file->setToolTip(QString::fromStdString(c.file.url.string()));
-    setThumbnail(file, c.file);
-    table_->setItem(row, kFile, file);
-    QString state = qs(rawValue(c.state));
-    if (isIgnored(*snapshot.state, c.file)) state += text::kIgnoredMark;
-    table_->setItem(row, kState, cell(state));
-    table_->setItem(row, kProject, cell(top ? projectName(snapshot, top->projectID) : QStringLiteral("-")));
-    if (top) table_->item(row, kProject)->setIcon(projectIcon(snapshot, top->projectID));
-    table_->setItem(row, kCategory, cell(top ? qs(rawValue(c.category)) : QStringLiteral("-")));
-    table_->setItem(row, kScore, cell(QString::number(top ? top->score : 0)));
-    auto* reasons = cell(c.unsortable ? QString::fromStdString(*c.unsortable) : top ? signalsText(*top) : QString());
-    reasons->setToolTip(reasons->text());
-    table_->setItem(row, kSignals, reasons);
-}
-
-void MatchPage::renderClusters(const Snapshot* snapshot) {
+void MatchPage::showClusters(const std::vector<Cluster>& found) {
     clusters_->clear();
-    if (snapshot && snapshot->files) {
-        for (const Cluster& cluster : clusters(*snapshot->files, snapshot->state->ignoredClusters)) {
-            QStringList names;
-            for (const auto& file : cluster.files) {
-                if (names.size() == kClusterFilesShown) {
-                    names << QStringLiteral("…");
-                    break;
-                }
-                names << qs(file.filename());
+    for (const Cluster& cluster : found) {
+        QStringList names;
+        for (const auto& file : cluster.files) {
+            if (names.size() == kClusterFilesShown) {
+                names << QStringLiteral("…");
+                break;
             }
-            auto* item = new QListWidgetItem(QString(text::kClusterLine)
-                                                 .arg(qs(cluster.token))
-                                                 .arg(cluster.files.size())
-                                                 .arg(names.join(QStringLiteral(", "))),
-                                             clusters_);
-            item->setData(kTokenRole, qs(cluster.token));
+            names << qs(file.filename());
         }
+        auto* item = new QListWidgetItem(QString(text::kClusterLine)
+                                             .arg(qs(cluster.token))
+                                             .arg(cluster.files.size())
+                                             .arg(names.join(QStringLiteral(", "))),
+                                         clusters_);
+        item->setData(kTokenRole, qs(cluster.token));
     }
     if (clusters_->count() == 0) {
         auto* none = new QListWidgetItem(text::kNoClusters, clusters_);
         none->setFlags(Qt::NoItemFlags);
     }
+    updateButtons();
 }
 
 // A conflict is remembered until the next sort, so "keep both" stays offered while
@@ -376,11 +376,9 @@ void MatchPage::followSuggestion() {
 
 std::vector<MatchPage::Selected> MatchPage::selection() const {
     std::vector<Selected> selected;
-    for (const QModelIndex& index : table_->selectionModel()->selectedRows(kFile)) {
-        const QTableWidgetItem* item = table_->item(index.row(), kFile);
-        if (!item) continue;
-        selected.push_back({item->data(kPathRole).toString().toStdString(), item->data(kProjectRole).toString()});
-    }
+    for (const QModelIndex& index : table_->selectionModel()->selectedRows(Column::kFile))
+        selected.push_back({index.data(MatchModel::kPathRole).toString().toStdString(),
+                            index.data(MatchModel::kProjectRole).toString()});
     return selected;
 }
 
@@ -441,14 +439,22 @@ int MatchPage::selectFiles(const QStringList& paths) {
     std::set<std::string> wanted;
     for (const QString& path : paths) wanted.insert(PathSafety::key(std::filesystem::absolute(path.toStdString())));
     table_->clearSelection();
+    return selectKeys(wanted, true);
+}
+
+int MatchPage::selectKeys(const std::set<std::string>& keys, bool scroll) {
+    QItemSelection rows;
+    QModelIndex firstFound;
     int found = 0;
-    for (int row = 0; row < table_->rowCount(); ++row) {
-        const QTableWidgetItem* item = table_->item(row, kFile);
-        if (!item || !wanted.contains(PathSafety::key(item->data(kPathRole).toString().toStdString()))) continue;
-        table_->selectionModel()->select(table_->model()->index(row, kFile),
-                                         QItemSelectionModel::Select | QItemSelectionModel::Rows);
-        if (found++ == 0) table_->scrollToItem(item);
+    for (int row = 0; row < model_files_->rowCount(); ++row) {
+        if (!keys.contains(PathSafety::key(model_files_->file(row)->file.url))) continue;
+        const QModelIndex index = filter_->mapFromSource(model_files_->index(row, Column::kFile));
+        if (!index.isValid()) continue;  // filtered out of view
+        rows.select(index, index.siblingAtColumn(Column::kColumnCount - 1));
+        if (found++ == 0 || index.row() < firstFound.row()) firstFound = index;
     }
+    table_->selectionModel()->select(rows, QItemSelectionModel::Select);
+    if (scroll && firstFound.isValid()) table_->scrollTo(firstFound);
     return found;
 }
 

@@ -5,23 +5,28 @@
 // the user may ignore. Every action is an engine command sent through the model.
 #pragma once
 
+#include <QFutureWatcher>
 #include <QHash>
 #include <QIcon>
 #include <filesystem>
 #include <functional>
+#include <set>
+#include <string>
 #include <vector>
 
+#include "classify/classification_engine.h"
 #include "gui/page.h"
 
 class QComboBox;
 class QLabel;
 class QLineEdit;
 class QListWidget;
-class QTableWidget;
-class QTableWidgetItem;
+class QTableView;
 
 namespace kelo::gui {
 
+class MatchFilter;
+class MatchModel;
 class ProjectDropList;
 class RenameDialog;
 class ThumbnailCache;
@@ -53,9 +58,8 @@ private:
         bool conflicted = false;  // the engine reported a name conflict for it
     };
 
-    // Fills one row of the file table from the file's classification.
-    void buildFileRow(int row, const Classification& classification, const Snapshot& snapshot);
-    void renderClusters(const Snapshot* snapshot);
+    void renderClusters(const SnapshotPtr& snapshot);
+    void showClusters(const std::vector<Cluster>& found);
     void noteConflicts(const Snapshot& snapshot);
     void followSuggestion();
     std::vector<Selected> selection() const;
@@ -68,18 +72,23 @@ private:
     void offerTextReading(RenameDialog& dialog, const std::filesystem::path& file) const;
     void askGroup();
 
-    QTableWidget* table_;
+    // Selects the rows showing these files (keys from PathSafety::key); scrolls to
+    // the first when asked. Returns how many were found.
+    int selectKeys(const std::set<std::string>& keys, bool scroll);
+    void showCount();
+
+    QTableView* table_;
+    MatchModel* model_files_;
+    MatchFilter* filter_;
+    QLineEdit* nameFilter_;
+    QComboBox* stateFilter_;
+    QLabel* shownCount_;
     ProjectDropList* dropList_;
 
-    // Thumbnails in the File column: a row asks when it is built, and every row
-    // showing a file state gets its picture when it arrives.
-    void setThumbnail(QTableWidgetItem* item, const FileRecord& file);
-    void showThumbnail(const QString& fingerprint, const QImage& image);
-    // Asks for the thumbnails of the rows on screen (and a few below).
+    // Thumbnails in the File column: the rows on screen ask for theirs (and a few
+    // below), and each repaints when its picture arrives.
     void requestVisibleThumbnails();
-    QHash<QString, int> rowOfFingerprint_;  // the row showing each file state
     ThumbnailCache* thumbnails_;
-    QIcon placeholder_;  // until a file's thumbnail is decoded
 
     QLabel* noFiles_;
     QLabel* dryRunNote_;
@@ -95,6 +104,9 @@ private:
     QPushButton* trash_;
     QPushButton* keepBoth_;
     QListWidget* clusters_;
+    QFutureWatcher<std::vector<Cluster>> clusterSearch_;
+    std::shared_ptr<const std::vector<FileRecord>> clusterFiles_;  // what the clusters shown were found in
+    std::set<std::string> clusterIgnored_;
     QPushButton* ignoreCluster_;
     QPushButton* restoreIgnored_;
     std::vector<SentSort> sentSorts_;

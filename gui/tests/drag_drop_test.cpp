@@ -46,7 +46,7 @@ private Q_SLOTS:
         // From the file manager: an inbox file is selected on Match, another is refused.
         window.openFiles({QString::fromStdString((inbox / "brief for lotus.pdf").string()),
                           QString::fromStdString((root / "elsewhere.pdf").string())});
-        auto* table = window.page(1)->findChild<QTableWidget*>("matchTable");
+        auto* table = window.page(1)->findChild<QTableView*>("matchTable");
         QCOMPARE(table->selectionModel()->selectedRows().size(), 1);
         QCOMPARE(window.findChild<QLabel*>("messageBar")->text(),
                  QString(text::kDroppedOutsideInbox).arg("elsewhere.pdf"));

@@ -3,6 +3,7 @@
 // disables every action, and a second launch raises the first window. Every test
 // runs a real engine on its own temporary data directory.
 #include <QCheckBox>
+#include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -22,6 +23,7 @@
 #include "gui/background_mode.h"
 #include "gui/history_page.h"
 #include "gui/main_window.h"
+#include "gui/match_model.h"
 #include "gui/onboarding_dialog.h"
 #include "gui/single_instance.h"
 #include "gui/tests/isolated_app.h"
@@ -61,6 +63,7 @@ class GuiTest : public QObject {
 private Q_SLOTS:
     void grantedFoldersFillEveryPage();
     void cleanPreviewFollowsTheThresholds();
+    void matchSortsByValueAndFiltersByNameAndState();
     void answersArriveInTheOrderCommandsWereSent();
     void closingHidesOrMinimisesAsChosen();
     void launchAtLoginWritesAndRemovesTheAutostartEntry();
@@ -91,16 +94,16 @@ void GuiTest::grantedFoldersFillEveryPage() {
     QVERIFY(settle(model));
     QVERIFY2(model.refusal().isEmpty(), qPrintable(model.refusal()));
 
-    auto* files = window.page(kMatch)->findChild<QTableWidget*>("matchTable");
-    QCOMPARE(files->rowCount(), 2);
+    auto* files = window.page(kMatch)->findChild<QTableView*>("matchTable");
+    QCOMPARE(files->model()->rowCount(), 2);
     QStringList names = column(files, 0);
     names.sort();
     QCOMPARE(names, QStringList({"ACME-logo-final.psd", "notes.txt"}));
     const int logo = column(files, 0).indexOf("ACME-logo-final.psd");
-    QCOMPARE(files->item(logo, 2)->text(), QString("ACME"));
-    QCOMPARE(files->item(logo, 3)->text(), QString("Working"));
-    QVERIFY(files->item(logo, 4)->text().toInt() > 0);
-    QVERIFY(files->item(logo, 5)->text().contains("ACME"));  // the signal that named the project
+    QCOMPARE(cell(files, logo, MatchModel::kProject), QString("ACME"));
+    QCOMPARE(cell(files, logo, MatchModel::kCategory), QString("Working"));
+    QVERIFY(cell(files, logo, MatchModel::kScore).toInt() > 0);
+    QVERIFY(cell(files, logo, MatchModel::kSignals).contains("ACME"));  // the signal that named the project
 
     auto* projects = window.page(kProjects)->findChild<QTableWidget*>("projectsTable");
     QStringList projectNames = column(projects, 0);
@@ -121,9 +124,53 @@ void GuiTest::grantedFoldersFillEveryPage() {
     grants->selectRow(column(grants, 1).indexOf(QString::fromStdString((root / "Downloads").string())));
     window.page(kSettings)->findChild<QPushButton*>("removeGrant")->click();
     QVERIFY(settle(model));
-    QCOMPARE(files->rowCount(), 0);
+    QCOMPARE(files->model()->rowCount(), 0);
     QCOMPARE(grants->rowCount(), 1);
     QVERIFY(window.findChild<QLabel*>("messageBar")->text().startsWith("Removed folder "));
+}
+
+void GuiTest::matchSortsByValueAndFiltersByNameAndState() {
+    TempDir root;
+    writeFile(root / "Downloads/Trà Xanh nhãn.ai", std::string(1000, 'a'));
+    writeFile(root / "Downloads/tra sua.png", std::string(5, 'b'));
+    writeFile(root / "Downloads/ACME-logo-final.psd", std::string(200, 'c'));
+    std::filesystem::create_directories(root / "Projects/ACME");
+    AppModel model;
+    MainWindow window(model);
+    model.start(root / "data");
+    model.addGrant(root / "Downloads", FolderGrant::Role::watch);
+    model.addGrant(root / "Projects", FolderGrant::Role::projectHome);
+    QVERIFY(settle(model));
+    auto* files = window.page(kMatch)->findChild<QTableView*>("matchTable");
+    QCOMPARE(files->model()->rowCount(), 3);
+
+    // Sizes sort by bytes, not by their text ("1000 B" would come before "5 B").
+    files->sortByColumn(MatchModel::kSize, Qt::AscendingOrder);
+    QCOMPARE(column(files, MatchModel::kFile), QStringList({"tra sua.png", "ACME-logo-final.psd", "Trà Xanh nhãn.ai"}));
+    files->sortByColumn(MatchModel::kScore, Qt::DescendingOrder);
+    QCOMPARE(cell(files, 0, MatchModel::kFile), QString("ACME-logo-final.psd"));
+
+    // The name filter ignores accents and case; the state filter narrows further.
+    auto* name = window.page(kMatch)->findChild<QLineEdit*>("matchFilter");
+    auto* state = window.page(kMatch)->findChild<QComboBox*>("stateFilter");
+    name->setText("TRA XANH");
+    QCOMPARE(column(files, MatchModel::kFile), QStringList({"Trà Xanh nhãn.ai"}));
+    name->setText("tra");
+    QCOMPARE(files->model()->rowCount(), 2);
+    QCOMPARE(window.page(kMatch)->findChild<QLabel*>("matchShown")->text(), QString("2 / 3 tệp"));
+    name->clear();
+    state->setCurrentIndex(state->findData("No Idea"));
+    QCOMPARE(files->model()->rowCount(), 2);
+    QVERIFY(!column(files, MatchModel::kFile).contains("ACME-logo-final.psd"));
+
+    // A selection made through the filter survives the next snapshot.
+    files->selectRow(0);
+    const QString chosen = cell(files, 0, MatchModel::kFile);
+    model.scan();
+    QVERIFY(settle(model));
+    const auto rows = files->selectionModel()->selectedRows(MatchModel::kFile);
+    QCOMPARE(rows.size(), 1);
+    QCOMPARE(rows.front().data().toString(), chosen);
 }
 
 void GuiTest::cleanPreviewFollowsTheThresholds() {
@@ -140,9 +187,9 @@ void GuiTest::cleanPreviewFollowsTheThresholds() {
     QVERIFY(settle(model));
     auto* preview = window.findChild<QListWidget*>("cleanPreview");
     auto* ready = window.findChild<QLabel*>("readyCount");
-    auto* files = window.page(kMatch)->findChild<QTableWidget*>("matchTable");
+    auto* files = window.page(kMatch)->findChild<QTableView*>("matchTable");
     const int logo = column(files, 0).indexOf("ACME-logo-final.psd");
-    const int score = files->item(logo, 4)->text().toInt();
+    const int score = cell(files, logo, MatchModel::kScore).toInt();
     QVERIFY(score > 2 && score < 90);  // a name match alone is not enough for the default "Ready"
     QCOMPARE(ready->text(), QString("0"));
     QCOMPARE(preview->count(), 1);
@@ -154,7 +201,7 @@ void GuiTest::cleanPreviewFollowsTheThresholds() {
     model.updateSettings(settings);
     QVERIFY(settle(model));
     QCOMPARE(ready->text(), QString("1"));
-    QCOMPARE(files->item(logo, 1)->text(), QString("Ready"));
+    QCOMPARE(cell(files, logo, MatchModel::kState), QString("Ready"));
     QCOMPARE(preview->count(), 1);
     QCOMPARE(preview->item(0)->text(), QString("ACME-logo-final.psd  →  ACME / Working"));
 }

@@ -17,10 +17,13 @@ inline bool settle(AppModel& model) {
     return QTest::qWaitFor([&] { return !model.busy(); }, 20000);
 }
 
-inline QStringList column(const QTableWidget* table, int col) {
+// What a table shows in one cell, and down one column, whatever model it has.
+inline QString cell(const QTableView* table, int row, int col) {
+    return table->model()->index(row, col).data().toString();
+}
+inline QStringList column(const QTableView* table, int col) {
     QStringList values;
-    for (int row = 0; row < table->rowCount(); ++row)
-        values << (table->item(row, col) ? table->item(row, col)->text() : QString());
+    for (int row = 0; row < table->model()->rowCount(); ++row) values << cell(table, row, col);
     return values;
 }
 

@@ -205,7 +205,7 @@ int main(int argc, char** argv) {
     if (!model.refusal().isEmpty()) std::fprintf(stderr, "refused: %s\n", qPrintable(model.refusal()));
 
     // A file chosen on Match shows its actions enabled.
-    window.page(1)->findChild<QTableWidget*>("matchTable")->selectRow(0);
+    window.page(1)->findChild<QTableView*>("matchTable")->selectRow(0);
 
     const char* pages[] = {"overview", "match", "projects", "history", "settings"};
     for (int i = 0; i < 5; ++i) {
@@ -277,7 +277,7 @@ int main(int argc, char** argv) {
     MainWindow dark(model);
     dark.resize(1100, 720);
     dark.show();
-    dark.page(1)->findChild<QTableWidget*>("matchTable")->selectRow(0);
+    dark.page(1)->findChild<QTableView*>("matchTable")->selectRow(0);
     for (int i = 0; i < 5; ++i) {
         dark.showPage(i);
         settleThumbnails(dark);
