@@ -29,7 +29,10 @@
 #include "gui/overview_page.h"
 #include "gui/presentation.h"
 #include "gui/projects_page.h"
+#include "gui/progress_strip.h"
 #include "gui/settings_page.h"
+#include "gui/status_log.h"
+#include <QToolButton>
 #include "gui/texts.h"
 
 namespace kelo::gui {
@@ -50,12 +53,8 @@ MainWindow::MainWindow(AppModel& model, QWidget* parent) : QMainWindow(parent), 
     startupBanner_->hide();
     layout->addWidget(startupBanner_);
 
-    messageBar_ = new QLabel(central);
-    messageBar_->setObjectName(QStringLiteral("messageBar"));
-    messageBar_->setWordWrap(true);
-    messageBar_->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    messageBar_->hide();
-    layout->addWidget(messageBar_);
+    statusLog_ = new StatusLog(central);
+    layout->addWidget(statusLog_);
 
     auto* body = new QHBoxLayout;
     sidebar_ = new QListWidget(central);
@@ -84,15 +83,11 @@ MainWindow::MainWindow(AppModel& model, QWidget* parent) : QMainWindow(parent), 
     layout->addLayout(body, 1);
     setCentralWidget(central);
 
-    busyIndicator_ = new QProgressBar(this);
-    busyIndicator_->setObjectName(QStringLiteral("busyIndicator"));
-    busyIndicator_->setRange(0, 0);
-    busyIndicator_->setMaximumWidth(160);
-    busyLabel_ = new QLabel(this);
+    progress_ = new ProgressStrip(this);
     rescan_ = new QPushButton(text::kRescan, this);
     connect(rescan_, &QPushButton::clicked, &model_, &AppModel::scan);
-    statusBar()->addWidget(busyLabel_);
-    statusBar()->addWidget(busyIndicator_);
+    statusBar()->addWidget(progress_);
+    statusBar()->addPermanentWidget(statusLog_->historyButton());
     statusBar()->addPermanentWidget(rescan_);
     showBusy(model_.busy());
 
@@ -116,23 +111,23 @@ void MainWindow::render() {
     QStringList messages;
     if (snapshot)
         for (const auto& message : snapshot->messages) messages << qs(message);
-    messageBar_->setStyleSheet(QString());
-    messageBar_->setText(messages.join(QLatin1Char('\n')));
-    messageBar_->setVisible(!messages.isEmpty());
+    statusLog_->showMessages(messages);
 
     for (Page* page : pages_) page->render(snapshot, canOperate);
     showBusy(model_.busy());  // the next queued command may have started
 }
 
 void MainWindow::showRefusal(const QString& message) {
-    messageBar_->setStyleSheet(QStringLiteral("QLabel { color: #8a1c12; font-weight: bold; }"));
-    messageBar_->setText(message);
-    messageBar_->show();
+    statusLog_->showRefusal(message);
 }
 
+// Engine commands cannot be stopped halfway (a plan runs whole or is reconciled),
+// so their strip has no stop button.
 void MainWindow::showBusy(bool busy) {
-    busyIndicator_->setVisible(busy);
-    busyLabel_->setText(busy ? text::kWorking + model_.busyLabel() : QString());
+    const QString label = text::kWorking + model_.busyLabel();
+    if (!busy) progress_->end();
+    else if (progress_->active()) progress_->relabel(label);
+    else progress_->begin(label);
 }
 
 void MainWindow::showPage(int index) {

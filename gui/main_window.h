@@ -1,6 +1,6 @@
-// MainWindow: the sidebar of pages, the start-up failure banner, the message bar
-// that shows what the last command said (a refusal verbatim), and the busy
-// indicator while the engine works. Closing it never quits (see BackgroundMode).
+// MainWindow: the sidebar of pages, the start-up failure banner, the status log
+// of what the commands said (a refusal verbatim), and the progress strip while
+// the engine works. Closing it never quits (see BackgroundMode).
 // Main thread only; `model` must outlive the window.
 #pragma once
 
@@ -20,6 +20,8 @@ namespace kelo::gui {
 
 class Page;
 class Companion;
+class ProgressStrip;
+class StatusLog;
 
 class MainWindow : public QMainWindow {
 public:
@@ -56,12 +58,11 @@ private:
 
     AppModel& model_;
     QLabel* startupBanner_;
-    QLabel* messageBar_;
+    StatusLog* statusLog_;
     QListWidget* sidebar_;
     QStackedWidget* stack_;
     std::vector<Page*> pages_;
-    QProgressBar* busyIndicator_;
-    QLabel* busyLabel_;
+    ProgressStrip* progress_;
     QPushButton* rescan_;
     QSystemTrayIcon* tray_ = nullptr;
     Companion* companion_ = nullptr;

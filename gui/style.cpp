@@ -96,6 +96,7 @@ QListWidget#sidebar::item { padding: 9px 12px; margin: 2px 0; border-radius: 8px
 QListWidget#sidebar::item:selected { background: @accent; color: @accentText; }
 QListWidget#sidebar::item:hover:!selected { background: @alternate; }
 QLabel#messageBar { background: @alternate; border: 1px solid @border; border-radius: 8px; padding: 8px 12px; }
+QLabel#messageBar[refusal="true"] { color: #d93f35; border-color: #d93f35; font-weight: bold; }
 QProgressBar { border: 1px solid @border; border-radius: 6px; background: @base; text-align: center; min-height: 14px; }
 QProgressBar::chunk { background: @accent; border-radius: 5px; }
 QStatusBar { background: @window; }

@@ -20,6 +20,9 @@ inline constexpr char kTrayQuit[] = "Thoát";
 inline constexpr char kWorking[] = "Đang làm: ";
 inline constexpr char kEngineUnavailable[] = "Kelo chưa khởi động được nên không thể làm việc này.";
 inline constexpr char kRescan[] = "Quét lại";
+inline constexpr char kStatusHistory[] = "Nhật ký";
+inline constexpr char kStatusHistoryCount[] = "Nhật ký (%1)";
+inline constexpr char kCancelWork[] = "Dừng";
 inline constexpr char kOk[] = "Đồng ý";
 inline constexpr char kCancel[] = "Huỷ";
 

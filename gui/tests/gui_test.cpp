@@ -25,6 +25,8 @@
 #include "gui/main_window.h"
 #include "gui/match_model.h"
 #include "gui/onboarding_dialog.h"
+#include "gui/progress_strip.h"
+#include "gui/status_log.h"
 #include "gui/single_instance.h"
 #include "gui/tests/isolated_app.h"
 #include "support/temp_dir.h"
@@ -64,6 +66,8 @@ private Q_SLOTS:
     void grantedFoldersFillEveryPage();
     void cleanPreviewFollowsTheThresholds();
     void matchSortsByValueAndFiltersByNameAndState();
+    void statusLogNamesFilesAndKeepsTheLastMessages();
+    void progressStripWaitsHalfASecondAndCanStop();
     void answersArriveInTheOrderCommandsWereSent();
     void closingHidesOrMinimisesAsChosen();
     void launchAtLoginWritesAndRemovesTheAutostartEntry();
@@ -171,6 +175,56 @@ void GuiTest::matchSortsByValueAndFiltersByNameAndState() {
     const auto rows = files->selectionModel()->selectedRows(MatchModel::kFile);
     QCOMPARE(rows.size(), 1);
     QCOMPARE(rows.front().data().toString(), chosen);
+}
+
+void GuiTest::statusLogNamesFilesAndKeepsTheLastMessages() {
+    QCOMPARE(StatusLog::withFileNames("Moved /home/a/Sample folders/Downloads/brief v2.pdf to /home/a/Projects/Bloom/Reference."),
+             QString("Moved brief v2.pdf to Reference."));
+    QCOMPARE(StatusLog::withFileNames("Created the project Mango at /p/Mango. Kelo never deletes folders: /x/y, ok"),
+             QString("Created the project Mango at Mango. Kelo never deletes folders: y, ok"));
+    QCOMPARE(StatusLog::withFileNames("50/50 and/or a/b stay"), QString("50/50 and/or a/b stay"));
+
+    StatusLog log;
+    auto* latest = log.findChild<QLabel*>("messageBar");
+    for (int i = 0; i < StatusLog::kKept + 3; ++i) log.showMessages({QString("Renamed /in/file %1.png.").arg(i)});
+    log.showRefusal("Left /in/x.ai where it is: Name conflict: /p/x.ai");
+    QCOMPARE(latest->text(), QString("Left x.ai where it is: Name conflict: x.ai"));
+    QCOMPARE(latest->toolTip(), QString("Left /in/x.ai where it is: Name conflict: /p/x.ai"));
+    QCOMPARE(latest->property("refusal").toBool(), true);
+    const auto& entries = log.entries();
+    QCOMPARE(entries.size(), std::size_t(StatusLog::kKept));
+    QVERIFY(entries.front().refusal);
+    QCOMPARE(entries[1].text, QString("Renamed file 22.png."));  // newest first
+    QVERIFY(!entries[1].refusal);
+    log.showMessages({});
+    QVERIFY(latest->isHidden());
+    QCOMPARE(log.entries().size(), std::size_t(StatusLog::kKept));  // the log keeps what was said
+}
+
+void GuiTest::progressStripWaitsHalfASecondAndCanStop() {
+    QWidget host;
+    auto* strip = new ProgressStrip(&host);
+    host.show();
+    auto* bar = strip->findChild<QProgressBar*>("busyIndicator");
+    auto* stop = strip->findChild<QPushButton*>("progressStop");
+
+    strip->begin("quick");
+    strip->end();
+    QTest::qWait(ProgressStrip::kDelayMs + 100);
+    QVERIFY(strip->isHidden());  // work that ended at once never flashed
+
+    std::stop_source source;
+    strip->begin("slow", source);
+    QVERIFY(strip->isHidden());
+    QTRY_VERIFY(!strip->isHidden());
+    QCOMPARE(bar->maximum(), 0);  // no counts yet: it runs back and forth
+    strip->report(250, 1000);
+    QCOMPARE(bar->value(), 250);
+    QVERIFY(stop->isVisible() && stop->isEnabled());
+    stop->click();
+    QVERIFY(source.stop_requested());
+    strip->end();
+    QVERIFY(strip->isHidden());
 }
 
 void GuiTest::cleanPreviewFollowsTheThresholds() {
@@ -386,7 +440,8 @@ void GuiTest::windowKeepsRunningWhileACommandIsPending() {
     });
     auto* indicator = window.findChild<QProgressBar*>("busyIndicator");
     QVERIFY(model.busy());
-    QVERIFY(!indicator->isHidden());
+    QVERIFY(indicator->isHidden());  // work that ends within half a second shows nothing
+    QTRY_VERIFY(!indicator->isHidden());
 
     // The event loop keeps delivering timers while the engine is held.
     int ticks = 0;
