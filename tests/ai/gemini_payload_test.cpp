@@ -1,0 +1,208 @@
+// The Gemini request body and the validation of its answer: the schema offers only
+// the given projects, the limits hold at their edges, and every kind of bad answer
+// is refused with its own text.
+#include "ai/gemini_payload.h"
+
+#include <gtest/gtest.h>
+
+#include "model/encoding.h"
+#include "model/json_codec.h"
+#include "model/kelo_error.h"
+
+namespace kelo {
+namespace {
+
+namespace GP = GeminiPayload;
+
+FileRecord fileNamed(const std::string& name) {
+    FileRecord file;
+    file.url = "/home/u/Downloads/" + name;
+    file.sourceFolder = "/home/u/Downloads";
+    return file;
+}
+
+std::vector<AIProjectContext> someProjects(std::size_t count) {
+    std::vector<AIProjectContext> projects;
+    for (std::size_t i = 0; i < count; ++i) projects.push_back({Uuid::random(), "Project " + std::to_string(i)});
+    return projects;
+}
+
+std::string refusal(const std::function<void()>& call) {
+    try {
+        call();
+    } catch (const KeloError& e) {
+        return e.message();
+    }
+    return "(accepted)";
+}
+
+TEST(GeminiPayloadTest, ContextListsProjectsInOrderWithKnownProject) {
+    const auto projects = someProjects(2);
+    const Json context = Json::parse(GP::context(fileNamed("Ảnh bìa.png"), projects, projects[1].id));
+    EXPECT_EQ(context["filename"], "Ảnh bìa.png");
+    ASSERT_EQ(context["projects"].size(), 2u);
+    EXPECT_EQ(context["projects"][0]["id"], projects[0].id.text());
+    EXPECT_EQ(context["projects"][1]["name"], "Project 1");
+    EXPECT_EQ(context["knownProject"], projects[1].id.text());
+    EXPECT_EQ(Json::parse(GP::context(fileNamed("a.png"), {}, std::nullopt))["knownProject"], "unknown");
+}
+
+TEST(GeminiPayloadTest, ContextLimitsProjects) {
+    const auto fifty = someProjects(50);
+    EXPECT_NO_THROW(GP::context(fileNamed("a.png"), fifty, std::nullopt));
+    EXPECT_EQ(refusal([&] { GP::context(fileNamed("a.png"), someProjects(51), std::nullopt); }), GP::kTooManyProjects);
+
+    auto named = someProjects(1);
+    named[0].name = std::string(256, 'x');
+    EXPECT_NO_THROW(GP::context(fileNamed("a.png"), named, std::nullopt));
+    named[0].name += "x";
+    EXPECT_EQ(refusal([&] { GP::context(fileNamed("a.png"), named, std::nullopt); }), GP::kTooManyProjects);
+    // A known project that was not offered.
+    EXPECT_EQ(refusal([&] { GP::context(fileNamed("a.png"), fifty, Uuid::random()); }), GP::kTooManyProjects);
+}
+
+TEST(GeminiPayloadTest, BodyCarriesInstructionContextImageAndSchema) {
+    const auto projects = someProjects(2);
+    const std::string jpeg = "\xFF\xD8\xFF\xE0 not really a jpeg";
+    const std::string context = GP::context(fileNamed("a.png"), projects, std::nullopt);
+    const Json body = Json::parse(GP::body(jpeg, context, projects));
+
+    EXPECT_EQ(body["systemInstruction"]["parts"][0]["text"], GP::kSystemInstruction);
+    ASSERT_EQ(body["contents"].size(), 1u);
+    EXPECT_EQ(body["contents"][0]["role"], "user");
+    EXPECT_EQ(body["contents"][0]["parts"][0]["text"], context);
+    const Json& image = body["contents"][0]["parts"][1]["inline_data"];
+    EXPECT_EQ(image["mime_type"], "image/jpeg");
+    const auto decoded = base64Decode(image["data"].get<std::string>());
+    ASSERT_TRUE(decoded);
+    EXPECT_EQ(std::string(decoded->begin(), decoded->end()), jpeg);
+
+    const Json& config = body["generationConfig"];
+    EXPECT_EQ(config["responseMimeType"], "application/json");
+    EXPECT_EQ(config["maxOutputTokens"], 2048);
+    const Json& schema = config["responseJsonSchema"];
+    EXPECT_EQ(schema["type"], "object");
+    EXPECT_EQ(schema["properties"]["project_id"]["enum"],
+              Json::array({projects[0].id.text(), projects[1].id.text(), "unknown"}));
+    EXPECT_EQ(schema["properties"]["category"]["enum"], Json::array({"Working", "Export", "Assets", "Reference"}));
+    EXPECT_EQ(schema["properties"]["confidence"]["enum"], Json::array({"low", "medium", "high"}));
+    EXPECT_EQ(schema["properties"]["stem"], Json({{"type", "string"}}));
+    EXPECT_EQ(schema["required"], Json::array({"project_id", "category", "stem", "reason", "confidence"}));
+
+    const Json bare = Json::parse(GP::body(jpeg, GP::context(fileNamed("a.png"), {}, std::nullopt), {}));
+    EXPECT_EQ(bare["generationConfig"]["responseJsonSchema"]["properties"]["project_id"]["enum"],
+              Json::array({"unknown"}));
+}
+
+TEST(GeminiPayloadTest, BodyLimitsImageAndContext) {
+    const std::string context = GP::context(fileNamed("a.png"), {}, std::nullopt);
+    EXPECT_NO_THROW(GP::body(std::string(1'048'576, 'j'), context, {}));
+    EXPECT_EQ(refusal([&] { GP::body(std::string(1'048'577, 'j'), context, {}); }), GP::kPayloadTooLarge);
+    EXPECT_EQ(refusal([&] { GP::body("", context, {}); }), GP::kPayloadTooLarge);
+    EXPECT_NO_THROW(GP::body("j", std::string(24'000, 'c'), {}));
+    EXPECT_EQ(refusal([&] { GP::body("j", std::string(24'001, 'c'), {}); }), GP::kPayloadTooLarge);
+}
+
+// A generateContent answer whose one candidate holds `text`.
+std::string envelope(const std::string& text, const std::string& finish = "STOP") {
+    return Json{
+        {"candidates", {{{"content", {{"parts", {{{"text", text}}}}, {"role", "model"}}}, {"finishReason", finish}}}}}
+        .dump();
+}
+
+std::string output(const std::string& project, const std::string& stem = "HY-Social-Post15",
+                   const std::string& reason = "Tên tệp khớp với dự án.", const std::string& category = "Export",
+                   const std::string& confidence = "high") {
+    return Json{
+        {"project_id", project}, {"category", category}, {"stem", stem}, {"reason", reason}, {"confidence", confidence}}
+        .dump();
+}
+
+TEST(GeminiPayloadTest, AdviceFromValidAnswers) {
+    const auto projects = someProjects(3);
+    const FileRecord file = fileNamed("a.PNG");
+    const AIAdvice advice = GP::advice(envelope(output(projects[2].id.text())), file, projects, std::nullopt);
+    EXPECT_EQ(advice.projectID, projects[2].id);
+    EXPECT_EQ(advice.category, Category::export_);
+    EXPECT_EQ(advice.filename, "HY-Social-Post15.PNG");
+    EXPECT_EQ(advice.reason, "Tên tệp khớp với dự án.");
+    EXPECT_EQ(advice.confidence, AIConfidence::high);
+
+    // "unknown" is no project; a file without an extension keeps none; thought parts
+    // are left out and the rest joined without a separator.
+    const std::string answer = output("unknown", "Mixed_stem-2");
+    const std::string split = Json{{"candidates",
+                                    {{{"content",
+                                       {{"parts",
+                                         {{{"text", "{\"nope\":1}"}, {"thought", true}},
+                                          {{"text", answer.substr(0, 10)}},
+                                          {{"text", answer.substr(10)}, {"thought", false}}}}}},
+                                      {"finishReason", "STOP"}}}}}
+                                  .dump();
+    const AIAdvice unknown = GP::advice(split, fileNamed("README"), projects, std::nullopt);
+    EXPECT_FALSE(unknown.projectID);
+    EXPECT_EQ(unknown.filename, "Mixed_stem-2");
+
+    EXPECT_EQ(GP::advice(envelope(output(projects[0].id.text())), file, projects, projects[0].id).projectID,
+              projects[0].id);
+}
+
+TEST(GeminiPayloadTest, AdviceRefusesEveryKindOfBadAnswer) {
+    const auto projects = someProjects(2);
+    const std::string listed = projects[0].id.text();
+    struct Case {
+        const char* what;
+        std::string response;
+        std::optional<Uuid> known;
+        std::string_view text;
+    };
+    const Case cases[] = {
+        {"too large", std::string(262'145, ' '), std::nullopt, GP::kResponseTooLarge},
+        {"not JSON", "<html>", std::nullopt, GP::kIncompleteSuggestion},
+        {"no candidates key", "{}", std::nullopt, GP::kIncompleteSuggestion},
+        {"no candidates", R"({"candidates":[]})", std::nullopt, GP::kIncompleteSuggestion},
+        {"no content", R"({"candidates":[{"finishReason":"STOP"}]})", std::nullopt, GP::kIncompleteSuggestion},
+        {"no finish reason", R"({"candidates":[{"content":{"parts":[{"text":"x"}]}}]})", std::nullopt,
+         GP::kIncompleteSuggestion},
+        {"cut off", envelope(output(listed), "MAX_TOKENS"), std::nullopt, GP::kIncompleteSuggestion},
+        {"wrong part type", R"({"candidates":[{"content":{"parts":[{"text":5}]},"finishReason":"STOP"}]})",
+         std::nullopt, GP::kIncompleteSuggestion},
+        {"empty text", envelope(""), std::nullopt, GP::kIncompleteSuggestion},
+        {"text too large", envelope(std::string(16'001, ' ')), std::nullopt, GP::kSuggestionTooLarge},
+        {"text not JSON", envelope("I think Project 1"), std::nullopt, GP::kIncompleteSuggestion},
+        {"missing field", envelope(R"({"project_id":"unknown","category":"Export","stem":"a","reason":"b"})"),
+         std::nullopt, GP::kIncompleteSuggestion},
+        {"unknown category", envelope(output(listed, "a", "b", "Final")), std::nullopt, GP::kIncompleteSuggestion},
+        {"unknown confidence", envelope(output(listed, "a", "b", "Export", "certain")), std::nullopt,
+         GP::kIncompleteSuggestion},
+        {"project not offered", envelope(output(Uuid::random().text())), std::nullopt, GP::kUnavailableProject},
+        {"project not a UUID", envelope(output("Project 1")), std::nullopt, GP::kUnavailableProject},
+        {"conflicts with known", envelope(output(projects[1].id.text())), projects[0].id, GP::kUnavailableProject},
+        {"empty stem", envelope(output(listed, "")), std::nullopt, GP::kInvalidStemOrReason},
+        {"stem starts with hyphen", envelope(output(listed, "-Post")), std::nullopt, GP::kInvalidStemOrReason},
+        {"stem with path", envelope(output(listed, "../etc/passwd")), std::nullopt, GP::kInvalidStemOrReason},
+        {"stem with space", envelope(output(listed, "Social Post")), std::nullopt, GP::kInvalidStemOrReason},
+        {"stem with extension", envelope(output(listed, "Post.png")), std::nullopt, GP::kInvalidStemOrReason},
+        {"stem too long", envelope(output(listed, std::string(161, 'a'))), std::nullopt, GP::kInvalidStemOrReason},
+        {"empty reason", envelope(output(listed, "Post", "")), std::nullopt, GP::kInvalidStemOrReason},
+        {"reason too long", envelope(output(listed, "Post", std::string(501, 'r'))), std::nullopt,
+         GP::kInvalidStemOrReason},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(refusal([&] { GP::advice(c.response, fileNamed("a.png"), projects, c.known); }), c.text) << c.what;
+
+    // At the limits: 160 bytes of stem (Vietnamese letters count by byte) and 500
+    // characters of reason are fine.
+    EXPECT_NO_THROW(GP::advice(envelope(output(listed, std::string(160, 'a'), std::string(500, 'r'))),
+                               fileNamed("a.png"), projects, std::nullopt));
+    EXPECT_NO_THROW(GP::advice(envelope(output(listed, "Bìa-Đẹp", "ổn")), fileNamed("a.png"), projects, std::nullopt));
+    // A stem that fits its own limit but not with the extension.
+    EXPECT_EQ(refusal([&] {
+                  GP::advice(envelope(output(listed, std::string(160, 'a'))), fileNamed("a." + std::string(100, 'e')),
+                             projects, std::nullopt);
+              }),
+              GP::kInvalidFilename);
+}
+
+}  // namespace
+}  // namespace kelo
