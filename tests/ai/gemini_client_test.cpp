@@ -161,18 +161,28 @@ TEST(GeminiClientTest, ServerThatNeverAnswersTimesOutOrIsCancelled) {
     EXPECT_EQ(effectOf(std::get<GeminiFailure>(timedOut)), AIFailureEffect::pauseFiveMinutes);
     EXPECT_EQ(server.requests().size(), 1u);
 
+    // Nothing moving for the idle time ends it as well, long before the whole
+    // exchange's limit.
+    GeminiTransport stalled = trusting(server, "/silent");
+    stalled.idleTimeout = std::chrono::milliseconds(200);
+    const auto idle = GeminiClient::send("{}", kKey, stalled);
+    ASSERT_TRUE(std::holds_alternative<GeminiFailure>(idle));
+    EXPECT_EQ(std::get<GeminiFailure>(idle).kind, GeminiFailureKind::network);
+    EXPECT_EQ(std::get<GeminiFailure>(idle).detail, "no data moved within the idle timeout");
+    EXPECT_EQ(server.requests().size(), 2u);
+
     std::stop_source stop;
     GeminiClient::Result cancelled;
     std::thread sender(
         [&] { cancelled = GeminiClient::send("{}", kKey, trusting(server, "/silent"), stop.get_token()); });
-    ASSERT_TRUE(server.waitForRequests(2));
+    ASSERT_TRUE(server.waitForRequests(3));
     stop.request_stop();
     sender.join();
     ASSERT_TRUE(std::holds_alternative<GeminiFailure>(cancelled));
     EXPECT_EQ(std::get<GeminiFailure>(cancelled).kind, GeminiFailureKind::cancelled);
     EXPECT_EQ(userText(std::get<GeminiFailure>(cancelled)), kRequestCancelledText);
     EXPECT_EQ(effectOf(std::get<GeminiFailure>(cancelled)), AIFailureEffect::none);
-    EXPECT_EQ(server.requests().size(), 2u);
+    EXPECT_EQ(server.requests().size(), 3u);
 }
 
 TEST(GeminiClientTest, SendsOnlyOverVerifiedHttps) {
