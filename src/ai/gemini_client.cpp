@@ -94,8 +94,11 @@ int onProgress(void* user, curl_off_t, curl_off_t down, curl_off_t, curl_off_t u
         t.cancelled = true;
         return 1;
     }
+    // Until the first byte of the request is out, the connect timeout governs.
     const auto now = Clock::now();
-    if (down != t.lastDown || up != t.lastUp) {
+    if (up == 0 && down == 0) {
+        t.lastProgress = now;
+    } else if (down != t.lastDown || up != t.lastUp) {
         t.lastDown = down;
         t.lastUp = up;
         t.lastProgress = now;

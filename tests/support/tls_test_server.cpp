@@ -196,9 +196,19 @@ std::vector<ReceivedRequest> TlsTestServer::requests() const {
     return requests_;
 }
 
-bool TlsTestServer::waitForRequests(std::size_t count, std::chrono::seconds limit) const {
+bool TlsTestServer::waitForRequests(std::size_t count, std::chrono::seconds limit, const std::string& target) const {
     std::unique_lock lock(mutex_);
-    return arrived_.wait_for(lock, limit, [&] { return requests_.size() >= count; });
+    return arrived_.wait_for(lock, limit, [&] {
+        return static_cast<std::size_t>(std::count_if(requests_.begin(), requests_.end(), [&](const auto& r) {
+                   return target.empty() || r.target == target;
+               })) >= count;
+    });
+}
+
+std::size_t TlsTestServer::requestsFor(const std::string& target) const {
+    std::lock_guard lock(mutex_);
+    return static_cast<std::size_t>(
+        std::count_if(requests_.begin(), requests_.end(), [&](const auto& r) { return r.target == target; }));
 }
 
 void TlsTestServer::serve() {

@@ -57,8 +57,11 @@ public:
 
     std::vector<ReceivedRequest> requests() const;
     // Waits (on a condition variable, not by sleeping) until `count` requests
-    // have arrived; false when `limit` passed first.
-    bool waitForRequests(std::size_t count, std::chrono::seconds limit = std::chrono::seconds(20)) const;
+    // have arrived (for `target` only, when it is not empty); false when `limit`
+    // passed first.
+    bool waitForRequests(std::size_t count, std::chrono::seconds limit = std::chrono::seconds(20),
+                         const std::string& target = {}) const;
+    std::size_t requestsFor(const std::string& target) const;
 
 private:
     void serve();
