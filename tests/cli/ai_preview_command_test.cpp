@@ -54,12 +54,6 @@ TEST(AiPreviewCommandTest, WritesTheJpegThatWouldBeSentAsANewFileOnly) {
     std::tie(status, out) = kelo(dir, "ai preview poster.png --attach export.png --out attached.jpg");
     ASSERT_EQ(status, 0) << out;
     EXPECT_EQ(VImage::new_from_file((dir / "attached.jpg").c_str()).width(), 600);
-
-    testing::writeFile(dir / "big.psb", "8BPS");
-    std::tie(status, out) = kelo(dir, "ai preview big.psb --out psb.jpg");
-    EXPECT_EQ(status, 1);
-    EXPECT_EQ(out, std::string(AIPreview::kUnsupportedText) + "\n");
-    EXPECT_FALSE(std::filesystem::exists(dir / "psb.jpg"));
 }
 
 }  // namespace

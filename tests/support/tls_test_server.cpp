@@ -57,21 +57,6 @@ std::pair<EVP_PKEY*, X509*> makeIdentity() {
     return {key, cert};
 }
 
-std::string reasonPhrase(int status) {
-    switch (status) {
-        case 200: return "OK";
-        case 201: return "Created";
-        case 302: return "Found";
-        case 400: return "Bad Request";
-        case 401: return "Unauthorized";
-        case 403: return "Forbidden";
-        case 404: return "Not Found";
-        case 429: return "Too Many Requests";
-        case 500: return "Internal Server Error";
-        default: return "Status";
-    }
-}
-
 std::string lower(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
     return text;
@@ -129,7 +114,7 @@ bool readRequest(SSL* ssl, ReceivedRequest& request) {
 
 std::string render(const CannedResponse& response) {
     if (!response.raw.empty()) return response.raw;
-    std::string out = "HTTP/1.1 " + std::to_string(response.status) + " " + reasonPhrase(response.status) + "\r\n";
+    std::string out = "HTTP/1.1 " + std::to_string(response.status) + " Canned\r\n";
     for (const auto& [name, value] : response.headers) out += name + ": " + value + "\r\n";
     out += "Content-Type: application/json\r\nConnection: close\r\n";
     if (!response.chunked)
