@@ -50,7 +50,6 @@ struct Transfer {
     std::stop_token stop;
     std::string body;
     bool headChecked = false;
-    bool stoppedOnStatus = false;
     bool tooLarge = false;
     bool cancelled = false;
     bool idle = false;
@@ -58,25 +57,35 @@ struct Transfer {
     Clock::time_point lastProgress = Clock::now();
 };
 
-// The body arrives here. An error status is not read further, and a body that
-// declares or reaches more than the limit stops the transfer on the spot.
+// Decided once the head of the answer is in, before any of its body is read: an
+// error status is not read further, and a body declared over the limit is refused.
+bool headAcceptable(Transfer& t) {
+    if (t.headChecked) return true;
+    t.headChecked = true;
+    long status = 0;
+    curl_easy_getinfo(t.curl, CURLINFO_RESPONSE_CODE, &status);
+    if (status != 200) return false;
+    curl_off_t declared = -1;
+    curl_easy_getinfo(t.curl, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &declared);
+    t.tooLarge = declared > static_cast<curl_off_t>(GeminiPayload::kResponseLimit);
+    return !t.tooLarge;
+}
+
+// Each header line arrives here; the empty one ends a head.
+std::size_t onHeader(char* data, std::size_t, std::size_t count, void* user) {
+    auto& t = *static_cast<Transfer*>(user);
+    const std::string_view line(data, count);
+    if (line != "\r\n" && line != "\n") return count;
+    long status = 0;
+    curl_easy_getinfo(t.curl, CURLINFO_RESPONSE_CODE, &status);
+    if (status >= 100 && status < 200) return count;  // an interim head ("100 Continue"); the real one follows
+    return headAcceptable(t) ? count : 0;
+}
+
+// The body arrives here; one byte over the limit stops the transfer on the spot.
 std::size_t onBody(char* data, std::size_t, std::size_t count, void* user) {
     auto& t = *static_cast<Transfer*>(user);
-    if (!t.headChecked) {
-        t.headChecked = true;
-        long status = 0;
-        curl_easy_getinfo(t.curl, CURLINFO_RESPONSE_CODE, &status);
-        if (status != 200) {
-            t.stoppedOnStatus = true;
-            return 0;
-        }
-        curl_off_t declared = -1;
-        curl_easy_getinfo(t.curl, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &declared);
-        if (declared > static_cast<curl_off_t>(GeminiPayload::kResponseLimit)) {
-            t.tooLarge = true;
-            return 0;
-        }
-    }
+    if (!headAcceptable(t)) return 0;
     if (t.body.size() + count > GeminiPayload::kResponseLimit) {
         t.tooLarge = true;
         return 0;
@@ -210,6 +219,8 @@ Result send(std::string_view body, std::string_view key, const GeminiTransport& 
     curl_easy_setopt(c, CURLOPT_SSL_VERIFYHOST, 2L);
     curl_easy_setopt(c, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(transport.idleTimeout.count()));
     curl_easy_setopt(c, CURLOPT_TIMEOUT_MS, static_cast<long>(transport.resourceTimeout.count()));
+    curl_easy_setopt(c, CURLOPT_HEADERFUNCTION, onHeader);
+    curl_easy_setopt(c, CURLOPT_HEADERDATA, &t);
     curl_easy_setopt(c, CURLOPT_WRITEFUNCTION, onBody);
     curl_easy_setopt(c, CURLOPT_WRITEDATA, &t);
     curl_easy_setopt(c, CURLOPT_NOPROGRESS, 0L);

@@ -79,6 +79,10 @@ TEST(GeminiClientTest, EveryKindOfAnswerEndsOnceWithItsTextAndEffect) {
     chunkedFits.chunked = true;
     CannedResponse chunkedOver = status(200, paddedAnswer(262'145));
     chunkedOver.chunked = true;
+    CannedResponse interim;
+    interim.raw =
+        "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(validAnswer().size()) +
+        "\r\nConnection: close\r\n\r\n" + validAnswer();
     CannedResponse notHttp;
     notHttp.raw = "hello there\r\n\r\n";
 
@@ -108,6 +112,7 @@ TEST(GeminiClientTest, EveryKindOfAnswerEndsOnceWithItsTextAndEffect) {
         {"over", status(200, paddedAnswer(262'145)), failed, AIFailureEffect::pauseFiveMinutes},
         {"chunkedfits", chunkedFits, suggested, {}},
         {"chunkedover", chunkedOver, failed, AIFailureEffect::pauseFiveMinutes},
+        {"interim", interim, suggested, {}},
         {"nothttp", notHttp, failed, AIFailureEffect::pauseFiveMinutes},
     };
     FileRecord file;
