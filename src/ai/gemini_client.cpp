@@ -234,6 +234,10 @@ Result send(std::string_view body, std::string_view key, const GeminiTransport& 
     return outcome(result, t, errorText);
 }
 
+Result send(std::string_view body, std::string_view key, std::stop_token stop) {
+    return send(body, key, GeminiTransport::fromEnvironment(), std::move(stop));
+}
+
 }  // namespace GeminiClient
 
 }  // namespace kelo

@@ -47,6 +47,8 @@ namespace GeminiClient {
 using Result = std::variant<std::string, GeminiFailure>;
 
 Result send(std::string_view body, std::string_view key, const GeminiTransport& transport, std::stop_token stop = {});
+// The same over GeminiTransport::fromEnvironment(), which may throw its KeloError.
+Result send(std::string_view body, std::string_view key, std::stop_token stop = {});
 
 }  // namespace GeminiClient
 

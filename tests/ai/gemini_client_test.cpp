@@ -239,6 +239,16 @@ TEST(GeminiClientTest, EnvironmentChoosesEndpointAndExtraCertificate) {
     EXPECT_EQ(transport.url(), "https://gateway.example/ai/v1beta/models/gemini-3.5-flash-lite:generateContent");
     EXPECT_EQ(transport.extraCertificate, std::filesystem::path("/etc/gateway.pem"));
 
+    // End to end: the environment alone points a request at the loopback server.
+    TlsTestServer server;
+    server.respond("/gw" + kEndpoint, status(200, validAnswer()));
+    ::setenv("KELO_GEMINI_ENDPOINT", (server.baseUrl() + "/gw").c_str(), 1);
+    ::setenv("KELO_GEMINI_CA_FILE", server.certificateFile().c_str(), 1);
+    const auto answered = GeminiClient::send("{}", kKey);
+    ASSERT_TRUE(std::holds_alternative<std::string>(answered));
+    EXPECT_EQ(std::get<std::string>(answered), validAnswer());
+    EXPECT_EQ(server.requestsFor("/gw" + kEndpoint), 1u);
+
     ::setenv("KELO_GEMINI_ENDPOINT", "http://gateway.example", 1);
     try {
         GeminiTransport::fromEnvironment();
