@@ -1,0 +1,64 @@
+// AIPreview: the small JPEG that is sent to Gemini in place of a design file, and
+// the checks on an exported PNG/JPG the user attaches instead. Reads files only,
+// through src/preview's libvips thumbnails; every refusal throws KeloError with
+// one of the texts below. Stateless; any thread may call it.
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "ai/ai_thumbnail_job.h"
+#include "model/file_record.h"
+#include "preview/thumbnailer.h"
+
+namespace kelo::AIPreview {
+
+inline constexpr int kThumbnailEdge = 1024;  // pixels, longer side
+inline constexpr int kMaximumEdge = 2048;    // pixels, either side, before encoding
+inline constexpr int kJpegQuality = 70;      // libvips Q for a quality of 0.7
+inline constexpr std::size_t kJpegLimit = 1'048'576;
+inline constexpr std::uint64_t kAttachmentLimit = 20'971'520;  // an attachment must be smaller
+inline constexpr std::uint64_t kRasterLimit = 52'428'800;
+inline constexpr std::uint64_t kDesignLimit = 2'147'483'648;
+inline constexpr std::chrono::seconds kDesignTimeout{25};
+
+inline constexpr std::string_view kUnsupportedText =
+    "AI previews support raster images up to 50 MB and thumbnailer thumbnails for PSD/AI up to 2 GB. For PSB, "
+    "oversized or unsupported files, attach an exported PNG/JPG.";
+inline constexpr std::string_view kTimedOutText = "Preview timed out. Attach an exported PNG/JPG instead.";
+inline constexpr std::string_view kNoDesignPreviewText =
+    "No design preview available. Export a PNG/JPG and attach it instead.";
+inline constexpr std::string_view kNoImagePreviewText = "Cannot create an image preview.";
+inline constexpr std::string_view kTooLargeText = "AI preview is too large or unavailable.";
+inline constexpr std::string_view kNoPixelsText = "Cannot prepare AI preview pixels.";
+inline constexpr std::string_view kOverLimitText = "AI preview exceeds 1 MB. Attach a smaller export.";
+inline constexpr std::string_view kAttachmentText = "Choose a PNG/JPG under 20 MB.";
+inline constexpr std::string_view kAttachmentChangedText = "Export changed during preview generation.";
+
+// How design thumbnails are made and how long they may take; tests shorten the
+// wait and stand in a thumbnailer that never finishes.
+struct DesignThumbnails {
+    std::chrono::milliseconds timeout = kDesignTimeout;
+    AIThumbnailJob::Thumbnailer thumbnailer = makeThumbnail;
+};
+
+// The JPEG for `file`: a 1024-px thumbnail of a PSD or AI file, or of a raster
+// image with its orientation applied, encoded by `jpeg`.
+std::string make(const FileRecord& file, const DesignThumbnails& design = {});
+
+// A raster image reduced to at most 1024 px on its longer side, upright.
+RasterImage raster(const std::filesystem::path& file);
+
+// `image` flattened onto white and encoded at quality 0.7, within the size limits.
+std::string jpeg(const RasterImage& image);
+
+// The bytes of an exported PNG/JPG the user chose: smaller than 20 MB, reached
+// without a symbolic link, and unchanged from before to after the read.
+std::string readAttachment(const std::filesystem::path& file);
+
+// The JPEG made from attachment bytes, exactly as from a raster design file.
+std::string fromAttachment(const std::string& bytes);
+
+}  // namespace kelo::AIPreview

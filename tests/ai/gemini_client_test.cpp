@@ -1,0 +1,262 @@
+// The Gemini client against a real HTTPS server on loopback with a certificate made
+// for the test: what leaves (one POST, the key only in its header), and how every
+// kind of answer ends, as the user would see it and with its effect on online AI.
+#include "ai/gemini_client.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <thread>
+
+#include "ai/gemini_payload.h"
+#include "model/json_codec.h"
+#include "model/kelo_error.h"
+#include "support/tls_test_server.h"
+
+namespace kelo {
+namespace {
+
+using testing::CannedResponse;
+using testing::TlsTestServer;
+
+constexpr std::string_view kKey = "AIzaTestKey_0123456789-abcdefXYZ";
+const std::string kEndpoint(GeminiPayload::kEndpointPath);
+
+GeminiTransport trusting(const TlsTestServer& server, const std::string& prefix) {
+    GeminiTransport transport;
+    transport.baseUrl = server.baseUrl() + prefix;
+    transport.extraCertificate = server.certificateFile();
+    return transport;
+}
+
+const AIProjectContext kProject{*Uuid::parse("6F1C2A8E-3B4D-4E5F-8A9B-0C1D2E3F4A5B"), "Lotus Spa"};
+
+std::string validAnswer() {
+    const std::string output = Json{
+        {"project_id", kProject.id.text()},
+        {"category", "Export"},
+        {"stem", "LS-Social-Post1"},
+        {"reason", "Tên tệp có LS."},
+        {"confidence", "medium"}}.dump();
+    return Json{{"candidates", {{{"content", {{"parts", {{{"text", output}}}}}}, {"finishReason", "STOP"}}}}}.dump();
+}
+
+// The valid answer followed by spaces (still valid JSON) up to `size` bytes.
+std::string paddedAnswer(std::size_t size) {
+    std::string body = validAnswer();
+    body.resize(size, ' ');
+    return body;
+}
+
+CannedResponse status(int code, std::string body = "{}") {
+    CannedResponse response;
+    response.status = code;
+    response.body = std::move(body);
+    return response;
+}
+
+// What a sent request ends as: the suggested filename, or the text the user is shown.
+std::string seenByUser(const GeminiClient::Result& result, const FileRecord& file) {
+    if (const auto* failure = std::get_if<GeminiFailure>(&result)) return userText(*failure);
+    try {
+        return GeminiPayload::advice(std::get<std::string>(result), file, {kProject}, std::nullopt).filename;
+    } catch (const KeloError&) {
+        return std::string(kRequestFailedText);
+    }
+}
+
+std::string rejectedText(int code) {
+    return "Gemini rejected this request (HTTP " + std::to_string(code) +
+           "). No retry. Check Free Tier key/model access in Settings.";
+}
+
+TEST(GeminiClientTest, EveryKindOfAnswerEndsOnceWithItsTextAndEffect) {
+    TlsTestServer server;
+    CannedResponse redirect = status(302, "");
+    redirect.headers = {{"Location", server.baseUrl() + "/moved" + kEndpoint}};
+    server.respond("/moved" + kEndpoint, status(200, validAnswer()));
+    CannedResponse chunkedFits = status(200, paddedAnswer(262'144));
+    chunkedFits.chunked = true;
+    CannedResponse chunkedOver = status(200, paddedAnswer(262'145));
+    chunkedOver.chunked = true;
+    CannedResponse interim;
+    interim.raw =
+        "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(validAnswer().size()) +
+        "\r\nConnection: close\r\n\r\n" + validAnswer();
+    CannedResponse notHttp;
+    notHttp.raw = "hello there\r\n\r\n";
+
+    const std::string suggested = "LS-Social-Post1.png";
+    const std::string failed(kRequestFailedText);
+    struct Case {
+        std::string name;
+        CannedResponse response;
+        std::string seen;
+        AIFailureEffect effect;  // ignored when the answer was used
+    };
+    const std::vector<Case> cases = {
+        {"valid", status(200, validAnswer()), suggested, {}},
+        {"cutoff", status(200, R"({"candidates":[{"content":{"parts":[{"text":"{}"}]},"finishReason":"MAX_TOKENS"}]})"),
+         failed, AIFailureEffect::pauseFiveMinutes},
+        {"notjson", status(200, "<html>oops</html>"), failed, AIFailureEffect::pauseFiveMinutes},
+        {"empty", status(200, ""), failed, AIFailureEffect::pauseFiveMinutes},
+        {"s400", status(400), rejectedText(400), AIFailureEffect::switchOff},
+        {"s401", status(401), rejectedText(401), AIFailureEffect::switchOff},
+        {"s403", status(403), rejectedText(403), AIFailureEffect::switchOff},
+        {"s404", status(404), rejectedText(404), AIFailureEffect::switchOff},
+        {"s429", status(429), std::string(kQuotaExhaustedText), AIFailureEffect::pauseUntilTomorrow},
+        {"s500", status(500, std::string(300'000, 'e')), rejectedText(500), AIFailureEffect::pauseFiveMinutes},
+        {"s201", status(201, validAnswer()), rejectedText(201), AIFailureEffect::pauseFiveMinutes},
+        {"s302", redirect, rejectedText(302), AIFailureEffect::pauseFiveMinutes},
+        {"fits", status(200, paddedAnswer(262'144)), suggested, {}},
+        {"over", status(200, paddedAnswer(262'145)), failed, AIFailureEffect::pauseFiveMinutes},
+        {"chunkedfits", chunkedFits, suggested, {}},
+        {"chunkedover", chunkedOver, failed, AIFailureEffect::pauseFiveMinutes},
+        {"interim", interim, suggested, {}},
+        {"nothttp", notHttp, failed, AIFailureEffect::pauseFiveMinutes},
+    };
+    FileRecord file;
+    file.url = "/inbox/post.png";
+    const std::string body = R"({"contents":[]})";
+
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        server.respond("/" + c.name + kEndpoint, c.response);
+        const std::size_t before = server.requests().size();
+        const auto result = GeminiClient::send(body, kKey, trusting(server, "/" + c.name));
+
+        EXPECT_EQ(seenByUser(result, file), c.seen);
+        // Too large or not HTTP is the transport's own refusal, before any reading of the body.
+        const bool invalidResponse = c.name == "over" || c.name == "chunkedover" || c.name == "nothttp";
+        if (const auto* failure = std::get_if<GeminiFailure>(&result)) {
+            EXPECT_EQ(invalidResponse, failure->kind == GeminiFailureKind::invalidResponse);
+            EXPECT_EQ(effectOf(*failure), c.effect);
+            EXPECT_EQ(failure->detail.find(kKey), std::string::npos);
+        } else {
+            EXPECT_FALSE(invalidResponse);
+            EXPECT_LE(std::get<std::string>(result).size(), 262'144u);
+        }
+        // Exactly one request, redirects included; the key only in its header.
+        const auto requests = server.requests();
+        ASSERT_EQ(requests.size(), before + 1);
+        const auto& request = requests.back();
+        EXPECT_EQ(request.method, "POST");
+        EXPECT_EQ(request.target, "/" + c.name + kEndpoint);
+        EXPECT_EQ(request.headers.at("x-goog-api-key"), kKey);
+        EXPECT_EQ(request.headers.at("content-type"), "application/json");
+        EXPECT_EQ(request.body, body);
+        for (const auto& [name, value] : request.headers)
+            EXPECT_TRUE(name == "x-goog-api-key" || value.find(kKey) == std::string::npos) << name;
+        EXPECT_EQ(request.target.find(kKey), std::string::npos);
+    }
+}
+
+// The limits here are short but leave the TLS handshake time on a busy machine;
+// whether a timed-out request got as far as the server depends on that, so only
+// "at most once" is asserted for it.
+TEST(GeminiClientTest, ServerThatNeverAnswersTimesOutOrIsCancelled) {
+    TlsTestServer server;
+    CannedResponse silent;
+    silent.hang = true;
+    for (const char* name : {"/timeout", "/idle", "/cancel"}) server.respond(name + kEndpoint, silent);
+    const auto expectFailure = [](const GeminiClient::Result& result, GeminiFailureKind kind, std::string_view text,
+                                  AIFailureEffect effect) {
+        ASSERT_TRUE(std::holds_alternative<GeminiFailure>(result));
+        EXPECT_EQ(std::get<GeminiFailure>(result).kind, kind);
+        EXPECT_EQ(userText(std::get<GeminiFailure>(result)), text);
+        EXPECT_EQ(effectOf(std::get<GeminiFailure>(result)), effect);
+    };
+
+    GeminiTransport quick = trusting(server, "/timeout");
+    quick.resourceTimeout = std::chrono::seconds(1);
+    expectFailure(GeminiClient::send("{}", kKey, quick), GeminiFailureKind::network, kRequestFailedText,
+                  AIFailureEffect::pauseFiveMinutes);
+    EXPECT_LE(server.requestsFor("/timeout" + kEndpoint), 1u);
+
+    // Once the request is out, nothing moving for the idle time ends it, long
+    // before the whole exchange's limit.
+    GeminiTransport stalled = trusting(server, "/idle");
+    stalled.idleTimeout = std::chrono::seconds(2);
+    const auto idle = GeminiClient::send("{}", kKey, stalled);
+    expectFailure(idle, GeminiFailureKind::network, kRequestFailedText, AIFailureEffect::pauseFiveMinutes);
+    EXPECT_EQ(std::get<GeminiFailure>(idle).detail, "no data moved within the idle timeout");
+    EXPECT_TRUE(server.waitForRequests(1, std::chrono::seconds(20), "/idle" + kEndpoint));
+
+    std::stop_source stop;
+    GeminiClient::Result cancelled;
+    std::thread sender(
+        [&] { cancelled = GeminiClient::send("{}", kKey, trusting(server, "/cancel"), stop.get_token()); });
+    const bool arrived = server.waitForRequests(1, std::chrono::seconds(20), "/cancel" + kEndpoint);
+    stop.request_stop();
+    sender.join();
+    EXPECT_TRUE(arrived);
+    expectFailure(cancelled, GeminiFailureKind::cancelled, kRequestCancelledText, AIFailureEffect::none);
+    EXPECT_EQ(server.requestsFor("/cancel" + kEndpoint), 1u);
+    EXPECT_EQ(server.requestsFor("/idle" + kEndpoint), 1u);
+}
+
+TEST(GeminiClientTest, SendsOnlyOverVerifiedHttps) {
+    TlsTestServer server;
+    server.respond(kEndpoint, status(200, validAnswer()));
+
+    GeminiTransport plain = trusting(server, "");
+    plain.baseUrl = "http://127.0.0.1:" + std::to_string(server.port());
+    const auto refused = GeminiClient::send("{}", kKey, plain);
+    ASSERT_TRUE(std::holds_alternative<GeminiFailure>(refused));
+    EXPECT_EQ(std::get<GeminiFailure>(refused).detail, kHttpsOnlyText);
+
+    // Without the test's certificate the server is not trusted, and nothing is sent.
+    GeminiTransport untrusted = trusting(server, "");
+    untrusted.extraCertificate.reset();
+    const auto unverified = GeminiClient::send("{}", kKey, untrusted);
+    ASSERT_TRUE(std::holds_alternative<GeminiFailure>(unverified));
+    EXPECT_EQ(std::get<GeminiFailure>(unverified).kind, GeminiFailureKind::network);
+    EXPECT_TRUE(server.requests().empty());
+
+    // A key that would break out of its header line is never sent.
+    const auto injected = GeminiClient::send("{}", "abc\r\nX-Other: 1", trusting(server, ""));
+    EXPECT_TRUE(std::holds_alternative<GeminiFailure>(injected));
+    EXPECT_TRUE(server.requests().empty());
+    EXPECT_TRUE(std::holds_alternative<std::string>(GeminiClient::send("{}", kKey, trusting(server, ""))));
+}
+
+TEST(GeminiClientTest, EnvironmentChoosesEndpointAndExtraCertificate) {
+    struct Restore {
+        ~Restore() {
+            ::unsetenv("KELO_GEMINI_ENDPOINT");
+            ::unsetenv("KELO_GEMINI_CA_FILE");
+        }
+    } restore;
+    ::unsetenv("KELO_GEMINI_ENDPOINT");
+    ::unsetenv("KELO_GEMINI_CA_FILE");
+    EXPECT_EQ(GeminiTransport::fromEnvironment().url(),
+              "https://generativelanguage.googleapis.com/v1beta/models/gemini-3.5-flash-lite:generateContent");
+    EXPECT_FALSE(GeminiTransport::fromEnvironment().extraCertificate);
+
+    ::setenv("KELO_GEMINI_ENDPOINT", "https://gateway.example/ai/", 1);
+    ::setenv("KELO_GEMINI_CA_FILE", "/etc/gateway.pem", 1);
+    const GeminiTransport transport = GeminiTransport::fromEnvironment();
+    EXPECT_EQ(transport.url(), "https://gateway.example/ai/v1beta/models/gemini-3.5-flash-lite:generateContent");
+    EXPECT_EQ(transport.extraCertificate, std::filesystem::path("/etc/gateway.pem"));
+
+    // End to end: the environment alone points a request at the loopback server.
+    TlsTestServer server;
+    server.respond("/gw" + kEndpoint, status(200, validAnswer()));
+    ::setenv("KELO_GEMINI_ENDPOINT", (server.baseUrl() + "/gw").c_str(), 1);
+    ::setenv("KELO_GEMINI_CA_FILE", server.certificateFile().c_str(), 1);
+    const auto answered = GeminiClient::send("{}", kKey);
+    ASSERT_TRUE(std::holds_alternative<std::string>(answered));
+    EXPECT_EQ(std::get<std::string>(answered), validAnswer());
+    EXPECT_EQ(server.requestsFor("/gw" + kEndpoint), 1u);
+
+    ::setenv("KELO_GEMINI_ENDPOINT", "http://gateway.example", 1);
+    try {
+        GeminiTransport::fromEnvironment();
+        ADD_FAILURE() << "a plain http endpoint was accepted";
+    } catch (const KeloError& e) {
+        EXPECT_EQ(e.message(), kHttpsOnlyText);
+    }
+}
+
+}  // namespace
+}  // namespace kelo

@@ -1,0 +1,84 @@
+// TlsTestServer: a real HTTPS server on 127.0.0.1 for the tests of outgoing
+// requests. It makes its own key and self-signed certificate when it starts
+// (written to a PEM file a client can trust), answers each request with the
+// canned response registered for its path, and records every request it
+// received. Serves one connection at a time on its own thread, which the
+// destructor stops and joins.
+//
+// `respond` and the readers may be called from the test's thread while the
+// server runs; `mutex_` guards the responses and the recorded requests.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <filesystem>
+#include <map>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "support/temp_dir.h"
+
+typedef struct ssl_ctx_st SSL_CTX;
+
+namespace kelo::testing {
+
+struct CannedResponse {
+    int status = 200;
+    std::string body;
+    std::vector<std::pair<std::string, std::string>> headers;
+    bool chunked = false;  // no Content-Length: the body comes in chunks
+    bool hang = false;     // read the request, then never answer
+    std::string raw;       // when set, sent as it is instead of an HTTP response
+};
+
+struct ReceivedRequest {
+    std::string method;
+    std::string target;                          // path and query as sent
+    std::map<std::string, std::string> headers;  // names in lower case
+    std::string body;
+};
+
+class TlsTestServer {
+public:
+    TlsTestServer();
+    ~TlsTestServer();
+    TlsTestServer(const TlsTestServer&) = delete;
+    TlsTestServer& operator=(const TlsTestServer&) = delete;
+
+    // The answer to every request whose target is `target`; others get a 404.
+    void respond(const std::string& target, CannedResponse response);
+
+    std::string baseUrl() const { return "https://127.0.0.1:" + std::to_string(port_); }
+    int port() const { return port_; }
+    const std::filesystem::path& certificateFile() const { return certificate_; }
+
+    std::vector<ReceivedRequest> requests() const;
+    // Waits (on a condition variable, not by sleeping) until `count` requests
+    // have arrived (for `target` only, when it is not empty); false when `limit`
+    // passed first.
+    bool waitForRequests(std::size_t count, std::chrono::seconds limit = std::chrono::seconds(20),
+                         const std::string& target = {}) const;
+    std::size_t requestsFor(const std::string& target) const;
+
+private:
+    void serve();
+    void handle(int connection);
+
+    TempDir dir_;
+    std::filesystem::path certificate_;
+    SSL_CTX* context_ = nullptr;
+    int listener_ = -1;
+    int wake_[2] = {-1, -1};  // written by the destructor to stop serve()
+    int port_ = 0;
+
+    mutable std::mutex mutex_;
+    mutable std::condition_variable arrived_;
+    std::map<std::string, CannedResponse> responses_;
+    std::vector<ReceivedRequest> requests_;
+    std::thread thread_;
+};
+
+}  // namespace kelo::testing
