@@ -17,12 +17,15 @@
 
 #include "model/kelo_error.h"
 #include "operations/fd_path.h"
+#include "support/refusal.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
 namespace {
 
 using testing::readFile;
+using testing::refusalOf;
+using testing::systemErrorOf;
 using testing::TempDir;
 using testing::writeFile;
 namespace fs = std::filesystem;
@@ -37,24 +40,6 @@ std::size_t openDescriptors() {
     std::size_t count = 0;
     for ([[maybe_unused]] const auto& entry : fs::directory_iterator("/proc/self/fd")) ++count;
     return count;
-}
-
-std::string keloMessage(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const KeloError& e) {
-        return e.message();
-    }
-    return "(no KeloError)";
-}
-
-int systemErrorOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const std::system_error& e) {
-        return e.code().value();
-    }
-    return 0;
 }
 
 class FileOperatorTest : public ::testing::Test {
@@ -111,7 +96,7 @@ TEST_F(FileOperatorTest, FileSwappedInBeforeTheRenameIsPutBackAndRefused) {
         fs::rename(inbox / "brief.pdf", inbox / "elsewhere.pdf");
         fs::rename(inbox / "decoy", inbox / "brief.pdf");
     });
-    EXPECT_EQ(keloMessage([&] { op.moveWithoutReplacement(inbox / "brief.pdf", job / "brief.pdf", planned); }),
+    EXPECT_EQ(refusalOf([&] { op.moveWithoutReplacement(inbox / "brief.pdf", job / "brief.pdf", planned); }),
               "Another file took the source's place just before the move; it was put back and nothing is recorded as "
               "moved. File left untouched.");
     EXPECT_FALSE(fs::exists(job / "brief.pdf"));
@@ -156,7 +141,7 @@ TEST_F(FileOperatorTest, ChangedSourceIsLeftUntouched) {
     const FileIdentity planned = identityAt(inbox / "a.psd");
     writeFile(inbox / "a.psd", "version two");  // rewritten after planning
     FileOperator op;
-    EXPECT_EQ(keloMessage([&] { op.moveWithoutReplacement(inbox / "a.psd", job / "a.psd", planned); }),
+    EXPECT_EQ(refusalOf([&] { op.moveWithoutReplacement(inbox / "a.psd", job / "a.psd", planned); }),
               "Source identity changed immediately before move. File left untouched.");
     EXPECT_TRUE(fs::exists(inbox / "a.psd"));
     EXPECT_FALSE(fs::exists(job / "a.psd"));
@@ -190,12 +175,12 @@ TEST_F(FileOperatorTest, FailedFolderSyncIsReportedAfterTheMove) {
         return -1;
     });
     EXPECT_EQ(
-        keloMessage([&] { op.moveWithoutReplacement(inbox / "a.pdf", job / "a.pdf", identityAt(inbox / "a.pdf")); }),
+        refusalOf([&] { op.moveWithoutReplacement(inbox / "a.pdf", job / "a.pdf", identityAt(inbox / "a.pdf")); }),
         "Move occurred but directory synchronization failed. Inspect recovery before continuing.");
     EXPECT_TRUE(fs::exists(job / "a.pdf"));
     EXPECT_EQ(syncs, 2);  // both folders were still flushed
 
-    EXPECT_EQ(keloMessage([&] { op.createDirectoryWithoutReplacement(job / "New"); }),
+    EXPECT_EQ(refusalOf([&] { op.createDirectoryWithoutReplacement(job / "New"); }),
               "Directory created but synchronization failed.");
     EXPECT_TRUE(fs::is_directory(job / "New"));
 }

@@ -8,9 +8,10 @@
 #include <string>
 #include <system_error>
 
-#include "access/unprivileged_child.h"
+#include "support/child_process.h"
 #include "model/kelo_error.h"
 #include "scan/metadata.h"
+#include "support/refusal.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
@@ -62,12 +63,7 @@ protected:
 
     // The refusal `validate` gives, or "" when the operation passes.
     std::string refusal(const PlannedOperation& operation, bool journal = true) {
-        try {
-            validator.validate(operation, scope, journal, now);
-        } catch (const KeloError& error) {
-            return error.message();
-        }
-        return "";
+        return testing::refusalOf([&] { validator.validate(operation, scope, journal, now); });
     }
 
     TempDir dir;
@@ -180,16 +176,7 @@ TEST_F(SafetyValidatorTest, SourceMustBeTheFileThePlanSaw) {
     EXPECT_EQ(refusal(timed), kChanged);  // same size and time, another inode
 
     fs::remove(inbox / "a.pdf");
-    EXPECT_THROW(
-        {
-            try {
-                validator.validate(timed, scope, true, now);
-            } catch (const std::system_error& error) {
-                EXPECT_EQ(error.code(), std::errc::no_such_file_or_directory);
-                throw;
-            }
-        },
-        std::system_error);
+    EXPECT_EQ(testing::systemErrorOf([&] { validator.validate(timed, scope, true, now); }), ENOENT);
 }
 
 TEST_F(SafetyValidatorTest, RecentlyModifiedFilesAreLeftAlone) {

@@ -14,12 +14,15 @@
 
 #include "model/kelo_error.h"
 #include "operations/fd_path.h"
+#include "support/child_process.h"
+#include "support/refusal.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
 namespace {
 
 using testing::readFile;
+using testing::refusalOf;
 using testing::TempDir;
 using testing::writeFile;
 namespace fs = std::filesystem;
@@ -114,15 +117,11 @@ TEST_F(TrashTest, InfoFileOfAMoveCutShortIsRemovedAtTheNextStart) {
     Trash::Environment environment{dataHome, ::getuid(), [] { return kDeleted; }, dir / "notes", {}};
     Trash(environment).moveToTrash(inbox / "logo.png");  // a move that finished
     writeFile(dataHome / "Trash" / "info" / "other.trashinfo", "someone else's orphan");
-    const pid_t child = ::fork();
-    if (child == 0) {
-        environment.beforeMove = [] { ::_exit(0); };
-        Trash(environment).moveToTrash(inbox / "brief.pdf");
-        ::_exit(1);
-    }
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    ASSERT_EQ(testing::waitForChild(testing::startChild([&] {
+                  environment.beforeMove = [] { ::_exit(42); };
+                  Trash(environment).moveToTrash(inbox / "brief.pdf");
+              })),
+              42);
     ASSERT_TRUE(fs::exists(dataHome / "Trash" / "info" / "brief.pdf.trashinfo"));
 
     EXPECT_EQ(Trash(environment).settleInterrupted(), 1u);
@@ -142,12 +141,7 @@ TEST_F(TrashTest, FailedMoveLeavesNoInfoAndChangedItemStays) {
     ASSERT_EQ(::lstat((inbox / "a.ai").c_str(), &before), 0);
     const FileIdentity planned = fd_path::identityOf(before);
     writeFile(inbox / "a.ai", "version two");
-    try {
-        trash.moveToTrash(inbox / "a.ai", planned);
-        ADD_FAILURE() << "a changed file was trashed";
-    } catch (const KeloError& e) {
-        EXPECT_EQ(e.message(), "Tệp đã thay đổi. Làm mới trước khi xóa.");
-    }
+    EXPECT_EQ(refusalOf([&] { trash.moveToTrash(inbox / "a.ai", planned); }), "Tệp đã thay đổi. Làm mới trước khi xóa.");
     EXPECT_TRUE(fs::exists(inbox / "a.ai"));
     EXPECT_TRUE(fs::is_empty(dataHome / "Trash" / "info"));
     EXPECT_TRUE(fs::is_empty(dataHome / "Trash" / "files"));
@@ -163,12 +157,7 @@ TEST_F(TrashTest, RestoreNeverReplacesAndKeepsTheInfoUntilItSucceeds) {
     writeFile(inbox / "a.png", "old");
     const TrashedItem trashed = trash.moveToTrash(inbox / "a.png");
     writeFile(inbox / "a.png", "new file with the same name");
-    try {
-        trash.restore(trashed);
-        ADD_FAILURE() << "restore replaced a file";
-    } catch (const std::system_error& e) {
-        EXPECT_EQ(e.code().value(), EEXIST);
-    }
+    EXPECT_EQ(testing::systemErrorOf([&] { trash.restore(trashed); }), EEXIST);
     EXPECT_EQ(readFile(inbox / "a.png"), "new file with the same name");
     EXPECT_EQ(readFile(trashed.trashed), "old");
     EXPECT_TRUE(fs::exists(trashed.info));
@@ -177,12 +166,8 @@ TEST_F(TrashTest, RestoreNeverReplacesAndKeepsTheInfoUntilItSucceeds) {
     fs::remove(inbox / "a.png");
     fs::remove(trashed.trashed);
     writeFile(trashed.trashed, "another program's file");
-    try {
-        trash.restore(trashed);
-        ADD_FAILURE() << "restored an item Kelo did not trash";
-    } catch (const KeloError& e) {
-        EXPECT_EQ(e.message(), "The item in the Trash is no longer the one Kelo moved there. Nothing was restored.");
-    }
+    EXPECT_EQ(refusalOf([&] { trash.restore(trashed); }),
+              "The item in the Trash is no longer the one Kelo moved there. Nothing was restored.");
     EXPECT_FALSE(fs::exists(inbox / "a.png"));
     EXPECT_TRUE(fs::exists(trashed.info));
 }

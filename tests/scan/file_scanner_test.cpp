@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "access/unprivileged_child.h"
+#include "support/child_process.h"
 #include "support/temp_dir.h"
 
 namespace kelo {

@@ -11,6 +11,7 @@
 #include "model/kelo_error.h"
 #include "scan/metadata.h"
 #include "scan/project_peek.h"
+#include "support/refusal.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
@@ -30,19 +31,8 @@ void setModified(const fs::path& path, time_t seconds) {
 
 // The refusals of both readers of `folder`, joined by "|"; "" for each that passes.
 std::string refusals(const fs::path& folder) {
-    std::string out;
-    for (int reader = 0; reader < 2; ++reader) {
-        try {
-            if (reader == 0)
-                ProjectInventory::read(folder);
-            else
-                ProjectPeek::read(folder);
-        } catch (const KeloError& error) {
-            out += error.message();
-        }
-        if (reader == 0) out += "|";
-    }
-    return out;
+    return testing::refusalOf([&] { ProjectInventory::read(folder); }) + "|" +
+           testing::refusalOf([&] { ProjectPeek::read(folder); });
 }
 
 std::vector<std::string> relativePaths(const ProjectInventory& inventory) {
