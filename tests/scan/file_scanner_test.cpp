@@ -105,21 +105,6 @@ TEST(FileScannerTest, UnreadableRootsBecomeOneLineEachAndOthersAreStillScanned) 
                              }));
 }
 
-TEST(FileScannerTest, UnchangedFolderScansEquallyAndTouchingChangesTheFingerprint) {
-    TempDir dir;
-    writeFile(dir / "in/a.txt", "a");
-    const ScanResult first = FileScanner::scan({dir / "in"});
-    const ScanResult second = FileScanner::scan({dir / "in"});
-    ASSERT_EQ(first.files.size(), 1u);
-    EXPECT_EQ(first.files, second.files);
-
-    const timespec later[2] = {{1800000000, 0}, {1800000000, 0}};
-    ASSERT_EQ(::utimensat(AT_FDCWD, (dir / "in/a.txt").c_str(), later, 0), 0);
-    const ScanResult touched = FileScanner::scan({dir / "in"});
-    ASSERT_EQ(touched.files.size(), 1u);
-    EXPECT_NE(touched.files[0].fingerprint(), first.files[0].fingerprint());
-}
-
 // An entry that can be listed but not read becomes its own line. Run as an
 // unprivileged user: a folder that may be listed (r) but not searched (no x).
 TEST(FileScannerTest, UnreadableEntryBecomesALineNotARecord) {
