@@ -71,18 +71,15 @@ struct ChildScenario : testing::Scenario {
                 childSteps().fetch_add(1);
                 if (crashAt > 0 && ++steps == crashAt) _exit(kCrashExit);
             };
-            LogCalls logCalls = LogCalls::system();
-            logCalls.fsync = [&](int fd) {
+            // Journal syncs and folder syncs are steps alike.
+            const auto syncThenStep = [&](int fd) {
                 const int status = ::fsync(fd);
                 step();
                 return status;
             };
-            auto run = executor(FileOperator([&](int fd) {
-                                    const int status = ::fsync(fd);
-                                    step();
-                                    return status;
-                                }),
-                                logCalls);
+            LogCalls logCalls = LogCalls::system();
+            logCalls.fsync = syncThenStep;
+            auto run = executor(FileOperator(syncThenStep), logCalls);
             run->setStepProbe([&](std::string_view) { step(); });
             action(*run);
         });

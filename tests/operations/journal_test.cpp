@@ -42,17 +42,6 @@ OperationJournal::Clock fixedClock() {
     return [] { return Date{1000.25}; };
 }
 
-TEST(JournalTest, MissingFileBeginsFreshVersionOneJournal) {
-    TempDir dir;
-    OperationJournal journal(dir / "journal.json", fixedClock());
-    EXPECT_EQ(journal.document().schemaVersion, 1);
-    EXPECT_TRUE(journal.document().entries.empty());
-    // Opening folds the (empty) log into a written document.
-    const Json written = parseDocument(readFile(dir / "journal.json"));
-    EXPECT_EQ(written["schemaVersion"], 1);
-    EXPECT_TRUE(written["entries"].empty());
-}
-
 TEST(JournalTest, PrepareRecordsPlannedEntriesAndMarksSetStatusAndOutcome) {
     TempDir dir;
     OperationJournal journal(dir / "journal.json", fixedClock());
@@ -111,23 +100,6 @@ TEST(JournalTest, RefusalsChangeNothing) {
     EXPECT_EQ(reopened.document(), before);
 }
 
-TEST(JournalTest, MarksAppendToTheLogWithoutRewritingTheDocument) {
-    TempDir dir;
-    OperationJournal journal(dir / "journal.json", fixedClock());
-    const std::string documentBefore = readFile(dir / "journal.json");
-    const auto ops = makeBatch(2);
-    journal.prepare(ops);
-    journal.mark(ops[0].id, OperationStatus::started);
-    const auto logSize = std::filesystem::file_size(journal.logUrl());
-    journal.mark(ops[0].id, OperationStatus::completed);
-    EXPECT_EQ(readFile(dir / "journal.json"), documentBefore);
-    EXPECT_GT(std::filesystem::file_size(journal.logUrl()), logSize);
-
-    journal.checkpoint();
-    EXPECT_EQ(std::filesystem::file_size(journal.logUrl()), 0u);
-    EXPECT_EQ(decodeValue<JournalDocument>(parseDocument(readFile(dir / "journal.json"))), journal.document());
-}
-
 // A batch's end and a restart keep a small log as it is, so a one-file batch never
 // rewrites the document; once the log passes its share of the document, it is folded.
 TEST(JournalTest, TheLogIsKeptAcrossBatchesAndRestartsUntilAFoldIsDue) {
@@ -158,12 +130,15 @@ TEST(JournalTest, TheLogIsKeptAcrossBatchesAndRestartsUntilAFoldIsDue) {
     EXPECT_EQ(decodeValue<JournalDocument>(parseDocument(readFile(dir / "journal.json"))), journal->document());
 }
 
-// The fold writes the document entry by entry; it must be byte for byte the form
-// every other store writes, empty or not, whatever the entries hold.
+// A missing journal begins empty at version one, and opening writes it. The fold
+// writes the document entry by entry; it must be byte for byte the form every other
+// store writes, empty or not, whatever the entries hold.
 TEST(JournalTest, FoldWritesTheStoresDocumentForm) {
     TempDir dir;
     const auto path = dir / "journal.json";
     OperationJournal journal(path, fixedClock());
+    EXPECT_EQ(journal.document(), JournalDocument{});
+    EXPECT_EQ(journal.document().schemaVersion, 1);
     EXPECT_EQ(readFile(path), formatDocument(encodeValue(journal.document())));
 
     auto ops = makeBatch(3);
