@@ -18,6 +18,7 @@ namespace kelo {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::setModified;
 using testing::TempDir;
 using testing::writeFile;
 
@@ -47,11 +48,6 @@ protected:
         setModified(inbox / "a.pdf", kModified);
         setModified(inbox / "sub/deep.pdf", kModified);
         scope = AccessScope{{inbox}, {home}};
-    }
-
-    static void setModified(const fs::path& path, time_t seconds) {
-        const timespec times[2] = {{seconds, 0}, {seconds, 0}};
-        ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW), 0);
     }
 
     PlannedOperation op(OperationType type, const fs::path& source, const fs::path& destination) {

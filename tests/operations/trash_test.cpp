@@ -13,7 +13,7 @@
 #include <system_error>
 
 #include "model/kelo_error.h"
-#include "operations/fd_path.h"
+#include "scan/metadata.h"
 #include "support/child_process.h"
 #include "support/refusal.h"
 #include "support/temp_dir.h"
@@ -137,9 +137,7 @@ TEST_F(TrashTest, FailedMoveLeavesNoInfoAndChangedItemStays) {
     EXPECT_THROW(trash.moveToTrash(inbox / "missing.pdf"), std::system_error);
 
     writeFile(inbox / "a.ai", "v1");
-    struct stat before {};
-    ASSERT_EQ(::lstat((inbox / "a.ai").c_str(), &before), 0);
-    const FileIdentity planned = fd_path::identityOf(before);
+    const FileIdentity planned = Metadata::identity(inbox / "a.ai");
     writeFile(inbox / "a.ai", "version two");
     EXPECT_EQ(refusalOf([&] { trash.moveToTrash(inbox / "a.ai", planned); }), "Tệp đã thay đổi. Làm mới trước khi xóa.");
     EXPECT_TRUE(fs::exists(inbox / "a.ai"));

@@ -15,13 +15,9 @@ namespace kelo {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::setModified;
 using testing::TempDir;
 using testing::writeFile;
-
-void setModified(const fs::path& path, time_t seconds, long nanoseconds) {
-    const timespec times[2] = {{seconds, nanoseconds}, {seconds, nanoseconds}};
-    ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
-}
 
 std::string refusal(const fs::path& path) {
     return testing::refusalOf([&] { Metadata::identity(path); });

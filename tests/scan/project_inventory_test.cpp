@@ -18,16 +18,12 @@ namespace kelo {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::setModified;
 using testing::TempDir;
 using testing::writeFile;
 
 const std::string kHandoffPrefix = "Review this unsupported link or package before handoff: ";
 const std::string kStudioPrefix = "Unsupported project entry: ";
-
-void setModified(const fs::path& path, time_t seconds) {
-    const timespec times[2] = {{seconds, 0}, {seconds, 0}};
-    ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
-}
 
 // The refusals of both readers of `folder`, joined by "|"; "" for each that passes.
 std::string refusals(const fs::path& folder) {
