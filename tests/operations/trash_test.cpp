@@ -2,20 +2,17 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
-#include <cstdio>
 #include <filesystem>
 #include <functional>
-#include <memory>
 #include <system_error>
 
 #include "model/kelo_error.h"
 #include "scan/metadata.h"
 #include "support/child_process.h"
 #include "support/refusal.h"
+#include "support/shell.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
@@ -216,14 +213,7 @@ TEST(TrashVolumeTest, TopFolderIsTheHighestAncestorOnTheItemsDevice) {
     EXPECT_EQ(Trash::volumeTop("/media/locked/x/a.psd", devices), fs::path("/media/locked/x"));
 }
 
-std::string run(const std::string& command) {
-    std::string output;
-    std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(command.c_str(), "r"), ::pclose);
-    if (!pipe) return output;
-    std::array<char, 4096> buffer{};
-    while (std::size_t n = std::fread(buffer.data(), 1, buffer.size(), pipe.get())) output.append(buffer.data(), n);
-    return output;
-}
+std::string run(const std::string& command) { return testing::runShell(command).output; }
 
 // Another tool reading the same Trash sees what Kelo put there.
 TEST_F(TrashTest, TrashListSeesKeloItemsAndKeloRestoresThem) {
