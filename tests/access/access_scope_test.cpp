@@ -15,9 +15,7 @@ TEST(AccessScopeTest, AllowsOnlyInsideWatchedFoldersAndHomes) {
     EXPECT_FALSE(scope.allows("/home/u/downloads/a.pdf"));
     EXPECT_FALSE(scope.allows("/home/u/Downloads/../Documents/a.pdf"));
     EXPECT_FALSE(scope.allows("/home/u"));
-}
-
-TEST(AccessScopeTest, EmptyScopeAllowsNothing) {
+    // An empty scope allows nothing.
     EXPECT_FALSE(AccessScope{}.allows("/"));
     EXPECT_FALSE(AccessScope{}.allows("/home/u/Downloads/a.pdf"));
 }

@@ -9,7 +9,7 @@
 
 #include "access/folder_access_manager.h"
 #include "access/folder_bookmark.h"
-#include "access/unprivileged_child.h"
+#include "support/child_process.h"
 #include "model/kelo_error.h"
 #include "support/temp_dir.h"
 

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "model/kelo_error.h"
+#include "support/refusal.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
@@ -86,12 +87,7 @@ protected:
     }
     // The message noSymbolicComponents throws for `path`, or "" when it passes.
     std::string refusal(const fs::path& path) {
-        try {
-            PathSafety::noSymbolicComponents(path);
-        } catch (const KeloError& error) {
-            return error.message();
-        }
-        return "";
+        return testing::refusalOf([&] { PathSafety::noSymbolicComponents(path); });
     }
 };
 

@@ -6,6 +6,8 @@
 
 #include "app/application_lock.h"
 #include "model/kelo_error.h"
+#include "support/child_process.h"
+#include "support/refusal.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
@@ -14,30 +16,20 @@ namespace {
 using testing::TempDir;
 
 std::string lockError(const std::filesystem::path& dir) {
-    try {
-        ApplicationLock lock(dir);
-        return "";
-    } catch (const KeloError& e) {
-        return e.message();
-    }
+    return testing::refusalOf([&] { ApplicationLock lock(dir); });
 }
 
 // Forks a child that takes the lock, reports through a pipe, then waits until killed.
 pid_t holdLockInChild(const std::filesystem::path& dir) {
     int ready[2];
     EXPECT_EQ(pipe(ready), 0);
-    pid_t child = fork();
-    if (child == 0) {
+    const pid_t child = testing::startChild([&] {
         close(ready[0]);
-        try {
-            ApplicationLock lock(dir);
-            char ok = 'y';
-            (void)!write(ready[1], &ok, 1);
-            for (;;) pause();
-        } catch (...) {
-            _exit(3);
-        }
-    }
+        ApplicationLock lock(dir);
+        char ok = 'y';
+        (void)!write(ready[1], &ok, 1);
+        for (;;) pause();
+    });
     close(ready[1]);
     char ok = 0;
     EXPECT_EQ(read(ready[0], &ok, 1), 1);
@@ -52,9 +44,7 @@ TEST(ApplicationLockTest, SecondInstanceIsRefusedUntilTheFirstDiesEvenByKill9) {
     EXPECT_EQ(lockError(data), "Another Kelo instance is running. File operations are disabled in this instance.");
 
     kill(child, SIGKILL);
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(testing::waitForChild(child), 128 + SIGKILL);
     EXPECT_EQ(lockError(data), "");
     // The leftover file is harmless and was never written.
     EXPECT_TRUE(std::filesystem::exists(data / "session.lock"));

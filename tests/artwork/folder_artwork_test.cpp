@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "artwork/artwork_choices.h"
-#include "model/kelo_error.h"
+#include "support/refusal.h"
 
 namespace kelo {
 namespace {
@@ -69,12 +69,7 @@ TEST(FolderArtworkTest, StickerSpecsFromTheCommandLine) {
     EXPECT_EQ(sticker, (Sticker{Sticker::Kind::symbol, "heart", 0.8, 0.3, 0.25, -15, "pink"}));
     EXPECT_EQ(ArtworkChoices::sticker("text=HY").value, "HY");
     const auto refusal = [](const std::string& spec) {
-        try {
-            ArtworkChoices::sticker(spec);
-        } catch (const KeloError& error) {
-            return error.message();
-        }
-        return std::string("(accepted)");
+        return testing::refusalOf([&] { ArtworkChoices::sticker(spec); });
     };
     EXPECT_EQ(refusal("x=0.5"), "A sticker needs symbol=NAME or text=TEXT of at most 24 bytes. Nothing changed.");
     EXPECT_EQ(refusal("text=HY,x=1.5"), "The sticker's x must be a number from 0 to 1, not \"1.5\". Nothing changed.");

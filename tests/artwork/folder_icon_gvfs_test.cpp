@@ -4,11 +4,10 @@
 // and reads the folders' metadata back with `gio info`, as a file manager would.
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
 #include <filesystem>
 #include <string>
 
+#include "support/shell.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
@@ -18,24 +17,13 @@ namespace fs = std::filesystem;
 using testing::readFile;
 using testing::writeFile;
 
-// Standard output and error of a shell command, and whether it exited 0.
-struct ShellRun {
-    std::string output;
-    bool ok = false;
-};
+using testing::ShellRun;
 
-ShellRun shell(const std::string& command) {
-    ShellRun run;
-    FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) return run;
-    std::array<char, 4096> buffer{};
-    while (const std::size_t n = std::fread(buffer.data(), 1, buffer.size(), pipe)) run.output.append(buffer.data(), n);
-    run.ok = ::pclose(pipe) == 0;
-    return run;
-}
+// Standard output and error of a shell command.
+ShellRun shell(const std::string& command) { return testing::runShell(command + " 2>&1"); }
 
 bool tool(const char* name) {
-    return shell(std::string("command -v ") + name + " >/dev/null").ok;
+    return shell(std::string("command -v ") + name + " >/dev/null").ok();
 }
 
 // The text between "== NAME" and the next "== " line of the script's output.
@@ -73,7 +61,7 @@ TEST(FolderIconGvfsTest, ApplyShowsAndResetClearsCustomIconAndLeavesUsersDirecto
         "' XDG_DATA_HOME='" + (home / ".local/share").string() + "' XDG_CONFIG_HOME='" + (home / ".config").string() +
         "' XDG_CACHE_HOME='" + (home / ".cache").string() + "' XDG_RUNTIME_DIR='" + runtime.string() + "' ";
     const ShellRun run = shell(environment + "timeout 120 dbus-run-session -- sh -c \"" + script + "\"");
-    ASSERT_TRUE(run.ok) << run.output;
+    ASSERT_TRUE(run.ok()) << run.output;
 
     // Kelo's icons are in its data directory; both folders point at them, then neither does.
     const std::string set = section(run.output, "set");

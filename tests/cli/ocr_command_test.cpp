@@ -1,14 +1,12 @@
 // `kelo ocr FILE --json` run as a program on an inbox the test sets up, reading
 // images the test draws with libvips.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <array>
-#include <cstdio>
 #include <vips/vips8>
 
 #include "model/json_codec.h"
 #include "support/engine_fixture.h"
+#include "support/shell.h"
 
 namespace kelo {
 namespace {
@@ -27,11 +25,8 @@ protected:
     std::pair<int, std::string> kelo(const std::string& arguments) {
         const std::string command = "HOME='" + dir.path().string() + "' XDG_DATA_HOME='" + (dir / "xdg").string() +
                                     "' " KELO_BINARY " --data-dir '" + data.string() + "' " + arguments + " 2>&1";
-        FILE* pipe = ::popen(command.c_str(), "r");
-        std::string out;
-        std::array<char, 4096> buffer{};
-        while (std::size_t n = std::fread(buffer.data(), 1, buffer.size(), pipe)) out.append(buffer.data(), n);
-        return {WEXITSTATUS(::pclose(pipe)), out};
+        const testing::ShellRun run = testing::runShell(command);
+        return {run.status, run.output};
     }
 };
 

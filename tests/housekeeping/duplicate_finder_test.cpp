@@ -20,6 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::writeFile;
+using testing::refusalOf;
 
 FileRecord recordOf(const fs::path& path) {
     return Metadata::record(path, path.parent_path());
@@ -48,15 +49,6 @@ std::vector<std::vector<std::string>> names(const std::vector<FileGroup>& groups
         for (const auto& file : group.files) out.back().push_back(file.filename());
     }
     return out;
-}
-
-std::string failure(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const KeloError& error) {
-        return error.message();
-    }
-    return "(no failure)";
 }
 
 class DuplicateFinderTest : public ::testing::Test {
@@ -137,8 +129,8 @@ TEST_F(DuplicateFinderTest, FilesChangedOrSwappedUnderneathFailTheSearch) {
 
     // Touched after listing.
     writeFile(dir / "b.psd", big + "more");
-    EXPECT_EQ(failure([&] { DuplicateFinder::groups(records); }), kFileChangedBeforeComparing);
-    EXPECT_EQ(failure([&] { DuplicateFinder::digest(records[0].filename() == "b.psd" ? records[0] : records[1]); }),
+    EXPECT_EQ(refusalOf([&] { DuplicateFinder::groups(records); }), kFileChangedBeforeComparing);
+    EXPECT_EQ(refusalOf([&] { DuplicateFinder::digest(records[0].filename() == "b.psd" ? records[0] : records[1]); }),
               kFileChangedBeforeComparing);
     writeFile(dir / "b.psd", big);
     const auto fresh = recordsUnder(dir.path());
@@ -149,14 +141,14 @@ TEST_F(DuplicateFinderTest, FilesChangedOrSwappedUnderneathFailTheSearch) {
         writeFile(dir / "swap", big);
         fs::rename(dir / "swap", path);
     });
-    EXPECT_EQ(failure([&] { DuplicateFinder::groups(fresh); }), kFileReplacedWhileComparing);
-    EXPECT_EQ(failure([&] { DuplicateFinder::identical(fresh[0], fresh[1]); }), kFileChangedBeforeComparing);
+    EXPECT_EQ(refusalOf([&] { DuplicateFinder::groups(fresh); }), kFileReplacedWhileComparing);
+    EXPECT_EQ(refusalOf([&] { DuplicateFinder::identical(fresh[0], fresh[1]); }), kFileChangedBeforeComparing);
     ComparedFile::setBeforeOpenForTesting({});
 
     // Edited while it is read: the first progress report comes after the first chunk.
     const auto current = recordsUnder(dir.path());
     bool edited = false;
-    EXPECT_EQ(failure([&] {
+    EXPECT_EQ(refusalOf([&] {
                   DuplicateFinder::groups(current, {}, [&](std::uint64_t, std::uint64_t) {
                       if (!edited) writeFile(dir / "a.psd", std::string(big.size(), 'y')), edited = true;
                   });
@@ -204,9 +196,9 @@ TEST_F(DuplicateCommandsTest, TheSearchRunsBesideTheEngine) {
     EXPECT_EQ(DuplicateCommands::summary(groups), "1 nhóm giống hệt. Chọn bản giữ trước khi bỏ bản thừa.");
     EXPECT_EQ(DuplicateCommands::summary({}), kNoDuplicates);
 
-    EXPECT_EQ(failure([&] { DuplicateSearch::start(worker, "Nobody", std::nullopt, {}).get(); }),
+    EXPECT_EQ(refusalOf([&] { DuplicateSearch::start(worker, "Nobody", std::nullopt, {}).get(); }),
               kChooseProjectBeforeSearching);
-    EXPECT_EQ(failure([&] { DuplicateSearch::start(worker, "Lotus Spa", dir.path(), {}).get(); }),
+    EXPECT_EQ(refusalOf([&] { DuplicateSearch::start(worker, "Lotus Spa", dir.path(), {}).get(); }),
               kApproveProjectBeforeComparing);
     const auto inExport = DuplicateSearch::start(worker, "Lotus Spa", fs::path("Export"), {}).get();
     EXPECT_TRUE(inExport.empty());

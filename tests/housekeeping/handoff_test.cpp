@@ -2,7 +2,6 @@
 // byte for byte, every refusal leaves nothing behind, the project is never changed,
 // and a publication killed at each step is settled by the next scan.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,6 +10,7 @@
 
 #include "engine/handoff_commands.h"
 #include "model/kelo_error.h"
+#include "support/child_process.h"
 #include "support/engine_fixture.h"
 
 namespace kelo {
@@ -177,27 +177,15 @@ TEST_F(HandoffTest, KillDuringPublicationIsSettledAtTheNextScan) {
     const auto reviewed = HandoffCommands::review(*engine, "Lotus Spa");
     engine.reset();
     for (int killAt = 1; killAt <= 4; ++killAt) {
-        const pid_t child = fork();
-        if (child == 0) {
+        const pid_t child = testing::startChild([&] {
             int steps = 0;
-            HandoffContext context{data,
-                                   PrivateStorage(storage),
-                                   [this] { return clockNow; },
-                                   {},
-                                   {},
-                                   [&](std::string_view) {
-                                       if (++steps == killAt) _exit(77);
-                                   }};
-            try {
-                createHandoff(HandoffRequest{project, reviewed, exports}, context);
-            } catch (...) {
-                _exit(3);
-            }
-            _exit(0);
-        }
-        int status = 0;
-        waitpid(child, &status, 0);
-        ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 77) << "kill point " << killAt;
+            const auto step = [&](std::string_view) {
+                if (++steps == killAt) _exit(77);
+            };
+            HandoffContext context{data, PrivateStorage(storage), [this] { return clockNow; }, {}, {}, step};
+            createHandoff(HandoffRequest{project, reviewed, exports}, context);
+        });
+        ASSERT_EQ(testing::waitForChild(child), 77) << "kill point " << killAt;
 
         engine = start();
         const auto snapshot = engine->scan();

@@ -202,7 +202,6 @@ TEST(RecordsTest, NamingDetailFallsBackToPresetThenTep) {
     EXPECT_EQ(settings.suggestedNamingDetail(), "Post");
     settings.namingDetail = "Slide";
     EXPECT_EQ(settings.suggestedNamingDetail(), "Slide");
-    EXPECT_EQ(presetValues(UsagePreset::personal).folders[1], "Ảnh");
 }
 
 TEST(RecordsTest, FingerprintNamesPathIdentityAndModificationTime) {

@@ -18,11 +18,13 @@
 #include <thread>
 
 #include "operations/batch_scenario.h"
+#include "support/child_process.h"
 
 namespace kelo {
 namespace {
 
 using testing::readCompleted;
+using testing::waitForChild;
 namespace fs = std::filesystem;
 
 constexpr int kCrashExit = 77;
@@ -63,48 +65,33 @@ struct ChildScenario : testing::Scenario {
     template <class Action>
     pid_t runInChild(int crashAt, Action action) {
         childSteps() = 0;
-        const pid_t child = fork();
-        if (child != 0) return child;
-        int steps = 0;
-        auto step = [&] {
-            childSteps().fetch_add(1);
-            if (crashAt > 0 && ++steps == crashAt) _exit(kCrashExit);
-        };
-        try {
-            LogCalls logCalls = LogCalls::system();
-            logCalls.fsync = [&](int fd) {
+        return testing::startChild([&] {
+            int steps = 0;
+            auto step = [&] {
+                childSteps().fetch_add(1);
+                if (crashAt > 0 && ++steps == crashAt) _exit(kCrashExit);
+            };
+            // Journal syncs and folder syncs are steps alike.
+            const auto syncThenStep = [&](int fd) {
                 const int status = ::fsync(fd);
                 step();
                 return status;
             };
-            auto run = executor(FileOperator([&](int fd) {
-                                    const int status = ::fsync(fd);
-                                    step();
-                                    return status;
-                                }),
-                                logCalls);
+            LogCalls logCalls = LogCalls::system();
+            logCalls.fsync = syncThenStep;
+            auto run = executor(FileOperator(syncThenStep), logCalls);
             run->setStepProbe([&](std::string_view) { step(); });
             action(*run);
-            _exit(0);
-        } catch (...) {
-            _exit(3);
-        }
+        });
     }
 };
-
-int waitFor(pid_t child) {
-    int status = 0;
-    waitpid(child, &status, 0);
-    if (WIFEXITED(status)) return WEXITSTATUS(status);
-    return 128 + WTERMSIG(status);
-}
 
 TEST(CrashHarnessTest, CrashAtEveryStepOfABatchLosesNothing) {
     int crashPoints = 0;
     for (int crashAt = 1;; ++crashAt) {
         ChildScenario scenario(6, fs::temp_directory_path());
         const fs::path resultFile = scenario.dir / "result.txt";
-        const int exit = waitFor(scenario.runInChild(crashAt, resultFile));
+        const int exit = waitForChild(scenario.runInChild(crashAt, resultFile));
         ASSERT_TRUE(exit == kCrashExit || exit == 0) << "child exit " << exit << " at step " << crashAt;
         scenario.check(exit == 0 ? readCompleted(resultFile) : std::set<std::string>{});
         if (HasFailure()) FAIL() << "invariant broken after a crash at step " << crashAt;
@@ -123,7 +110,7 @@ int crashAtEveryStep(Prepare prepare, Action action) {
         ChildScenario scenario(6, fs::temp_directory_path());
         prepare(scenario);
         if (::testing::Test::HasFailure()) return crashAt - 1;
-        const int exit = waitFor(scenario.runInChild(crashAt, [&](OperationExecutor& run) { action(scenario, run); }));
+        const int exit = waitForChild(scenario.runInChild(crashAt, [&](OperationExecutor& run) { action(scenario, run); }));
         EXPECT_TRUE(exit == kCrashExit || exit == 0) << "child exit " << exit << " at step " << crashAt;
         scenario.check({});
         if (::testing::Test::HasFailure()) {
@@ -154,14 +141,14 @@ TEST(CrashHarnessTest, CrashAtEveryStepOfAReconcileLosesNothing) {
     int batchSteps = 0;
     {
         ChildScenario whole(6, fs::temp_directory_path());
-        ASSERT_EQ(waitFor(whole.runInChild(0, whole.dir / "result.txt")), 0);
+        ASSERT_EQ(waitForChild(whole.runInChild(0, whole.dir / "result.txt")), 0);
         batchSteps = childSteps();
     }
     int cuts = 0;
     for (const int batchCut : {batchSteps / 3, batchSteps / 2, (2 * batchSteps) / 3}) {
         cuts += crashAtEveryStep(
             [&](ChildScenario& scenario) {
-                ASSERT_EQ(waitFor(scenario.runInChild(batchCut, scenario.dir / "result.txt")), kCrashExit);
+                ASSERT_EQ(waitForChild(scenario.runInChild(batchCut, scenario.dir / "result.txt")), kCrashExit);
             },
             [](ChildScenario& scenario, OperationExecutor& run) { run.reconcile(scenario.scope); });
     }
@@ -177,7 +164,7 @@ TEST(CrashHarnessTest, RandomKillsDuringA200FileBatchLoseNothing) {
     {
         ChildScenario scenario(200, base);
         const auto start = std::chrono::steady_clock::now();
-        ASSERT_EQ(waitFor(scenario.runInChild(0, scenario.dir / "result.txt")), 0);
+        ASSERT_EQ(waitForChild(scenario.runInChild(0, scenario.dir / "result.txt")), 0);
         batchSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         batchSteps = childSteps();
         scenario.check(readCompleted(scenario.dir / "result.txt"));
@@ -196,7 +183,7 @@ TEST(CrashHarnessTest, RandomKillsDuringA200FileBatchLoseNothing) {
         // The wait is the experiment itself (where the kill lands), not a wait for a result.
         std::this_thread::sleep_for(delay);
         ::kill(child, SIGKILL);
-        const int exit = waitFor(child);
+        const int exit = waitForChild(child);
         const int steps = childSteps();
         if (exit == 0)
             ++finished;

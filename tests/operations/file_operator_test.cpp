@@ -16,45 +16,24 @@
 #include <thread>
 
 #include "model/kelo_error.h"
-#include "operations/fd_path.h"
+#include "scan/metadata.h"
+#include "support/refusal.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
 namespace {
 
 using testing::readFile;
+using testing::refusalOf;
+using testing::systemErrorOf;
 using testing::TempDir;
 using testing::writeFile;
 namespace fs = std::filesystem;
-
-FileIdentity identityAt(const fs::path& path) {
-    struct stat info {};
-    if (::lstat(path.c_str(), &info) != 0) throw std::system_error(errno, std::generic_category());
-    return fd_path::identityOf(info);
-}
 
 std::size_t openDescriptors() {
     std::size_t count = 0;
     for ([[maybe_unused]] const auto& entry : fs::directory_iterator("/proc/self/fd")) ++count;
     return count;
-}
-
-std::string keloMessage(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const KeloError& e) {
-        return e.message();
-    }
-    return "(no KeloError)";
-}
-
-int systemErrorOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const std::system_error& e) {
-        return e.code().value();
-    }
-    return 0;
 }
 
 class FileOperatorTest : public ::testing::Test {
@@ -75,11 +54,11 @@ protected:
 TEST_F(FileOperatorTest, MovesAcrossFoldersAndRenamesInPlace) {
     writeFile(inbox / "poster.png", "pixels");
     FileOperator op;
-    op.moveWithoutReplacement(inbox / "poster.png", job / "poster.png", identityAt(inbox / "poster.png"));
+    op.moveWithoutReplacement(inbox / "poster.png", job / "poster.png", Metadata::identity(inbox / "poster.png"));
     EXPECT_FALSE(fs::exists(inbox / "poster.png"));
     EXPECT_EQ(readFile(job / "poster.png"), "pixels");
 
-    op.moveWithoutReplacement(job / "poster.png", job / "HY-Poster-01.png", identityAt(job / "poster.png"));
+    op.moveWithoutReplacement(job / "poster.png", job / "HY-Poster-01.png", Metadata::identity(job / "poster.png"));
     EXPECT_EQ(readFile(job / "HY-Poster-01.png"), "pixels");
     EXPECT_FALSE(fs::exists(job / "poster.png"));
 }
@@ -89,14 +68,14 @@ TEST_F(FileOperatorTest, NeverReplacesAnExistingDestination) {
     writeFile(job / "a.pdf", "old");
     FileOperator op;
     EXPECT_EQ(
-        systemErrorOf([&] { op.moveWithoutReplacement(inbox / "a.pdf", job / "a.pdf", identityAt(inbox / "a.pdf")); }),
+        systemErrorOf([&] { op.moveWithoutReplacement(inbox / "a.pdf", job / "a.pdf", Metadata::identity(inbox / "a.pdf")); }),
         EEXIST);
     EXPECT_EQ(readFile(inbox / "a.pdf"), "new");
     EXPECT_EQ(readFile(job / "a.pdf"), "old");
     // An empty folder at the destination name is not replaced either.
     fs::create_directory(job / "b");
     writeFile(inbox / "b", "file");
-    EXPECT_NE(systemErrorOf([&] { op.moveWithoutReplacement(inbox / "b", job / "b", identityAt(inbox / "b")); }), 0);
+    EXPECT_NE(systemErrorOf([&] { op.moveWithoutReplacement(inbox / "b", job / "b", Metadata::identity(inbox / "b")); }), 0);
     EXPECT_EQ(readFile(inbox / "b"), "file");
 }
 
@@ -105,13 +84,13 @@ TEST_F(FileOperatorTest, NeverReplacesAnExistingDestination) {
 TEST_F(FileOperatorTest, FileSwappedInBeforeTheRenameIsPutBackAndRefused) {
     writeFile(inbox / "brief.pdf", "the client's brief");
     writeFile(inbox / "decoy", "decoy");
-    const FileIdentity planned = identityAt(inbox / "brief.pdf");
+    const FileIdentity planned = Metadata::identity(inbox / "brief.pdf");
     FileOperator op;
     op.setBeforeRenameForTesting([&] {
         fs::rename(inbox / "brief.pdf", inbox / "elsewhere.pdf");
         fs::rename(inbox / "decoy", inbox / "brief.pdf");
     });
-    EXPECT_EQ(keloMessage([&] { op.moveWithoutReplacement(inbox / "brief.pdf", job / "brief.pdf", planned); }),
+    EXPECT_EQ(refusalOf([&] { op.moveWithoutReplacement(inbox / "brief.pdf", job / "brief.pdf", planned); }),
               "Another file took the source's place just before the move; it was put back and nothing is recorded as "
               "moved. File left untouched.");
     EXPECT_FALSE(fs::exists(job / "brief.pdf"));
@@ -129,7 +108,7 @@ TEST_F(FileOperatorTest, SwappingThreadNeverGetsADecoyMovedAsTheFile) {
         const fs::path decoy = inbox / "decoy.png";
         writeFile(source, "art " + std::to_string(round));
         writeFile(decoy, "decoy");
-        const FileIdentity planned = identityAt(source);
+        const FileIdentity planned = Metadata::identity(source);
         std::atomic<bool> stop = false;
         std::thread swapper([&] {
             while (!stop) ::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, decoy.c_str(), RENAME_EXCHANGE);
@@ -153,16 +132,16 @@ TEST_F(FileOperatorTest, SwappingThreadNeverGetsADecoyMovedAsTheFile) {
 
 TEST_F(FileOperatorTest, ChangedSourceIsLeftUntouched) {
     writeFile(inbox / "a.psd", "v1");
-    const FileIdentity planned = identityAt(inbox / "a.psd");
+    const FileIdentity planned = Metadata::identity(inbox / "a.psd");
     writeFile(inbox / "a.psd", "version two");  // rewritten after planning
     FileOperator op;
-    EXPECT_EQ(keloMessage([&] { op.moveWithoutReplacement(inbox / "a.psd", job / "a.psd", planned); }),
+    EXPECT_EQ(refusalOf([&] { op.moveWithoutReplacement(inbox / "a.psd", job / "a.psd", planned); }),
               "Source identity changed immediately before move. File left untouched.");
     EXPECT_TRUE(fs::exists(inbox / "a.psd"));
     EXPECT_FALSE(fs::exists(job / "a.psd"));
 
     // A vanished source is the file system's own error.
-    const FileIdentity current = identityAt(inbox / "a.psd");
+    const FileIdentity current = Metadata::identity(inbox / "a.psd");
     EXPECT_NE(systemErrorOf([&] { op.moveWithoutReplacement(inbox / "gone.psd", job / "gone.psd", current); }), 0);
 }
 
@@ -171,7 +150,7 @@ TEST_F(FileOperatorTest, RefusesPathsThroughSymbolicLinks) {
     fs::create_directory_symlink(dir / "Jobs", dir / "Linked");
     fs::create_directory_symlink(inbox, dir / "InboxLink");
     FileOperator op;
-    const FileIdentity id = identityAt(inbox / "a.pdf");
+    const FileIdentity id = Metadata::identity(inbox / "a.pdf");
     EXPECT_NE(
         systemErrorOf([&] { op.moveWithoutReplacement(inbox / "a.pdf", dir / "Linked" / "Hydro" / "a.pdf", id); }), 0);
     EXPECT_NE(systemErrorOf([&] { op.moveWithoutReplacement(dir / "InboxLink" / "a.pdf", job / "a.pdf", id); }), 0);
@@ -190,12 +169,12 @@ TEST_F(FileOperatorTest, FailedFolderSyncIsReportedAfterTheMove) {
         return -1;
     });
     EXPECT_EQ(
-        keloMessage([&] { op.moveWithoutReplacement(inbox / "a.pdf", job / "a.pdf", identityAt(inbox / "a.pdf")); }),
+        refusalOf([&] { op.moveWithoutReplacement(inbox / "a.pdf", job / "a.pdf", Metadata::identity(inbox / "a.pdf")); }),
         "Move occurred but directory synchronization failed. Inspect recovery before continuing.");
     EXPECT_TRUE(fs::exists(job / "a.pdf"));
     EXPECT_EQ(syncs, 2);  // both folders were still flushed
 
-    EXPECT_EQ(keloMessage([&] { op.createDirectoryWithoutReplacement(job / "New"); }),
+    EXPECT_EQ(refusalOf([&] { op.createDirectoryWithoutReplacement(job / "New"); }),
               "Directory created but synchronization failed.");
     EXPECT_TRUE(fs::is_directory(job / "New"));
 }

@@ -11,6 +11,7 @@
 #include <iostream>
 
 #include "operations/operation_journal.h"
+#include "support/child_process.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
@@ -74,31 +75,24 @@ TEST(JournalCrashTest, KilledWriterLosesNothingAcknowledged) {
         testing::TempDir dir;
         int pipeFds[2];
         ASSERT_EQ(::pipe(pipeFds), 0);
-        const pid_t child = ::fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
+        const pid_t child = testing::startChild([&] {
             ::close(pipeFds[0]);
-            try {
-                OperationJournal journal(dir / "journal.json", fixedNow);
-                char ack = 'o';
+            OperationJournal journal(dir / "journal.json", fixedNow);
+            char ack = 'o';
+            if (::write(pipeFds[1], &ack, 1) != 1) ::_exit(3);
+            for (const Step& step : steps) {
+                step(journal);
                 if (::write(pipeFds[1], &ack, 1) != 1) ::_exit(3);
-                for (const Step& step : steps) {
-                    step(journal);
-                    if (::write(pipeFds[1], &ack, 1) != 1) ::_exit(3);
-                }
-            } catch (...) {
-                ::_exit(2);
             }
-            ::_exit(0);
-        }
+        });
+        ASSERT_GE(child, 0);
         ::close(pipeFds[1]);
         // One byte when the journal is open, then one per acknowledged step.
         std::size_t received = 0;
         char byte = 0;
         while (received < acknowledged + 1 && ::read(pipeFds[0], &byte, 1) == 1) ++received;
         ::kill(child, SIGKILL);
-        int status = 0;
-        ::waitpid(child, &status, 0);
+        testing::waitForChild(child);
         ::close(pipeFds[0]);
         ASSERT_EQ(received, acknowledged + 1) << "the writer failed before it was killed";
 
@@ -123,9 +117,7 @@ TEST(JournalCrashTest, KillsInsideAnAppendLoseNothingAcknowledged) {
         testing::TempDir dir;
         int pipeFds[2];
         ASSERT_EQ(::pipe(pipeFds), 0);
-        const pid_t child = ::fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
+        const pid_t child = testing::startChild([&] {
             ::close(pipeFds[0]);
             int calls = 0;
             LogCalls logCalls = LogCalls::system();
@@ -140,29 +132,21 @@ TEST(JournalCrashTest, KillsInsideAnAppendLoseNothingAcknowledged) {
                 if (++calls == killAt) ::kill(::getpid(), SIGKILL);
                 return ::fsync(fd);
             };
-            try {
-                OperationJournal journal(dir / "journal.json", fixedNow, logCalls);
-                for (std::size_t i = 0; i < steps.size(); ++i) {
-                    const char started = static_cast<char>(i);  // the step under way
-                    if (::write(pipeFds[1], &started, 1) != 1) ::_exit(3);
-                    steps[i](journal);
-                }
-            } catch (...) {
-                ::_exit(2);
+            OperationJournal journal(dir / "journal.json", fixedNow, logCalls);
+            for (std::size_t i = 0; i < steps.size(); ++i) {
+                const char started = static_cast<char>(i);  // the step under way
+                if (::write(pipeFds[1], &started, 1) != 1) ::_exit(3);
+                steps[i](journal);
             }
-            ::_exit(0);
-        }
+        });
+        ASSERT_GE(child, 0);
         ::close(pipeFds[1]);
         std::size_t underWay = 0;
         for (char byte = 0; ::read(pipeFds[0], &byte, 1) == 1;) underWay = static_cast<std::size_t>(byte);
         ::close(pipeFds[0]);
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        if (WIFEXITED(status)) {
-            ASSERT_EQ(WEXITSTATUS(status), 0);
-            break;  // every append of the run has been cut once
-        }
-        ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+        const int exit = testing::waitForChild(child);
+        if (exit == 0) break;  // every append of the run has been cut once
+        ASSERT_EQ(exit, 128 + SIGKILL);
         ++insideAppends;
         OperationJournal reopened(dir / "journal.json", fixedNow);
         ASSERT_TRUE(reopened.isConsistent());

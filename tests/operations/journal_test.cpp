@@ -9,12 +9,14 @@
 
 #include "model/kelo_error.h"
 #include "operations/operation_journal.h"
+#include "support/refusal.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
 namespace {
 
 using testing::readFile;
+using testing::refusalOf;
 using testing::TempDir;
 using testing::writeFile;
 
@@ -38,26 +40,6 @@ std::vector<PlannedOperation> makeBatch(int count) {
 
 OperationJournal::Clock fixedClock() {
     return [] { return Date{1000.25}; };
-}
-
-std::string messageOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const KeloError& e) {
-        return e.message();
-    }
-    return "(no error)";
-}
-
-TEST(JournalTest, MissingFileBeginsFreshVersionOneJournal) {
-    TempDir dir;
-    OperationJournal journal(dir / "journal.json", fixedClock());
-    EXPECT_EQ(journal.document().schemaVersion, 1);
-    EXPECT_TRUE(journal.document().entries.empty());
-    // Opening folds the (empty) log into a written document.
-    const Json written = parseDocument(readFile(dir / "journal.json"));
-    EXPECT_EQ(written["schemaVersion"], 1);
-    EXPECT_TRUE(written["entries"].empty());
 }
 
 TEST(JournalTest, PrepareRecordsPlannedEntriesAndMarksSetStatusAndOutcome) {
@@ -100,49 +82,22 @@ TEST(JournalTest, RefusalsChangeNothing) {
     const JournalDocument before = journal.document();
     const std::string logBefore = readFile(journal.logUrl());
 
-    EXPECT_EQ(messageOf([&] { journal.prepare(ops); }), "Operation already recorded. Generate a fresh plan.");
+    EXPECT_EQ(refusalOf([&] { journal.prepare(ops); }), "Operation already recorded. Generate a fresh plan.");
     // One fresh operation followed by a recorded one: the whole list is refused.
     auto mixed = makeBatch(1);
     mixed.push_back(ops[0]);
-    EXPECT_EQ(messageOf([&] { journal.prepare(mixed); }), "Operation already recorded. Generate a fresh plan.");
+    EXPECT_EQ(refusalOf([&] { journal.prepare(mixed); }), "Operation already recorded. Generate a fresh plan.");
     // The same id twice within one list breaks the one-entry-per-id rule as well.
     auto twice = makeBatch(1);
     twice.push_back(twice[0]);
-    EXPECT_EQ(messageOf([&] { journal.prepare(twice); }), "Operation already recorded. Generate a fresh plan.");
-    EXPECT_EQ(messageOf([&] { journal.mark(Uuid::random(), OperationStatus::started); }),
+    EXPECT_EQ(refusalOf([&] { journal.prepare(twice); }), "Operation already recorded. Generate a fresh plan.");
+    EXPECT_EQ(refusalOf([&] { journal.mark(Uuid::random(), OperationStatus::started); }),
               "Operation missing from journal.");
 
     EXPECT_EQ(journal.document(), before);
     EXPECT_EQ(readFile(journal.logUrl()), logBefore);
     OperationJournal reopened(dir / "journal.json", fixedClock());
     EXPECT_EQ(reopened.document(), before);
-}
-
-TEST(JournalTest, UnsupportedVersionIsRefusedAndLeftAsItWas) {
-    TempDir dir;
-    const std::string text = "{\n  \"entries\": [{\"some\": \"future form\"}],\n  \"schemaVersion\": 2\n}\n";
-    writeFile(dir / "journal.json", text);
-    EXPECT_EQ(messageOf([&] { OperationJournal journal(dir / "journal.json"); }),
-              "Unsupported journal version. Operations disabled.");
-    EXPECT_EQ(readFile(dir / "journal.json"), text);
-    EXPECT_FALSE(std::filesystem::exists(dir / "journal.log"));
-}
-
-TEST(JournalTest, MarksAppendToTheLogWithoutRewritingTheDocument) {
-    TempDir dir;
-    OperationJournal journal(dir / "journal.json", fixedClock());
-    const std::string documentBefore = readFile(dir / "journal.json");
-    const auto ops = makeBatch(2);
-    journal.prepare(ops);
-    journal.mark(ops[0].id, OperationStatus::started);
-    const auto logSize = std::filesystem::file_size(journal.logUrl());
-    journal.mark(ops[0].id, OperationStatus::completed);
-    EXPECT_EQ(readFile(dir / "journal.json"), documentBefore);
-    EXPECT_GT(std::filesystem::file_size(journal.logUrl()), logSize);
-
-    journal.checkpoint();
-    EXPECT_EQ(std::filesystem::file_size(journal.logUrl()), 0u);
-    EXPECT_EQ(decodeValue<JournalDocument>(parseDocument(readFile(dir / "journal.json"))), journal.document());
 }
 
 // A batch's end and a restart keep a small log as it is, so a one-file batch never
@@ -175,12 +130,15 @@ TEST(JournalTest, TheLogIsKeptAcrossBatchesAndRestartsUntilAFoldIsDue) {
     EXPECT_EQ(decodeValue<JournalDocument>(parseDocument(readFile(dir / "journal.json"))), journal->document());
 }
 
-// The fold writes the document entry by entry; it must be byte for byte the form
-// every other store writes, empty or not, whatever the entries hold.
+// A missing journal begins empty at version one, and opening writes it. The fold
+// writes the document entry by entry; it must be byte for byte the form every other
+// store writes, empty or not, whatever the entries hold.
 TEST(JournalTest, FoldWritesTheStoresDocumentForm) {
     TempDir dir;
     const auto path = dir / "journal.json";
     OperationJournal journal(path, fixedClock());
+    EXPECT_EQ(journal.document(), JournalDocument{});
+    EXPECT_EQ(journal.document().schemaVersion, 1);
     EXPECT_EQ(readFile(path), formatDocument(encodeValue(journal.document())));
 
     auto ops = makeBatch(3);
@@ -312,7 +270,7 @@ TEST(JournalTest, DamagedRecordIsRefusedUnlessItIsTheTornLastOne) {
             std::string damaged = log;
             damaged[at] ^= 0x20;
             writeFile(dir / "journal.log", damaged);
-            EXPECT_EQ(messageOf([&] { OperationJournal(path, fixedClock()); }),
+            EXPECT_EQ(refusalOf([&] { OperationJournal(path, fixedClock()); }),
                       "The journal's log is damaged. Operations disabled; journal.json and its log were left as they "
                       "are.")
                 << "record " << record << ", byte " << at;
@@ -326,24 +284,6 @@ TEST(JournalTest, DamagedRecordIsRefusedUnlessItIsTheTornLastOne) {
     writeFile(dir / "journal.log", tornLast);
     OperationJournal reopened(path, fixedClock());
     EXPECT_EQ(reopened.document(), beforeLastMark);
-}
-
-TEST(JournalTest, DocumentListingAnOperationTwiceIsRefusedAndLeftAsItWas) {
-    TempDir dir;
-    const auto path = dir / "journal.json";
-    JournalDocument doubled;
-    {
-        OperationJournal journal(path, fixedClock());
-        journal.prepare(makeBatch(1));
-        journal.checkpoint();
-        doubled = journal.document();
-    }
-    doubled.entries.push_back(doubled.entries.front());
-    writeFile(path, formatDocument(encodeValue(doubled)));
-    const std::string bytes = readFile(path);
-    EXPECT_EQ(messageOf([&] { OperationJournal(path, fixedClock()); }),
-              "The journal lists one operation twice. Operations disabled; journal.json was left as it is.");
-    EXPECT_EQ(readFile(path), bytes);
 }
 
 // A crash after the fold wrote the document but before the log was emptied leaves
@@ -369,25 +309,45 @@ TEST(JournalTest, ReplayOverAnAlreadyFoldedDocumentIsHarmless) {
     EXPECT_TRUE(reopened.isConsistent());
 }
 
-TEST(JournalTest, LogThatDoesNotMatchTheDocumentIsRefusedAndLeftAlone) {
+// Files the journal cannot trust are refused, and both stay byte for byte as they
+// were (no log is made beside a document of an unknown version).
+TEST(JournalTest, UntrustworthyFilesAreRefusedAndLeftAsTheyWere) {
     TempDir dir;
     const auto path = dir / "journal.json";
+    const auto ops = makeBatch(1);
+    JournalDocument doubled;
+    std::string markLog;
     {
         OperationJournal journal(path, fixedClock());
-        const auto ops = makeBatch(1);
         journal.prepare(ops);
         journal.checkpoint();
+        doubled = journal.document();
         journal.mark(ops[0].id, OperationStatus::completed);
+        markLog = readFile(journal.logUrl());
     }
-    // An older document restored by hand no longer holds the marked entry.
-    const std::string emptyDocument = "{\n  \"entries\": [],\n  \"schemaVersion\": 1\n}\n";
-    writeFile(path, emptyDocument);
-    const std::string log = readFile(dir / "journal.log");
-    EXPECT_EQ(messageOf([&] { OperationJournal journal(path, fixedClock()); }),
-              "The journal's log does not match journal.json. Operations disabled; both files were left as they "
-              "are.");
-    EXPECT_EQ(readFile(path), emptyDocument);
-    EXPECT_EQ(readFile(dir / "journal.log"), log);
+    doubled.entries.push_back(doubled.entries.front());
+    const struct {
+        std::string document;
+        std::optional<std::string> log;
+        std::string refusal;
+    } cases[] = {
+        {"{\n  \"entries\": [{\"some\": \"future form\"}],\n  \"schemaVersion\": 2\n}\n", std::nullopt,
+         "Unsupported journal version. Operations disabled."},
+        {formatDocument(encodeValue(doubled)), "",
+         "The journal lists one operation twice. Operations disabled; journal.json was left as it is."},
+        // An older document restored by hand no longer holds the marked entry.
+        {"{\n  \"entries\": [],\n  \"schemaVersion\": 1\n}\n", markLog,
+         "The journal's log does not match journal.json. Operations disabled; both files were left as they are."},
+    };
+    for (const auto& c : cases) {
+        writeFile(path, c.document);
+        std::filesystem::remove(dir / "journal.log");
+        if (c.log) writeFile(dir / "journal.log", *c.log);
+        EXPECT_EQ(refusalOf([&] { OperationJournal(path, fixedClock()); }), c.refusal);
+        EXPECT_EQ(readFile(path), c.document);
+        EXPECT_EQ(std::filesystem::exists(dir / "journal.log"), c.log.has_value()) << c.refusal;
+        EXPECT_EQ(c.log ? readFile(dir / "journal.log") : "", c.log.value_or(""));
+    }
 }
 
 // Log calls that fail the n-th fsync (or write) and count every call.
@@ -454,7 +414,7 @@ TEST(JournalTest, FailedSyncIsReportedAndNeverRetriedIntoSuccess) {
             EXPECT_EQ(journal.document(), acknowledged);  // memory keeps only what was acknowledged
             const int syncsSoFar = faults.fsyncs;
             for (int later = step; later < kSteps; ++later) {
-                EXPECT_EQ(messageOf(steps[static_cast<std::size_t>(later)]),
+                EXPECT_EQ(refusalOf(steps[static_cast<std::size_t>(later)]),
                           "The journal could not be made durable. Nothing more is recorded until it is written "
                           "again.");
             }
@@ -533,7 +493,7 @@ TEST(JournalTest, FailedCheckpointStopsRecordingUntilOneSucceeds) {
         std::filesystem::remove(journal.logUrl());
         std::filesystem::create_directory(journal.logUrl());
         EXPECT_ANY_THROW(journal.checkpoint());
-        EXPECT_EQ(messageOf([&] { journal.mark(ops[0].id, OperationStatus::started); }),
+        EXPECT_EQ(refusalOf([&] { journal.mark(ops[0].id, OperationStatus::started); }),
                   "The journal could not be made durable. Nothing more is recorded until it is written again.");
         std::filesystem::remove(journal.logUrl());
         journal.checkpoint();

@@ -6,12 +6,14 @@
 
 #include "model/kelo_error.h"
 #include "scan/metadata.h"
+#include "support/refusal.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
 namespace {
 
 using testing::readFile;
+using testing::refusalOf;
 using testing::TempDir;
 using testing::writeFile;
 namespace fs = std::filesystem;
@@ -169,24 +171,12 @@ TEST_F(OperationExecutorTest, UndoRestoresAndASecondUndoNoLongerMatches) {
 TEST_F(OperationExecutorTest, RefusesFoldersOutsideAccessAndComponentsThatAreFiles) {
     auto executor = makeExecutor();
     const Uuid batch = Uuid::random();
-    EXPECT_THROW(
-        {
-            try {
-                executor->ensureDirectories(dir / "Elsewhere" / "x", batch, scope);
-            } catch (const KeloError& e) {
-                EXPECT_EQ(e.message(), "Cannot create folders outside approved access.");
-                throw;
-            }
-        },
-        KeloError);
+    EXPECT_EQ(refusalOf([&] { executor->ensureDirectories(dir / "Elsewhere" / "x", batch, scope); }),
+              "Cannot create folders outside approved access.");
     EXPECT_FALSE(fs::exists(dir / "Elsewhere"));
     writeFile(project / "Export", "a file, not a folder");
-    try {
-        executor->ensureDirectories(project / "Export" / "Post 1", batch, scope);
-        FAIL();
-    } catch (const KeloError& e) {
-        EXPECT_EQ(e.message(), "Destination component is not a folder.");
-    }
+    EXPECT_EQ(refusalOf([&] { executor->ensureDirectories(project / "Export" / "Post 1", batch, scope); }),
+              "Destination component is not a folder.");
 }
 
 TEST_F(OperationExecutorTest, NewProjectFolderGetsItsCategoryFoldersOnlyDirectlyInAHome) {
@@ -194,14 +184,10 @@ TEST_F(OperationExecutorTest, NewProjectFolderGetsItsCategoryFoldersOnlyDirectly
     executor->createProjectDirectory(home / "Lotus Spa", scope);
     for (const char* category : {"Working", "Export", "Assets", "Reference"})
         EXPECT_TRUE(fs::is_directory(home / "Lotus Spa" / category)) << category;
-    for (const fs::path& wrong : {project / "Nested", inbox / "Job", fs::path(home)}) {
-        try {
-            executor->createProjectDirectory(wrong, scope);
-            FAIL() << wrong;
-        } catch (const KeloError& e) {
-            EXPECT_EQ(e.message(), "New project must be directly inside the selected project home.");
-        }
-    }
+    for (const fs::path& wrong : {project / "Nested", inbox / "Job", fs::path(home)})
+        EXPECT_EQ(refusalOf([&] { executor->createProjectDirectory(wrong, scope); }),
+                  "New project must be directly inside the selected project home.")
+            << wrong;
 }
 
 TEST_F(OperationExecutorTest, CoordinatorThatChangesPathsOrDeclinesFailsTheMove) {
@@ -245,15 +231,10 @@ TEST_F(OperationExecutorTest, AFailedSyncAfterTheMoveStopsTheBatchAndRecoveryCom
     {
         auto executor = makeExecutor(failingSync);
         syncs = 2;  // the next sync (the first after the rename) fails
-        try {
-            executor->execute(p, scope, false);
-            FAIL() << "the batch must stop";
-        } catch (const KeloError& e) {
-            EXPECT_EQ(e.message(),
-                      "Batch stopped. This operation may have completed: a.png. Scan to reconcile the journal before "
-                      "continuing. Move occurred but directory synchronization failed. Inspect recovery before "
-                      "continuing.");
-        }
+        EXPECT_EQ(refusalOf([&] { executor->execute(p, scope, false); }),
+                  "Batch stopped. This operation may have completed: a.png. Scan to reconcile the journal before "
+                  "continuing. Move occurred but directory synchronization failed. Inspect recovery before "
+                  "continuing.");
         EXPECT_EQ(entryOf(*executor, p.operations[0].id).status, OperationStatus::started);
         EXPECT_EQ(entryOf(*executor, p.operations[1].id).status, OperationStatus::planned);
         EXPECT_TRUE(fs::exists(b));  // never attempted

@@ -10,12 +10,14 @@
 #include "model/kelo_error.h"
 #include "operations/batch_group_planner.h"
 #include "operations/structured_filename.h"
+#include "support/refusal.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
 namespace {
 
 using testing::TempDir;
+using testing::refusalOf;
 using testing::writeFile;
 namespace fs = std::filesystem;
 
@@ -31,15 +33,6 @@ FileRecord record(const fs::path& url, std::uint64_t inode = 7) {
 
 Project project(const fs::path& folder, ProjectStatus status = ProjectStatus::active) {
     return Project::make("Hydro Cafe", folder, {"hydro cafe"}, status, kNow);
-}
-
-std::string messageOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const KeloError& e) {
-        return e.message();
-    }
-    return "(no error)";
 }
 
 TEST(OperationPlannerTest, PlaceMovesIntoTheCategoryFolderWithRecordedIdentity) {
@@ -77,7 +70,7 @@ TEST(OperationPlannerTest, PlaceMovesIntoTheCategoryFolderWithRecordedIdentity) 
 }
 
 TEST(OperationPlannerTest, PlaceIntoArchivedProjectIsRefused) {
-    EXPECT_EQ(messageOf([] {
+    EXPECT_EQ(refusalOf([] {
                   OperationPlanner::place(record("/in/a.pdf"), project("/jobs/Old", ProjectStatus::archived),
                                           Category::reference);
               }),
@@ -163,7 +156,7 @@ TEST(OperationPlannerTest, KeepBothGivesUpAfterNumberTenThousand) {
     for (int n = 2; n <= 9999; ++n) reserved.insert(PathSafety::key(dir / ("a " + std::to_string(n) + ".txt")));
     EXPECT_EQ(OperationPlanner::keepBoth(op, reserved).destination.filename(), "a 10000.txt");
     reserved.insert(PathSafety::key(dir / "a 10000.txt"));
-    EXPECT_EQ(messageOf([&] { OperationPlanner::keepBoth(op, reserved); }), "No available name. File left untouched.");
+    EXPECT_EQ(refusalOf([&] { OperationPlanner::keepBoth(op, reserved); }), "No available name. File left untouched.");
 }
 
 TEST(OperationPlannerTest, RenamesStayInTheFolderAndReviewedNamesKeepTheExtension) {
@@ -178,7 +171,7 @@ TEST(OperationPlannerTest, RenamesStayInTheFolderAndReviewedNamesKeepTheExtensio
               fs::path("/jobs/Hydro/Export/Logo.ai"));
     for (const std::string& bad :
          std::vector<std::string>{"Logo.AI", "Logo.psd", "Logo", "a/b.ai", "a:b.ai", "", std::string(253, 'x') + ".ai"})
-        EXPECT_EQ(messageOf([&] { OperationPlanner::reviewedRename(file, bad); }),
+        EXPECT_EQ(refusalOf([&] { OperationPlanner::reviewedRename(file, bad); }),
                   "Tên mới phải hợp lệ và giữ nguyên đuôi tệp.")
             << bad;
     // A file without extension keeps having none.
@@ -198,11 +191,11 @@ TEST(StructuredFilenameTest, JoinsTrimmedPartsAndRefusesUnsafeOnes) {
         {"a", "b:c", "d"},  {"a", "b\tc", "d"}, {"a", std::string("b\x7f"), "d"},
     };
     for (const auto& c : bad)
-        EXPECT_EQ(messageOf([&] { StructuredFilename::make(c.job, c.purpose, c.detail, "pdf"); }), badPart)
+        EXPECT_EQ(refusalOf([&] { StructuredFilename::make(c.job, c.purpose, c.detail, "pdf"); }), badPart)
             << c.job << "|" << c.purpose << "|" << c.detail;
     // Each part fits, the whole does not.
     const std::string part(100, 'x');
-    EXPECT_EQ(messageOf([&] { StructuredFilename::make(part, part, part, "pdf"); }),
+    EXPECT_EQ(refusalOf([&] { StructuredFilename::make(part, part, part, "pdf"); }),
               "Tên tệp quá dài hoặc không hợp lệ.");
 }
 
@@ -225,12 +218,12 @@ TEST(BatchGroupPlannerTest, CreatesTheFolderFirstThenMovesEachFileOnce) {
 TEST(BatchGroupPlannerTest, ChecksTheNameBeforeTheSelectionSize) {
     const std::string badName = "Tên thư mục nhóm không hợp lệ.";
     const std::string badSelection = "Chọn ít nhất 1 tệp để nhóm.";
-    EXPECT_EQ(messageOf([] { BatchGroupPlanner::plan({}, " ", "/p"); }), badName);
-    EXPECT_EQ(messageOf([] { BatchGroupPlanner::plan({}, "a:b", "/p"); }), badName);
-    EXPECT_EQ(messageOf([] { BatchGroupPlanner::plan({}, "Group", "/p"); }), badSelection);
+    EXPECT_EQ(refusalOf([] { BatchGroupPlanner::plan({}, " ", "/p"); }), badName);
+    EXPECT_EQ(refusalOf([] { BatchGroupPlanner::plan({}, "a:b", "/p"); }), badName);
+    EXPECT_EQ(refusalOf([] { BatchGroupPlanner::plan({}, "Group", "/p"); }), badSelection);
     std::vector<FileRecord> many;
     for (int i = 0; i < 10001; ++i) many.push_back(record("/p/f" + std::to_string(i)));
-    EXPECT_EQ(messageOf([&] { BatchGroupPlanner::plan(many, "Group", "/p"); }), badSelection);
+    EXPECT_EQ(refusalOf([&] { BatchGroupPlanner::plan(many, "Group", "/p"); }), badSelection);
     many.pop_back();
     EXPECT_EQ(BatchGroupPlanner::plan(many, "Group", "/p").operations.size(), 10001u);
 }

@@ -8,15 +8,17 @@
 #include <string>
 #include <system_error>
 
-#include "access/unprivileged_child.h"
+#include "support/child_process.h"
 #include "model/kelo_error.h"
 #include "scan/metadata.h"
+#include "support/refusal.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::setModified;
 using testing::TempDir;
 using testing::writeFile;
 
@@ -48,11 +50,6 @@ protected:
         scope = AccessScope{{inbox}, {home}};
     }
 
-    static void setModified(const fs::path& path, time_t seconds) {
-        const timespec times[2] = {{seconds, 0}, {seconds, 0}};
-        ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW), 0);
-    }
-
     PlannedOperation op(OperationType type, const fs::path& source, const fs::path& destination) {
         std::optional<FileIdentity> expected;
         if (type != OperationType::createDirectory) expected = Metadata::identity(source);
@@ -62,12 +59,7 @@ protected:
 
     // The refusal `validate` gives, or "" when the operation passes.
     std::string refusal(const PlannedOperation& operation, bool journal = true) {
-        try {
-            validator.validate(operation, scope, journal, now);
-        } catch (const KeloError& error) {
-            return error.message();
-        }
-        return "";
+        return testing::refusalOf([&] { validator.validate(operation, scope, journal, now); });
     }
 
     TempDir dir;
@@ -180,16 +172,7 @@ TEST_F(SafetyValidatorTest, SourceMustBeTheFileThePlanSaw) {
     EXPECT_EQ(refusal(timed), kChanged);  // same size and time, another inode
 
     fs::remove(inbox / "a.pdf");
-    EXPECT_THROW(
-        {
-            try {
-                validator.validate(timed, scope, true, now);
-            } catch (const std::system_error& error) {
-                EXPECT_EQ(error.code(), std::errc::no_such_file_or_directory);
-                throw;
-            }
-        },
-        std::system_error);
+    EXPECT_EQ(testing::systemErrorOf([&] { validator.validate(timed, scope, true, now); }), ENOENT);
 }
 
 TEST_F(SafetyValidatorTest, RecentlyModifiedFilesAreLeftAlone) {

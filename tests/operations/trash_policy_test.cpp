@@ -9,6 +9,7 @@
 
 #include "model/kelo_error.h"
 #include "scan/metadata.h"
+#include "support/refusal.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
@@ -27,16 +28,6 @@ const std::string kNotDirectChild =
     "Chỉ xóa thư mục job trực tiếp trong thư mục dự án đã cấp quyền; không xóa thư mục gốc.";
 const std::string kNotOrdinary = "Job không còn là thư mục thông thường. Hãy quét lại.";
 
-template <class Check>
-std::string refusal(Check check) {
-    try {
-        check();
-    } catch (const KeloError& error) {
-        return error.message();
-    }
-    return "";
-}
-
 class TrashPolicyTest : public ::testing::Test {
 protected:
     TrashPolicyTest() {
@@ -45,10 +36,10 @@ protected:
         scope = AccessScope{{inbox}, {home}};
     }
     std::string fileRefusal(const FileRecord& record) {
-        return refusal([&] { TrashPolicy::validateFile(record, scope); });
+        return testing::refusalOf([&] { TrashPolicy::validateFile(record, scope); });
     }
     std::string projectRefusal(const fs::path& folder) {
-        return refusal([&] { TrashPolicy::validateProject(Project::make("Job", folder), scope); });
+        return testing::refusalOf([&] { TrashPolicy::validateProject(Project::make("Job", folder), scope); });
     }
 
     TempDir dir;

@@ -2,24 +2,24 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
-#include <cstdio>
 #include <filesystem>
 #include <functional>
-#include <memory>
 #include <system_error>
 
 #include "model/kelo_error.h"
-#include "operations/fd_path.h"
+#include "scan/metadata.h"
+#include "support/child_process.h"
+#include "support/refusal.h"
+#include "support/shell.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
 namespace {
 
 using testing::readFile;
+using testing::refusalOf;
 using testing::TempDir;
 using testing::writeFile;
 namespace fs = std::filesystem;
@@ -114,15 +114,11 @@ TEST_F(TrashTest, InfoFileOfAMoveCutShortIsRemovedAtTheNextStart) {
     Trash::Environment environment{dataHome, ::getuid(), [] { return kDeleted; }, dir / "notes", {}};
     Trash(environment).moveToTrash(inbox / "logo.png");  // a move that finished
     writeFile(dataHome / "Trash" / "info" / "other.trashinfo", "someone else's orphan");
-    const pid_t child = ::fork();
-    if (child == 0) {
-        environment.beforeMove = [] { ::_exit(0); };
-        Trash(environment).moveToTrash(inbox / "brief.pdf");
-        ::_exit(1);
-    }
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    ASSERT_EQ(testing::waitForChild(testing::startChild([&] {
+                  environment.beforeMove = [] { ::_exit(42); };
+                  Trash(environment).moveToTrash(inbox / "brief.pdf");
+              })),
+              42);
     ASSERT_TRUE(fs::exists(dataHome / "Trash" / "info" / "brief.pdf.trashinfo"));
 
     EXPECT_EQ(Trash(environment).settleInterrupted(), 1u);
@@ -138,16 +134,9 @@ TEST_F(TrashTest, FailedMoveLeavesNoInfoAndChangedItemStays) {
     EXPECT_THROW(trash.moveToTrash(inbox / "missing.pdf"), std::system_error);
 
     writeFile(inbox / "a.ai", "v1");
-    struct stat before {};
-    ASSERT_EQ(::lstat((inbox / "a.ai").c_str(), &before), 0);
-    const FileIdentity planned = fd_path::identityOf(before);
+    const FileIdentity planned = Metadata::identity(inbox / "a.ai");
     writeFile(inbox / "a.ai", "version two");
-    try {
-        trash.moveToTrash(inbox / "a.ai", planned);
-        ADD_FAILURE() << "a changed file was trashed";
-    } catch (const KeloError& e) {
-        EXPECT_EQ(e.message(), "Tệp đã thay đổi. Làm mới trước khi xóa.");
-    }
+    EXPECT_EQ(refusalOf([&] { trash.moveToTrash(inbox / "a.ai", planned); }), "Tệp đã thay đổi. Làm mới trước khi xóa.");
     EXPECT_TRUE(fs::exists(inbox / "a.ai"));
     EXPECT_TRUE(fs::is_empty(dataHome / "Trash" / "info"));
     EXPECT_TRUE(fs::is_empty(dataHome / "Trash" / "files"));
@@ -163,12 +152,7 @@ TEST_F(TrashTest, RestoreNeverReplacesAndKeepsTheInfoUntilItSucceeds) {
     writeFile(inbox / "a.png", "old");
     const TrashedItem trashed = trash.moveToTrash(inbox / "a.png");
     writeFile(inbox / "a.png", "new file with the same name");
-    try {
-        trash.restore(trashed);
-        ADD_FAILURE() << "restore replaced a file";
-    } catch (const std::system_error& e) {
-        EXPECT_EQ(e.code().value(), EEXIST);
-    }
+    EXPECT_EQ(testing::systemErrorOf([&] { trash.restore(trashed); }), EEXIST);
     EXPECT_EQ(readFile(inbox / "a.png"), "new file with the same name");
     EXPECT_EQ(readFile(trashed.trashed), "old");
     EXPECT_TRUE(fs::exists(trashed.info));
@@ -177,12 +161,8 @@ TEST_F(TrashTest, RestoreNeverReplacesAndKeepsTheInfoUntilItSucceeds) {
     fs::remove(inbox / "a.png");
     fs::remove(trashed.trashed);
     writeFile(trashed.trashed, "another program's file");
-    try {
-        trash.restore(trashed);
-        ADD_FAILURE() << "restored an item Kelo did not trash";
-    } catch (const KeloError& e) {
-        EXPECT_EQ(e.message(), "The item in the Trash is no longer the one Kelo moved there. Nothing was restored.");
-    }
+    EXPECT_EQ(refusalOf([&] { trash.restore(trashed); }),
+              "The item in the Trash is no longer the one Kelo moved there. Nothing was restored.");
     EXPECT_FALSE(fs::exists(inbox / "a.png"));
     EXPECT_TRUE(fs::exists(trashed.info));
 }
@@ -233,14 +213,7 @@ TEST(TrashVolumeTest, TopFolderIsTheHighestAncestorOnTheItemsDevice) {
     EXPECT_EQ(Trash::volumeTop("/media/locked/x/a.psd", devices), fs::path("/media/locked/x"));
 }
 
-std::string run(const std::string& command) {
-    std::string output;
-    std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(command.c_str(), "r"), ::pclose);
-    if (!pipe) return output;
-    std::array<char, 4096> buffer{};
-    while (std::size_t n = std::fread(buffer.data(), 1, buffer.size(), pipe.get())) output.append(buffer.data(), n);
-    return output;
-}
+std::string run(const std::string& command) { return testing::runShell(command).output; }
 
 // Another tool reading the same Trash sees what Kelo put there.
 TEST_F(TrashTest, TrashListSeesKeloItemsAndKeloRestoresThem) {

@@ -120,27 +120,22 @@ TEST(PhotoshopPreviewTest, DamagedPreviewFallsBackToTheDocument) {
     EXPECT_GT(centre(*thumbnail, 5)[0], 200);
 }
 
-TEST(PhotoshopPreviewTest, NoneWhenAbsentOrNotJpegOrNotPhotoshop) {
+// No preview: none there, not a JPEG, not a Photoshop file, or a length that runs
+// past its section.
+TEST(PhotoshopPreviewTest, NoneWhenAbsentNotJpegNotPhotoshopOrOverrunning) {
     TempDir dir;
-    const std::string jpeg = greenJpeg(16, 16);
+    const std::string resources = previewResource(16, 16, greenJpeg(16, 16));
     writeFile(dir / "none.psd", photoshop(4, 4, block(1005, "", "1234")));
-    writeFile(dir / "raw.psd", photoshop(4, 4, previewResource(16, 16, jpeg, 0)));
+    writeFile(dir / "raw.psd", photoshop(4, 4, previewResource(16, 16, greenJpeg(16, 16), 0)));
     writeFile(dir / "not.psd", "GIF89a" + std::string(100, '\0'));
-    for (const char* name : {"none.psd", "raw.psd", "not.psd"}) EXPECT_FALSE(previewOf(dir / name)) << name;
-}
-
-TEST(PhotoshopPreviewTest, LengthsThatRunPastTheirSectionAreRefused) {
-    TempDir dir;
-    std::string resources = previewResource(16, 16, greenJpeg(16, 16));
     std::string longBlock = resources;
     longBlock[10] = '\x7f';  // the block's data length now runs far past the section
     writeFile(dir / "block.psd", photoshop(4, 4, longBlock));
-    EXPECT_FALSE(previewOf(dir / "block.psd"));
-
     std::string file = photoshop(4, 4, resources);
     file[31] = '\x10';  // the section's own length now runs a megabyte past the file
     writeFile(dir / "section.psd", file);
-    EXPECT_FALSE(previewOf(dir / "section.psd"));
+    for (const char* name : {"none.psd", "raw.psd", "not.psd", "block.psd", "section.psd"})
+        EXPECT_FALSE(previewOf(dir / name)) << name;
 }
 
 TEST(PhotoshopPreviewTest, CutShortAtAnyByteBeforeThePreviewEndsGivesNone) {

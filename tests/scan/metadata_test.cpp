@@ -8,27 +8,19 @@
 #include <system_error>
 
 #include "model/kelo_error.h"
+#include "support/refusal.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::setModified;
 using testing::TempDir;
 using testing::writeFile;
 
-void setModified(const fs::path& path, time_t seconds, long nanoseconds) {
-    const timespec times[2] = {{seconds, nanoseconds}, {seconds, nanoseconds}};
-    ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
-}
-
 std::string refusal(const fs::path& path) {
-    try {
-        Metadata::identity(path);
-    } catch (const KeloError& error) {
-        return error.message();
-    }
-    return "";
+    return testing::refusalOf([&] { Metadata::identity(path); });
 }
 
 TEST(MetadataTest, IdentityIsDeviceInodeSizeAndModified) {
@@ -61,12 +53,7 @@ TEST(MetadataTest, LinksFoldersAndSpecialFilesAreRefusedByName) {
 
 TEST(MetadataTest, MissingFilePassesTheSystemErrorOn) {
     TempDir dir;
-    try {
-        Metadata::identity(dir / "gone.pdf");
-        FAIL() << "no error for a missing file";
-    } catch (const std::system_error& error) {
-        EXPECT_EQ(error.code(), std::errc::no_such_file_or_directory);
-    }
+    EXPECT_EQ(testing::systemErrorOf([&] { Metadata::identity(dir / "gone.pdf"); }), ENOENT);
 }
 
 TEST(MetadataTest, RecordCarriesSourceCreationAndContentType) {

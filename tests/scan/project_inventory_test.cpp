@@ -11,38 +11,24 @@
 #include "model/kelo_error.h"
 #include "scan/metadata.h"
 #include "scan/project_peek.h"
+#include "support/refusal.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::setModified;
 using testing::TempDir;
 using testing::writeFile;
 
 const std::string kHandoffPrefix = "Review this unsupported link or package before handoff: ";
 const std::string kStudioPrefix = "Unsupported project entry: ";
 
-void setModified(const fs::path& path, time_t seconds) {
-    const timespec times[2] = {{seconds, 0}, {seconds, 0}};
-    ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
-}
-
 // The refusals of both readers of `folder`, joined by "|"; "" for each that passes.
 std::string refusals(const fs::path& folder) {
-    std::string out;
-    for (int reader = 0; reader < 2; ++reader) {
-        try {
-            if (reader == 0)
-                ProjectInventory::read(folder);
-            else
-                ProjectPeek::read(folder);
-        } catch (const KeloError& error) {
-            out += error.message();
-        }
-        if (reader == 0) out += "|";
-    }
-    return out;
+    return testing::refusalOf([&] { ProjectInventory::read(folder); }) + "|" +
+           testing::refusalOf([&] { ProjectPeek::read(folder); });
 }
 
 std::vector<std::string> relativePaths(const ProjectInventory& inventory) {

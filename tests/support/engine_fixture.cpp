@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "model/kelo_error.h"
 
 namespace kelo::testing {
 
@@ -35,15 +34,6 @@ void EngineFixture::setDryRun(Engine& engine, bool on) {
     Settings settings = engine.state().settings;
     settings.dryRun = on;
     engine.updateSettings(settings);
-}
-
-std::string EngineFixture::refusal(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const KeloError& e) {
-        return e.message();
-    }
-    return "(no refusal)";
 }
 
 bool EngineFixture::hasMessage(const Snapshot& snapshot, const std::string& text) {

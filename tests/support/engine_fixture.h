@@ -16,6 +16,7 @@
 #include <string>
 
 #include "engine/engine.h"
+#include "support/refusal.h"
 #include "support/temp_dir.h"
 
 namespace kelo::testing {
@@ -40,8 +41,8 @@ protected:
     std::unique_ptr<Engine> startWithFolders(std::optional<bool> dryRun = std::nullopt);
 
     static void setDryRun(Engine& engine, bool on);
-    // The refusal's sentence, or "(no refusal)".
-    static std::string refusal(const std::function<void()>& action);
+    // The refusal's sentence, or "" when the action went through.
+    static std::string refusal(const std::function<void()>& action) { return refusalOf(action); }
     static bool hasMessage(const Snapshot& snapshot, const std::string& text);
     static const Project* projectNamed(const AppState& state, const std::string& name);
     static const Classification& classificationNamed(const Snapshot& snapshot, const std::string& filename);

@@ -29,5 +29,7 @@ private:
 void writeFile(const std::filesystem::path& path, std::string_view content);
 // The whole content of `path`.
 std::string readFile(const std::filesystem::path& path);
+// Sets the modification (and access) time of `path` itself, never a link's target.
+void setModified(const std::filesystem::path& path, long seconds, long nanoseconds = 0);
 
 }  // namespace kelo::testing
