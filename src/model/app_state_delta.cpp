@@ -119,8 +119,11 @@ void applyList(std::vector<T>& list, const Json& delta, const char* key) {
             first = false;
         }
         std::size_t kept = 0;
-        for (std::size_t k = 0; k < list.size(); ++k)
-            if (!gone[k]) list[kept++] = std::move(list[k]);
+        for (std::size_t k = 0; k < list.size(); ++k) {
+            if (gone[k]) continue;
+            if (kept != k) list[kept] = std::move(list[k]);
+            ++kept;
+        }
         list.resize(kept);
     }
     if (const Json* changed = member(delta, "changed")) {
