@@ -99,7 +99,7 @@ std::shared_ptr<const std::vector<Classification>> Engine::classifications() {
 }
 
 void Engine::commitState(AppState next) {
-    data_.store.save(next);
+    data_.store.save(*state_, next);
     state_ = std::make_shared<const AppState>(std::move(next));
 }
 

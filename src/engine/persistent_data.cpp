@@ -86,7 +86,7 @@ PersistentData loadPersistentData(const std::filesystem::path& dataDirectory) {
         .deferredNames = {},
         .studioStore = LocalStore<StudioState>(file(dataDirectory, data_files::kStudio)),
         .studio = {},
-        .store = LocalStore<AppState>(file(dataDirectory, data_files::kState)),
+        .store = StateStore(file(dataDirectory, data_files::kState)),
         .state = {},
     };
 

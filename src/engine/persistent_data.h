@@ -12,6 +12,7 @@
 #include <string>
 
 #include "ai/ai_state.h"
+#include "engine/state_store.h"
 #include "engine/studio_state.h"
 #include "housekeeping/zip_cleanup_ledger.h"
 #include "model/app_state.h"
@@ -48,7 +49,7 @@ struct PersistentData {
     LocalStore<StudioState> studioStore;
     StudioState studio;
 
-    LocalStore<AppState> store;
+    StateStore store;
     AppState state;
 
     std::filesystem::path journalPath() const;

@@ -87,8 +87,8 @@ TEST_F(EngineTest, ReconnectPointsAGrantAtItsFolderAgain) {
     EXPECT_EQ(after.id, before.id);
     EXPECT_EQ(after.role, FolderGrant::Role::watch);
     EXPECT_EQ(after.displayPath, moved.string());
-    // The state on disk holds the new folder.
-    EXPECT_NE(readFile(data / "state.json").find(moved.string()), std::string::npos);
+    // The state on disk (document and log) holds the new folder.
+    EXPECT_EQ(StateStore(data / "state.json").load([] { return AppState{}; }).grants[0].displayPath, moved.string());
 }
 
 TEST_F(EngineTest, GrantRefusals) {
