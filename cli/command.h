@@ -49,5 +49,6 @@ void addZipCleanupCommands(CLI::App& app, Commands& commands);  // zip_cleanup_c
 void addOcrCommand(CLI::App& app, Commands& commands);        // ocr_command.cpp
 void addHandoffCommands(CLI::App& app, Commands& commands);   // handoff_commands.cpp: handoff, storage
 void addArtworkCommands(CLI::App& app, Commands& commands);   // artwork_commands.cpp: artwork, artwork reset
+void addStudioCommands(CLI::App& app, Commands& commands);    // studio_commands.cpp: studio, studio pin, unpin
 
 }  // namespace kelo::cli
