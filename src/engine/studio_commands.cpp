@@ -4,6 +4,8 @@
 
 #include "access/path_safety.h"
 #include "model/kelo_error.h"
+#include "operations/operation_planner.h"
+#include "scan/metadata.h"
 #include "studio/studio_board.h"
 #include "studio/studio_insights.h"
 #include "studio/studio_workspace.h"
@@ -35,10 +37,8 @@ void refreshBoard(Engine& engine, const StudioWorkspace& workspace, const std::s
     engine.setStudioView(*open, engine.inventory(), std::move(board));
 }
 
-}  // namespace
-
-SnapshotPtr openStudio(Engine& engine, const std::string& projectName) {
-    const Project& project = engine.findProject(projectName);
+// Reads the project into the Studio and remembers it as the last opened.
+void load(Engine& engine, const Project& project) {
     const fs::path folder = PathSafety::standardized(project.destinationFolder);
     if (!engine.openScope().allows(folder))
         throw KeloError::unsafe("The folder of " + project.name +
@@ -55,7 +55,43 @@ SnapshotPtr openStudio(Engine& engine, const std::string& projectName) {
     auto board = std::make_shared<const StudioBoard>(
         StudioBoard::read(at == workspace.projects.end() ? StudioProjectSpace{} : at->second));
     engine.setStudioView(project.id, std::move(view), std::move(board));
+}
+
+// The open project and the record of one of its files, read now.
+std::pair<Project, FileRecord> openProjectFile(Engine& engine, const fs::path& given) {
+    const auto& open = engine.inventoryProject();
+    if (!open) throw KeloError::unsafe("Open a project in the Studio first. Nothing changed.");
+    const Project project = engine.findProject(open->text());
+    const fs::path folder = PathSafety::standardized(project.destinationFolder);
+    const fs::path file = PathSafety::standardized(fs::absolute(given));
+    if (!inside(file, folder))
+        throw KeloError::unsafe(file.filename().string() + " is not a file of " + project.name +
+                                ". File left untouched.");
+    return {project, Metadata::record(file, folder)};
+}
+
+SnapshotPtr runAndReload(Engine& engine, const Project& project, const OperationPlan& plan) {
+    auto run = engine.runPlan(plan, engine.openScope());
+    load(engine, project);
+    return engine.snapshot(std::move(run.messages));
+}
+
+}  // namespace
+
+SnapshotPtr openStudio(Engine& engine, const std::string& projectName) {
+    load(engine, engine.findProject(projectName));
     return engine.snapshot();
+}
+
+SnapshotPtr renameProjectFile(Engine& engine, const fs::path& file, const std::string& newName) {
+    const auto [project, record] = openProjectFile(engine, file);
+    return runAndReload(engine, project, OperationPlanner::reviewedRename(record, newName, engine.now()));
+}
+
+SnapshotPtr sortProjectFile(Engine& engine, const fs::path& file, Category category) {
+    const auto [project, record] = openProjectFile(engine, file);
+    return runAndReload(engine, project,
+                        OperationPlanner::place(record, project, category, std::nullopt, engine.now()));
 }
 
 SnapshotPtr pinReference(Engine& engine, const fs::path& given, const std::optional<std::string>& projectName) {

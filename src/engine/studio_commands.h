@@ -9,6 +9,7 @@
 #include <string>
 
 #include "engine/engine.h"
+#include "model/category.h"
 #include "studio/studio_filter.h"
 
 namespace kelo::StudioCommands {
@@ -17,6 +18,12 @@ namespace kelo::StudioCommands {
 // `inventory`, `inventoryProject` and board, and remembers it as the last-opened
 // project. The project's folder must lie in an approved folder.
 SnapshotPtr openStudio(Engine& engine, const std::string& project);
+
+// A file of the project open in the Studio renamed in place, or moved into one of
+// the project's category folders: planned, validated, journaled and run like every
+// rename and sort, so History can undo it. The Studio then reads the project again.
+SnapshotPtr renameProjectFile(Engine& engine, const std::filesystem::path& file, const std::string& newName);
+SnapshotPtr sortProjectFile(Engine& engine, const std::filesystem::path& file, Category category);
 
 // Pins a file of the project's folder, or a scanned inbox file, to the project's
 // references; without a project, the one whose folder holds the file, else the

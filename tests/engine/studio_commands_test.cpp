@@ -128,5 +128,29 @@ TEST_F(StudioCommandsTest, ReferencesAreSavedFirstShownMissingWhenGoneAndSurvive
     EXPECT_TRUE(restarted->snapshot()->studioBoard->filters.empty());
 }
 
+TEST_F(StudioCommandsTest, ProjectFilesAreRenamedAndSortedThroughJournaledPlans) {
+    writeFile(home / "Lotus Spa/IMG_01.png", "png");
+    writeFile(home / "Lotus Spa/Export/draft.pdf", "pdf");
+    writeFile(inbox / "loose.png", "png");
+    auto engine = startWithFolders(false);
+    engine->scan();
+    EXPECT_EQ(refusal([&] { StudioCommands::renameProjectFile(*engine, home / "Lotus Spa/IMG_01.png", "x.png"); }),
+              "Open a project in the Studio first. Nothing changed.");
+    StudioCommands::openStudio(*engine, "Lotus Spa");
+    EXPECT_EQ(refusal([&] { StudioCommands::renameProjectFile(*engine, inbox / "loose.png", "x.png"); }),
+              "loose.png is not a file of Lotus Spa. File left untouched.");
+
+    StudioCommands::renameProjectFile(*engine, home / "Lotus Spa/Export/draft.pdf", "Lotus Spa brief.pdf");
+    const SnapshotPtr sorted =
+        StudioCommands::sortProjectFile(*engine, home / "Lotus Spa/IMG_01.png", Category::assets);
+    EXPECT_EQ(readFile(home / "Lotus Spa/Export/Lotus Spa brief.pdf"), "pdf");
+    EXPECT_EQ(readFile(home / "Lotus Spa/Assets/IMG_01.png"), "png");
+    std::vector<std::string> paths;
+    for (const auto& file : sorted->inventory->files) paths.push_back(file.relativePath.string());
+    EXPECT_EQ(paths, (std::vector<std::string>{"Assets/IMG_01.png", "Export/Lotus Spa brief.pdf"}));
+    ASSERT_EQ(sorted->history->size(), 2u);
+    EXPECT_TRUE(sorted->history->front().canUndo);
+}
+
 }  // namespace
 }  // namespace kelo
