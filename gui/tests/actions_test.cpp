@@ -36,7 +36,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-enum PageIndex { kOverview, kMatch, kProjects, kHistory, kSettings };
+enum PageIndex { kOverview, kMatch, kProjects, kStudio, kHistory, kSettings };
 enum MatchColumn { kFile, kState, kProject, kCategory, kScore, kSignals };
 
 // Answers the next message box with Ok or Yes, from inside its event loop.
