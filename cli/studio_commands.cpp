@@ -39,6 +39,8 @@ StudioFilter filterOf(const StudioOptions& options) {
                                     "; use design-source, image, document, archive or other.");
     }
     filter.folder = options.folder;
+    if (options.days && (*options.days < 0 || *options.days > kMaxFilterDays))
+        throw KeloError::unsafe("--days must be between 0 and " + std::to_string(kMaxFilterDays) + ".");
     filter.days = options.days;
     filter.text = options.text;
     return filter;

@@ -138,6 +138,10 @@ SnapshotPtr unpinReference(Engine& engine, const fs::path& given) {
 SnapshotPtr saveFilter(Engine& engine, const std::string& projectName, const StudioFilter& filter) {
     const Project& project = engine.findProject(projectName);
     if (filter.name.empty()) throw KeloError::unsafe("A saved filter needs a name. Nothing changed.");
+    // The document refuses what it cannot trust at start-up, so never write it.
+    if (filter.days && (*filter.days < 0 || *filter.days > kMaxFilterDays))
+        throw KeloError::unsafe("A filter's days must be between 0 and " + std::to_string(kMaxFilterDays) +
+                                ". Nothing changed.");
     StudioWorkspace workspace = StudioWorkspace::from(engine.studio());
     const std::string id = project.id.text();
     auto& filters = workspace.projects[id].filters;

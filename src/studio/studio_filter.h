@@ -25,6 +25,9 @@ FileKind fileKindOf(std::string_view filename);
 
 struct StudioFile;
 
+// The longest age a filter may ask for (a hundred years).
+inline constexpr int kMaxFilterDays = 36500;
+
 struct StudioFilter {
     std::string name;  // empty for an unsaved filter
     std::optional<FileKind> kind;

@@ -37,7 +37,7 @@ StudioFilter readFilter(const Json& in) {
     if (const auto* v = field(in, "folder")) f.folder = text(*v);
     if (const auto* v = field(in, "days")) {
         const auto d = number(*v);
-        if (d > 36500) invalid();
+        if (d > static_cast<std::uint64_t>(kMaxFilterDays)) invalid();
         f.days = static_cast<int>(d);
     }
     if (const auto* v = field(in, "text")) f.text = text(*v);

@@ -114,6 +114,10 @@ TEST_F(StudioCommandsTest, ReferencesAreSavedFirstShownMissingWhenGoneAndSurvive
     recent.name = "Tuần này";
     recent.days = 7;
     StudioCommands::saveFilter(*engine, "Lotus Spa", recent);
+    StudioFilter backwards = recent;
+    backwards.days = -1;
+    EXPECT_EQ(refusal([&] { StudioCommands::saveFilter(*engine, "Lotus Spa", backwards); }),
+              "A filter's days must be between 0 and 36500. Nothing changed.");
     StudioCommands::unpinReference(*engine, inbox / "moodboard.jpg");
     EXPECT_EQ(refusal([&] { StudioCommands::unpinReference(*engine, inbox / "moodboard.jpg"); }),
               (inbox / "moodboard.jpg").string() + " is not pinned. Nothing changed.");
