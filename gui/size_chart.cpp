@@ -12,7 +12,7 @@ namespace kelo::gui {
 namespace {
 
 constexpr int kRow = 3 * Style::kGrid;
-constexpr int kLabel = 16 * Style::kGrid;
+constexpr int kLabel = 22 * Style::kGrid;
 constexpr int kValue = 10 * Style::kGrid;
 
 }  // namespace

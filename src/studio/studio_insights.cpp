@@ -65,6 +65,11 @@ void addTo(StudioTotals& totals, const StudioFile& file) {
     totals.bytes += file.identity.size;
 }
 
+bool isHidden(const std::filesystem::path& relativePath) {
+    return std::ranges::any_of(relativePath,
+                               [](const std::filesystem::path& part) { return part.native().starts_with('.'); });
+}
+
 }  // namespace
 
 std::string categoryFolderOf(const std::filesystem::path& relativePath) {
@@ -81,6 +86,8 @@ StudioProjectView StudioProjectView::read(const std::filesystem::path& folder, c
     view.readAt = now;
     StudioInsights& in = view.insights;
     walkProject(folder, "Unsupported project entry: ", [&](const ProjectEntry& entry) {
+        // Hidden files (a file manager's ".directory", say) are not the designer's work.
+        if (isHidden(entry.relativePath)) return;
         if (entry.isFolder) {
             ++in.folderCount;
             return;

@@ -64,7 +64,8 @@ struct StudioProjectView {
     std::vector<StudioFile> files;  // depth-first, names in byte order
     StudioInsights insights;
 
-    // Walks the project folder (never following a link) and builds its view.
+    // Walks the project folder (never following a link) and builds its view of
+    // every file that is not hidden.
     // Throws the walk's refusals: a package as the project, "Unsupported project
     // entry: " and the path of a link, package or special file inside, more than 24
     // levels or 10,000 entries; std::system_error when reading fails.

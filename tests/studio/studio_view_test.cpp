@@ -41,6 +41,8 @@ protected:
         add("Assets/fonts.zip", 5000, 200);
         add("notes/Tra Xanh todo.txt", 5, 3);
         add("Tra Xanh final_final2.psd", 10, 0.5);
+        add(".directory", 10, 0.1);  // hidden: not counted or listed
+        add(".cache/thumb.png", 10, 0.1);
     }
 
     StudioProjectView read() {
