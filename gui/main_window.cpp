@@ -32,6 +32,8 @@
 #include "gui/progress_strip.h"
 #include "gui/settings_page.h"
 #include "gui/status_log.h"
+#include "gui/studio_page.h"
+#include "gui/studio_texts.h"
 #include <QToolButton>
 #include "gui/texts.h"
 
@@ -73,8 +75,14 @@ MainWindow::MainWindow(AppModel& model, QWidget* parent) : QMainWindow(parent), 
     pages_.push_back(new CompanionPage(model_, *companion_, stack_));
     sidebar_->addItem(QString::fromUtf8(text::kCompanionPage));
     stack_->addWidget(pages_.back());
-    for (int i = 0; i < sidebar_->count() && i <= static_cast<int>(PageIcon::companion); ++i)
-        sidebar_->item(i)->setIcon(pageIcon(static_cast<PageIcon>(i), palette()));
+    // The Studio sits between Projects and History.
+    pages_.insert(pages_.begin() + 3, new StudioPage(model_, stack_));
+    sidebar_->insertItem(3, QString::fromUtf8(text::kStudioPage));
+    stack_->insertWidget(3, pages_[3]);
+    const PageIcon icons[] = {PageIcon::overview, PageIcon::match,    PageIcon::projects, PageIcon::studio,
+                              PageIcon::history,  PageIcon::settings, PageIcon::companion};
+    for (int i = 0; i < sidebar_->count() && i < static_cast<int>(std::size(icons)); ++i)
+        sidebar_->item(i)->setIcon(pageIcon(icons[i], palette()));
     sidebar_->setIconSize(QSize(20, 20));
     connect(sidebar_, &QListWidget::currentRowChanged, stack_, &QStackedWidget::setCurrentIndex);
     sidebar_->setCurrentRow(0);

@@ -56,6 +56,11 @@ void draw(QPainter& p, PageIcon which) {
             p.drawPoint(QPointF(14.5, 11));
             p.drawArc(QRectF(9, 11, 6, 4), 200 * 16, 140 * 16);
             break;
+        case PageIcon::studio:  // a board with a pinned sheet
+            p.drawRoundedRect(QRectF(3.5, 4.5, 17, 15), 2.5, 2.5);
+            p.drawRect(QRectF(7.5, 9, 9, 7));
+            p.drawEllipse(QPointF(12, 8.5), 1.4, 1.4);
+            break;
         case PageIcon::settings: {
             p.drawEllipse(QPointF(12, 12), 3, 3);
             QPainterPath gear;

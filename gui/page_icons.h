@@ -8,7 +8,7 @@
 
 namespace kelo::gui {
 
-enum class PageIcon { overview, match, projects, history, settings, companion };
+enum class PageIcon { overview, match, projects, history, settings, companion, studio };
 
 QIcon pageIcon(PageIcon which, const QPalette& palette);
 

@@ -37,7 +37,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-enum PageIndex { kOverview, kMatch, kProjects, kHistory, kSettings };
+enum PageIndex { kOverview, kMatch, kProjects, kStudio, kHistory, kSettings };
 using enum MatchModel::Column;
 
 // Answers the next message box with Ok or Yes, from inside its event loop.

@@ -38,7 +38,7 @@ using namespace kelo::gui;
 
 namespace {
 
-enum PageIndex { kOverview, kMatch, kProjects, kHistory, kSettings };
+enum PageIndex { kOverview, kMatch, kProjects, kStudio, kHistory, kSettings };
 
 // Holds a command on the engine thread until released, and releases it on the way
 // out whatever happens, so a failing test never leaves the engine waiting.

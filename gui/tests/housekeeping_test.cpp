@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-enum PageIndex { kOverview, kMatch, kProjects, kHistory, kSettings };
+enum PageIndex { kOverview, kMatch, kProjects, kStudio, kHistory, kSettings };
 
 struct Window {
     TempDir root;

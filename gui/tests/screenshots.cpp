@@ -207,17 +207,17 @@ int main(int argc, char** argv) {
     // A file chosen on Match shows its actions enabled.
     window.page(1)->findChild<QTableView*>("matchTable")->selectRow(0);
 
-    const char* pages[] = {"overview", "match", "projects", "history", "settings"};
-    for (int i = 0; i < 5; ++i) {
+    const char* pages[] = {"overview", "match", "projects", "studio", "history", "settings"};
+    for (int i = 0; i < 6; ++i) {
         window.showPage(i);
         settleThumbnails(window);
         save(window, out, QString("%1-%2").arg(i + 1).arg(pages[i]));
     }
 
     // The Companion page and the companion itself, at 1x and 2x.
-    window.showPage(5);
-    save(window, out, "6-companion");
-    save2x(window, out, "6-companion");
+    window.showPage(6);
+    save(window, out, "7-companion");
+    save2x(window, out, "7-companion");
     window.companion()->setShown(true);
     CompanionPanel& panel = window.companion()->panel();
     panel.adjustSize();
@@ -257,7 +257,7 @@ int main(int argc, char** argv) {
     }
 
     // The same window after a refusal, and a second window whose engine could not start.
-    window.showPage(4);
+    window.showPage(5);
     settings.thresholds = {70, 70};
     model.updateSettings(settings);
     settle(model);
@@ -278,7 +278,7 @@ int main(int argc, char** argv) {
     dark.resize(1100, 720);
     dark.show();
     dark.page(1)->findChild<QTableView*>("matchTable")->selectRow(0);
-    for (int i = 0; i < 5; ++i) {
+    for (int i = 0; i < 6; ++i) {
         dark.showPage(i);
         settleThumbnails(dark);
         save(dark, out, QString("%1-%2-dark").arg(i + 1).arg(pages[i]));

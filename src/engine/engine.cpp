@@ -75,6 +75,9 @@ SnapshotPtr Engine::snapshot(std::vector<std::string> messages, std::vector<std:
     out->messages = std::move(messages);
     out->issues = std::move(issues);
     out->studio = studio_;
+    out->inventory = inventory_;
+    out->inventoryProject = inventoryProject_;
+    out->studioBoard = studioBoard_;
     out->nameSuggestions = nameSuggestions_;
     out->ai = ai_;
     out->aiStorageIssue = data_.aiStorageIssue;
@@ -101,6 +104,20 @@ std::shared_ptr<const std::vector<Classification>> Engine::classifications() {
 void Engine::commitState(AppState next) {
     data_.store.save(*state_, next);
     state_ = std::make_shared<const AppState>(std::move(next));
+}
+
+void Engine::commitStudio(StudioState next) {
+    data_.studioStore.save(next);
+    data_.studio = next;
+    studio_ = std::make_shared<const StudioState>(std::move(next));
+    invalidateClassifications();
+}
+
+void Engine::setStudioView(const Uuid& project, std::shared_ptr<const StudioProjectView> inventory,
+                           std::shared_ptr<const StudioBoard> board) {
+    inventoryProject_ = project;
+    inventory_ = std::move(inventory);
+    studioBoard_ = std::move(board);
 }
 
 AccessScope Engine::openScope(std::vector<std::string>* errors) {

@@ -101,6 +101,15 @@ public:
 
     // Saves `next` and only then makes it the current state.
     void commitState(AppState next);
+    // Saves the Studio document and only then makes it current; clears the
+    // classification cache.
+    void commitStudio(StudioState next);
+    const StudioState& studio() const { return *studio_; }
+    // The project open in the Studio, handed to every snapshot until another opens.
+    void setStudioView(const Uuid& project, std::shared_ptr<const StudioProjectView> inventory,
+                       std::shared_ptr<const StudioBoard> board);
+    const std::optional<Uuid>& inventoryProject() const { return inventoryProject_; }
+    const std::shared_ptr<const StudioProjectView>& inventory() const { return inventory_; }
     // Drops the classification cache; the next snapshot recomputes it.
     void invalidateClassifications() { classifications_.reset(); }
     // The cached classifications, computed if stale.
@@ -121,6 +130,9 @@ private:
     std::shared_ptr<const std::vector<Classification>> classifications_;  // null: stale
     std::shared_ptr<const std::vector<NameSuggestion>> nameSuggestions_;
     std::shared_ptr<const StudioState> studio_;
+    std::shared_ptr<const StudioProjectView> inventory_;
+    std::optional<Uuid> inventoryProject_;
+    std::shared_ptr<const StudioBoard> studioBoard_;
     std::shared_ptr<const AIState> ai_;
     Trash trash_;
     std::optional<TrashedItem> lastTrashed_;

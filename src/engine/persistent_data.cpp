@@ -6,6 +6,7 @@
 #include "app/application_lock.h"
 #include "model/kelo_error.h"
 #include "store/data_directory.h"
+#include "studio/studio_workspace.h"
 
 namespace kelo {
 
@@ -96,6 +97,7 @@ PersistentData loadPersistentData(const std::filesystem::path& dataDirectory) {
     data.deferredNames = data.deferredNameStore.load([] { return std::set<std::string>{}; });
     data.studio = data.studioStore.load([] { return StudioState{}; });
     if (!data.studio.valid()) throw KeloError::unsafe(std::string(kInvalidStudioMessage));
+    StudioWorkspace::from(data.studio);  // refuses a document it cannot trust
     checkJournalPresence(data);
     loadState(data);
     return data;

@@ -19,6 +19,9 @@
 
 namespace kelo {
 
+struct StudioProjectView;
+struct StudioBoard;
+
 struct Snapshot {
     std::shared_ptr<const AppState> state;
     std::shared_ptr<const std::vector<FileRecord>> files;
@@ -28,6 +31,11 @@ struct Snapshot {
     std::vector<std::string> messages;  // what the last command wants the user to read
     std::vector<std::string> issues;    // standing problems
     std::shared_ptr<const StudioState> studio;
+    // The project open in the Studio (its files and insights as last read, and its
+    // references board); all null until the Studio opens one.
+    std::shared_ptr<const StudioProjectView> inventory;
+    std::optional<Uuid> inventoryProject;
+    std::shared_ptr<const StudioBoard> studioBoard;
     std::shared_ptr<const std::vector<NameSuggestion>> nameSuggestions;
     std::shared_ptr<const AIState> ai;
     bool aiHasKey = false;

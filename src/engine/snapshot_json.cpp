@@ -1,5 +1,7 @@
 #include "engine/snapshot_json.h"
 
+#include "studio/studio_json.h"
+
 namespace kelo {
 
 namespace {
@@ -39,6 +41,10 @@ Json snapshotJson(const Snapshot& snapshot) {
     w.put("zipCleanupStatus", snapshot.zipCleanupStatus);
     w.put("zipCleanupEvents", snapshot.zipCleanupEvents);
     w.put("canUndoTrash", snapshot.canUndoTrash);
+    if (snapshot.studio) out["studio"] = Json(*snapshot.studio);
+    if (snapshot.inventoryProject) out["inventoryProject"] = snapshot.inventoryProject->text();
+    if (snapshot.inventory) out["inventory"] = studioInventoryJson(*snapshot.inventory);
+    if (snapshot.studioBoard) out["studioBoard"] = studioBoardJson(*snapshot.studioBoard);
     return out;
 }
 

@@ -1,0 +1,125 @@
+// The Studio page against a real engine on temporary folders: showing the page
+// opens a project, the dashboard and chart show its insights, the grid follows the
+// filter, and pinning, renaming and saving a filter go through the engine.
+#include "gui/studio_page.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QtTest>
+
+#include "gui/main_window.h"
+#include "gui/size_chart.h"
+#include "gui/tests/isolated_app.h"
+#include "studio/studio_board.h"
+#include "support/engine_fixture.h"
+#include "support/temp_dir.h"
+
+using kelo::testing::TempDir;
+using kelo::testing::writeFile;
+using namespace kelo;
+using namespace kelo::gui;
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int kStudio = 3;
+
+QStringList texts(const QListWidget* list) {
+    QStringList out;
+    for (int i = 0; i < list->count(); ++i) out << list->item(i)->text();
+    return out;
+}
+
+struct Window {
+    TempDir root;
+    fs::path home = root / "Projects";
+    fs::path project = home / "Tra Xanh";
+    AppModel model;
+    MainWindow window{model};
+
+    Window() {
+        writeFile(project / "Working/Trà Xanh logo.ai", "ai");
+        writeFile(project / "Export/IMG_2.png", std::string(2000, 'p'));
+        writeFile(project / "brief.pdf", "pdf");
+        for (const char* name : {"Working/Trà Xanh logo.ai", "Export/IMG_2.png", "brief.pdf"})
+            kelo::testing::makeOlder(project / name, std::chrono::hours(2));
+        model.start(root / "data");
+        settle(model);
+        fs::create_directories(root / "Downloads");
+        model.addGrant(root / "Downloads", FolderGrant::Role::watch);
+        model.addGrant(home, FolderGrant::Role::projectHome);
+        Settings settings = model.snapshot() ? model.snapshot()->state->settings : Settings{};
+        settings.dryRun = false;
+        model.updateSettings(settings);
+        settle(model);
+        window.show();
+        window.showPage(kStudio);
+        settle(model);
+    }
+    StudioPage* page() const { return static_cast<StudioPage*>(window.page(kStudio)); }
+    template <class T>
+    T* child(const char* name) const {
+        return page()->findChild<T*>(name);
+    }
+};
+
+}  // namespace
+
+class StudioPageTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void showingThePageOpensTheProjectAndTheGridFollowsTheFilter() {
+        Window w;
+        QVERIFY(w.model.snapshot()->inventory);
+        auto* grid = w.child<QListWidget>("studioFiles");
+        QCOMPARE(texts(grid), (QStringList{"IMG_2.png", "Trà Xanh logo.ai", "brief.pdf"}));
+        QVERIFY(w.child<QLabel>("studioTotals")->text().startsWith("3 tệp"));
+        const auto& bars = w.child<SizeChart>("studioSizeChart")->bars();
+        QCOMPARE(bars.size(), std::size_t{3});
+        QCOMPARE(bars.front().first, QString("Working"));
+
+        w.child<QLineEdit>("studioText")->setText("tra xanh");
+        QCOMPARE(texts(grid), QStringList{"Trà Xanh logo.ai"});
+        w.child<QLineEdit>("studioText")->clear();
+        auto* kind = w.child<QComboBox>("studioKind");
+        kind->setCurrentIndex(kind->findData(QString("image")));
+        QCOMPARE(texts(grid), QStringList{"IMG_2.png"});
+        QCOMPARE(w.child<QLabel>("studioShown")->text(), QString("Đang hiện 1 trên 1 tệp khớp bộ lọc"));
+    }
+
+    void pinningRenamingAndSavingAFilterGoThroughTheEngine() {
+        Window w;
+        auto* grid = w.child<QListWidget>("studioFiles");
+        grid->item(0)->setSelected(true);  // IMG_2.png
+        w.child<QPushButton>("studioPin")->click();
+        QVERIFY(settle(w.model));
+        QCOMPARE(texts(w.child<QListWidget>("studioReferences")), QStringList{"IMG_2.png"});
+
+        grid->item(0)->setSelected(true);
+        w.page()->renameSelected("Tra Xanh poster.png");
+        QVERIFY(settle(w.model));
+        QVERIFY(fs::exists(w.project / "Export/Tra Xanh poster.png"));
+        QVERIFY(texts(grid).contains("Tra Xanh poster.png"));
+        // The pinned file was renamed away: the board says it is gone.
+        QCOMPARE(texts(w.child<QListWidget>("studioReferences")),
+                 QStringList{"IMG_2.png" + QString::fromUtf8(" (không còn ở đây)")});
+
+        w.child<QComboBox>("studioDays")->setCurrentIndex(2);
+        w.page()->saveCurrentFilter("Tuần này");
+        QVERIFY(settle(w.model));
+        auto* saved = w.child<QComboBox>("studioSavedFilters");
+        QCOMPARE(saved->count(), 2);
+        QCOMPARE(saved->itemText(1), QString("Tuần này"));
+        QCOMPARE(*w.model.snapshot()->studioBoard->filters.front().days, 7);
+    }
+};
+
+int main(int argc, char** argv) {
+    return runIsolated<StudioPageTest>(argc, argv);
+}
+
+#include "studio_page_test.moc"
