@@ -54,6 +54,7 @@ int main(int argc, char** argv) {
     kelo::cli::addDuplicateCommands(app, commands);
     kelo::cli::addZipCleanupCommands(app, commands);
     kelo::cli::addArtworkCommands(app, commands);
+    kelo::cli::addAICommands(app, commands);
     Options options;
     addGlobalOptions(app, options);
 

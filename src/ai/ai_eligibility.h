@@ -5,11 +5,17 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <string_view>
 #include <vector>
 
 #include "ai/ai_state.h"
 
 namespace kelo::AIEligibility {
+
+// What the two lists and limits promise, as Settings shows it.
+inline constexpr std::string_view kPreviewSupportText =
+    "AI previews support raster images up to 50 MB and thumbnailer thumbnails for PSD/AI up to 2 GB. For PSB, "
+    "oversized or unsupported files, attach an exported PNG/JPG.";
 
 inline constexpr std::uint64_t kThumbnailSizeLimit = 2147483648ULL;  // PSD and AI
 inline constexpr std::uint64_t kRasterSizeLimit = 52428800ULL;

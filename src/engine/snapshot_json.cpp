@@ -39,6 +39,9 @@ Json snapshotJson(const Snapshot& snapshot) {
     w.put("zipCleanupStatus", snapshot.zipCleanupStatus);
     w.put("zipCleanupEvents", snapshot.zipCleanupEvents);
     w.put("canUndoTrash", snapshot.canUndoTrash);
+    if (snapshot.ai) w.put("ai", *snapshot.ai);
+    w.put("aiHasKey", snapshot.aiHasKey);
+    w.put("aiSessionKey", snapshot.aiSessionKey);
     return out;
 }
 
