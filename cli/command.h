@@ -49,6 +49,7 @@ void addZipCleanupCommands(CLI::App& app, Commands& commands);  // zip_cleanup_c
 void addOcrCommand(CLI::App& app, Commands& commands);        // ocr_command.cpp
 void addHandoffCommands(CLI::App& app, Commands& commands);   // handoff_commands.cpp: handoff, storage
 void addArtworkCommands(CLI::App& app, Commands& commands);   // artwork_commands.cpp: artwork, artwork reset
+void addAICommands(CLI::App& app, Commands& commands);        // ai_commands.cpp: ai
 void addAiPreviewCommand(CLI::App& app, Commands& commands);  // ai_preview_command.cpp: ai preview
 void addStudioCommands(CLI::App& app, Commands& commands);    // studio_commands.cpp: studio, studio pin, unpin
 

@@ -54,6 +54,7 @@ int main(int argc, char** argv) {
     kelo::cli::addDuplicateCommands(app, commands);
     kelo::cli::addZipCleanupCommands(app, commands);
     kelo::cli::addArtworkCommands(app, commands);
+    kelo::cli::addAICommands(app, commands);
     kelo::cli::addAiPreviewCommand(app, commands);  // joins an "ai" group already added, or adds it
     kelo::cli::addStudioCommands(app, commands);
     Options options;

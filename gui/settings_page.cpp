@@ -19,6 +19,7 @@
 #include "gui/presentation.h"
 #include "gui/questions.h"
 #include "gui/zip_cleanup_box.h"
+#include "gui/ai_settings_box.h"
 
 namespace kelo::gui {
 
@@ -181,6 +182,8 @@ SettingsPage::SettingsPage(AppModel& model, QWidget* parent) : Page(model, paren
     layout->addLayout(appRow);
     zipCleanup_ = new ZipCleanupBox(model_, this);
     layout->addWidget(zipCleanup_);
+    aiSettings_ = new AISettingsBox(model_, this);
+    layout->addWidget(aiSettings_);
 }
 
 void SettingsPage::render(const Snapshot* snapshot, bool canOperate) {
@@ -208,6 +211,7 @@ void SettingsPage::render(const Snapshot* snapshot, bool canOperate) {
     enable(save_, canOperate && snapshot);
     enable(resetLearning_, canOperate && snapshot);
     zipCleanup_->render(snapshot, canOperate);
+    aiSettings_->render(snapshot, canOperate);
 }
 
 void SettingsPage::showSettings(const Settings& settings) {

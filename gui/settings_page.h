@@ -17,6 +17,7 @@ class QTableWidget;
 
 namespace kelo::gui {
 class ZipCleanupBox;
+class AISettingsBox;
 }
 
 namespace kelo::gui {
@@ -51,6 +52,7 @@ private:
     QCheckBox* hideWhenClosed_;
     QCheckBox* launchAtLogin_;
     ZipCleanupBox* zipCleanup_;
+    AISettingsBox* aiSettings_;
     std::optional<Settings> shown_;  // the engine's settings the form was last filled from
 };
 

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -18,6 +19,9 @@
 #include "model/uuid.h"
 
 namespace kelo {
+
+class DayCalendar;
+struct PlannedOperation;
 
 struct AIConfiguration {
     bool enabled = false;
@@ -92,6 +96,19 @@ struct AIState {
     // keeping its reserved usage. True when any record changed.
     bool closeInterruptedRequests();
 
+    // The daily counter and the quota pause. Every operation takes the time, so the
+    // clock and the calendar can be fixed in tests; reserve and markQuotaExhausted
+    // change only this value, and the caller persists it before anything is sent.
+    static std::string day(Date now, const DayCalendar& calendar);
+    std::int64_t used(Date now, const DayCalendar& calendar) const;
+    bool canRequest(Date now, const DayCalendar& calendar) const;
+    // Counts one request and appends a "started" record; throws KeloError when
+    // no request may be made or this saved version was already sent.
+    Uuid reserve(Date now, const DayCalendar& calendar, const FileRecord& file);
+    void markQuotaExhausted(Date now, const DayCalendar& calendar);
+    // Keeps records attached to files that completed operations moved or renamed.
+    bool follow(const std::vector<PlannedOperation>& operations, const std::set<Uuid>& completed);
+
     friend bool operator==(const AIState&, const AIState&) = default;
 };
 
@@ -100,6 +117,12 @@ inline constexpr std::string_view kAIStorageIssue =
     "Online AI data unavailable. Restore online-ai.json from backup. File organization remains available.";
 inline constexpr std::string_view kInterruptedRequestNote =
     "Interrupted request. No automatic retry; its reserved usage is retained.";
+
+inline constexpr std::string_view kAIUnavailableMessage =
+    "Online AI is disabled, paused, or at its local daily limit.";
+inline constexpr std::string_view kAIAlreadyProcessedMessage =
+    "This saved version was already processed. AI never retries it automatically.";
+inline constexpr std::string_view kAIRenamedNote = "Renamed through the reviewed plan. Undo is available in History.";
 
 void to_json(Json& out, const AIConfiguration& value);
 void from_json(const Json& in, AIConfiguration& value);

@@ -8,6 +8,7 @@
 
 #include "access/folder_bookmark.h"
 #include "access/path_safety.h"
+#include "engine/ai_commands.h"
 #include "classify/classification_engine.h"
 #include "engine/handoff_commands.h"
 #include "engine/zip_cleanup_commands.h"
@@ -81,6 +82,8 @@ SnapshotPtr Engine::snapshot(std::vector<std::string> messages, std::vector<std:
     out->nameSuggestions = nameSuggestions_;
     out->ai = ai_;
     out->aiStorageIssue = data_.aiStorageIssue;
+    out->aiHasKey = aiRuntime_.keyStored;
+    out->aiSessionKey = aiRuntime_.sessionKey.has_value();
     out->zipCleanupStatus = data_.zipCleanupStatus;
     if (data_.zipCleanupLedger) out->zipCleanupEvents = data_.zipCleanupLedger->events;
     return out;
@@ -317,6 +320,7 @@ Engine::PlanRun Engine::runPlan(const OperationPlan& plan, const AccessScope& sc
             run.messages.push_back("Failed " + name + ": " + it->second);
     }
     run.messages.push_back(run.result.summary());
+    if (auto unsaved = AICommands::followPlan(*this, plan, run.result.completed)) run.messages.push_back(*unsaved);
     Snapshot::RunOutcome outcome{run.result.completed.size(), 0, run.result.failed.size()};
     for (const auto& [id, reason] : run.result.skipped)
         if (reason != kDryRunMessage) ++outcome.skipped;

@@ -17,6 +17,8 @@
 
 #include "access/access_session.h"
 #include "access/protected_folders.h"
+#include "ai/ai_state.h"
+#include "engine/ai_runtime.h"
 #include "app/application_lock.h"
 #include "engine/persistent_data.h"
 #include "engine/snapshot.h"
@@ -115,6 +117,12 @@ public:
     // The cached classifications, computed if stale.
     std::shared_ptr<const std::vector<Classification>> classifications();
 
+    // Online AI: the stored state (replaced only by AICommands::persistAI, after the
+    // write succeeded) and what is kept of it in memory alone.
+    const AIState& ai() const { return *ai_; }
+    void replaceAI(AIState next) { ai_ = std::make_shared<const AIState>(std::move(next)); }
+    AIRuntime& aiRuntime() { return aiRuntime_; }
+
 private:
     std::vector<std::string> discoverProjects(const AccessScope& scope);
     // Runs the automatic ZIP cleanup when its rule is on; the outcome becomes its
@@ -134,6 +142,7 @@ private:
     std::optional<Uuid> inventoryProject_;
     std::shared_ptr<const StudioBoard> studioBoard_;
     std::shared_ptr<const AIState> ai_;
+    AIRuntime aiRuntime_;
     Trash trash_;
     std::optional<TrashedItem> lastTrashed_;
     std::optional<Snapshot::RunOutcome> lastRun_;  // handed to the next snapshot, once

@@ -45,6 +45,9 @@ Json snapshotJson(const Snapshot& snapshot) {
     if (snapshot.inventoryProject) out["inventoryProject"] = snapshot.inventoryProject->text();
     if (snapshot.inventory) out["inventory"] = studioInventoryJson(*snapshot.inventory);
     if (snapshot.studioBoard) out["studioBoard"] = studioBoardJson(*snapshot.studioBoard);
+    if (snapshot.ai) w.put("ai", *snapshot.ai);
+    w.put("aiHasKey", snapshot.aiHasKey);
+    w.put("aiSessionKey", snapshot.aiSessionKey);
     return out;
 }
 

@@ -1,0 +1,129 @@
+// The online AI section of Settings against a real engine and a real keyring on a
+// private session bus: the consents and cap reach the engine, today's use shows,
+// and the key is saved, kept for the session or forgotten without staying on screen.
+#include <QCheckBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QSpinBox>
+#include <QtTest>
+
+#include "ai/ai_keychain.h"
+#include "gui/ai_settings_box.h"
+#include "gui/main_window.h"
+#include "gui/settings_page.h"
+#include "access/path_safety.h"
+#include "gui/tests/isolated_app.h"
+#include "support/secret_service_session.h"
+#include "support/temp_dir.h"
+
+using namespace kelo;
+using namespace kelo::gui;
+namespace fs = std::filesystem;
+
+namespace {
+
+enum PageIndex { kOverview, kMatch, kProjects, kHistory, kSettings };
+
+const QString kKey = QStringLiteral("AIzaGuiTestKey_0123456789-abcdefg");
+
+struct Window {
+    testing::TempDir root;
+    fs::path inbox = root / "Downloads";
+    fs::path home = root / "Projects";
+    AppModel model;
+    MainWindow window{model};
+    AISettingsBox* box = nullptr;
+
+    Window() {
+        fs::create_directories(inbox);
+        fs::create_directories(home / "Lotus Spa");
+        model.start(root / "data");
+        settle(model);
+        model.addGrant(inbox, FolderGrant::Role::watch);
+        model.addGrant(home, FolderGrant::Role::projectHome);
+        settle(model);
+        box = window.page(kSettings)->findChild<AISettingsBox*>("aiSettings");
+    }
+    template <class T>
+    T* find(const char* name) const {
+        return box->findChild<T*>(name);
+    }
+    const AIConfiguration& configuration() const { return model.snapshot()->ai->configuration; }
+};
+
+}  // namespace
+
+class AISettingsTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void consentsCapAndFoldersReachTheEngine() {
+        Window w;
+        QVERIFY(w.box);
+        QVERIFY(!w.configuration().enabled);
+        QCOMPARE(w.find<QLabel>("aiUsage")->text(), QStringLiteral("Hôm nay đã dùng 0 / 10 yêu cầu."));
+        auto* folders = w.find<QListWidget>("aiFolders");
+        QCOMPARE(folders->count(), 2);
+
+        w.find<QCheckBox>("aiEnabled")->setChecked(true);
+        w.find<QCheckBox>("aiFreeTier")->setChecked(true);
+        w.find<QCheckBox>("aiDataUse")->setChecked(true);
+        w.find<QSpinBox>("aiDailyCap")->setValue(5);
+        folders->item(0)->setCheckState(Qt::Checked);
+        const Uuid before = w.configuration().revision;
+        w.box->saveSettings();
+        QVERIFY(settle(w.model));
+        QVERIFY(w.model.refusal().isEmpty());
+        QVERIFY(w.configuration().ready());
+        QCOMPARE(w.configuration().dailyLimit, 5);
+        QCOMPARE(w.configuration().allowedFolders, std::vector<std::string>{PathSafety::key(w.inbox)});
+        QVERIFY(w.configuration().revision != before);
+        QCOMPARE(w.find<QLabel>("aiUsage")->text(), QStringLiteral("Hôm nay đã dùng 0 / 5 yêu cầu."));
+
+        // Nothing ticked: saved, but online AI is not ready then.
+        w.find<QCheckBox>("aiFreeTier")->setChecked(false);
+        w.box->saveSettings();
+        QVERIFY(settle(w.model));
+        QVERIFY(!w.configuration().ready());
+    }
+
+    void keyIsSavedKeptForTheSessionAndForgotten() {
+        Window w;
+        auto* field = w.find<QLineEdit>("aiKey");
+        auto* status = w.find<QLabel>("aiKeyStatus");
+        QCOMPARE(field->echoMode(), QLineEdit::Password);
+
+        field->setText(QStringLiteral("too-short"));
+        w.box->saveKey();
+        QVERIFY(settle(w.model));
+        QCOMPARE(w.model.refusal(), QString::fromUtf8(kAIKeyInvalid.data(), kAIKeyInvalid.size()));
+        QVERIFY(field->text().isEmpty());
+
+        field->setText(kKey);
+        w.box->saveKey();
+        QVERIFY(settle(w.model));
+        QVERIFY(field->text().isEmpty());
+        QVERIFY(w.model.snapshot()->aiHasKey);
+        QCOMPARE(status->text(), QStringLiteral("Khóa: đã lưu trong keyring."));
+        QCOMPARE(AIKeychain::read(), std::optional<std::string>(kKey.toStdString()));
+
+        field->setText(kKey);
+        w.box->useSessionKey();
+        QVERIFY(settle(w.model));
+        QCOMPARE(status->text(), QStringLiteral("Khóa: chỉ dùng cho phiên này, không lưu."));
+
+        w.box->forgetKey();
+        QVERIFY(settle(w.model));
+        QVERIFY(!w.model.snapshot()->aiHasKey && !w.model.snapshot()->aiSessionKey);
+        QCOMPARE(status->text(), QStringLiteral("Khóa: chưa có."));
+        QCOMPARE(AIKeychain::read(), std::nullopt);
+    }
+};
+
+int main(int argc, char** argv) {
+    testing::SecretServiceSession keyring;  // before anything talks to D-Bus
+    return runIsolated<AISettingsTest>(argc, argv);
+}
+
+#include "ai_settings_test.moc"

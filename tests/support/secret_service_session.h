@@ -1,0 +1,36 @@
+// SecretServiceSession: a private session bus (dbus-run-session) with a real
+// gnome-keyring-daemon on it, its login keyring created and unlocked under a
+// temporary home, so key tests never reach the user's own keyring. Starting it
+// points this process's DBUS_SESSION_BUS_ADDRESS at the private bus; it must start
+// before the process first talks to D-Bus. Stopping ends the bus, and the keyring
+// daemon with it. One per test process; owned by the test suite that starts it.
+#pragma once
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <string>
+
+#include "support/temp_dir.h"
+
+namespace kelo::testing {
+
+class SecretServiceSession {
+public:
+    SecretServiceSession();  // throws std::runtime_error when the bus cannot start
+    ~SecretServiceSession();
+    SecretServiceSession(const SecretServiceSession&) = delete;
+    SecretServiceSession& operator=(const SecretServiceSession&) = delete;
+
+    const std::string& address() const { return address_; }
+    // Where the keyring daemon keeps its files.
+    std::filesystem::path keyrings() const { return home_ / "data" / "keyrings"; }
+
+private:
+    TempDir home_;
+    pid_t pid_ = -1;
+    int input_ = -1;  // closing it ends the session
+    std::string address_;
+};
+
+}  // namespace kelo::testing
