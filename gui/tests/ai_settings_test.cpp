@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-enum PageIndex { kOverview, kMatch, kProjects, kHistory, kSettings };
+enum PageIndex { kOverview, kMatch, kProjects, kStudio, kHistory, kSettings };
 
 const QString kKey = QStringLiteral("AIzaGuiTestKey_0123456789-abcdefg");
 

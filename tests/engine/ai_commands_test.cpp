@@ -127,7 +127,7 @@ TEST_F(AICommandsTest, ValidationRefusesInOrderUntilTheFileIsQuietAndUnchanged) 
     EXPECT_EQ(validation(file), kAINotReadyForFile) << "the inbox is approved but not chosen for AI";
 
     AICommands::configureAI(*engine, readyConfiguration());
-    EXPECT_EQ(validation(file), "(no refusal)");
+    EXPECT_EQ(validation(file), "");
 
     writeFile(inbox / "poster.png", "edited just now");
     EXPECT_EQ(validation(file), kAIFileChanged);
@@ -147,7 +147,7 @@ TEST_F(AICommandsTest, ArchivedProjectsAndLinkedPathsAreRefused) {
     const fs::path inProject = home / "Lotus Spa" / "logo.png";
     writeFile(inProject, "logo");
     FileRecord record = Metadata::record(inProject, home / "Lotus Spa");
-    EXPECT_EQ(validation(record), "(no refusal)");
+    EXPECT_EQ(validation(record), "");
     AppState archived = engine->state();
     for (auto& project : archived.projects) project.status = ProjectStatus::archived;
     engine->commitState(archived);
