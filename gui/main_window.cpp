@@ -13,6 +13,7 @@
 #include <QMenu>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QStackedWidget>
 #include <QStatusBar>
 #include <QStyle>
@@ -38,6 +39,24 @@
 #include "gui/texts.h"
 
 namespace kelo::gui {
+
+namespace {
+
+// A page inside a frameless scroll area that keeps the window's own background.
+QWidget* scrollable(QWidget* page, QWidget* parent) {
+    auto* area = new QScrollArea(parent);
+    area->setObjectName(QStringLiteral("pageScroll"));
+    area->setFrameShape(QFrame::NoFrame);
+    area->setWidgetResizable(true);
+    area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    area->setStyleSheet(QStringLiteral("QScrollArea#pageScroll { border: none; background: transparent; }"));
+    area->viewport()->setAutoFillBackground(false);
+    area->setWidget(page);
+    page->setAutoFillBackground(false);
+    return area;
+}
+
+}  // namespace
 
 MainWindow::MainWindow(AppModel& model, QWidget* parent) : QMainWindow(parent), model_(model) {
     setWindowTitle(text::kAppTitle);
@@ -69,7 +88,8 @@ MainWindow::MainWindow(AppModel& model, QWidget* parent) : QMainWindow(parent), 
                             text::kSettingsPage};
     for (std::size_t i = 0; i < pages_.size(); ++i) {
         sidebar_->addItem(QString(titles[i]));
-        stack_->addWidget(pages_[i]);
+        // Settings is taller than a laptop screen: it scrolls rather than growing the window.
+        stack_->addWidget(i == pages_.size() - 1 ? scrollable(pages_[i], stack_) : pages_[i]);
     }
     companion_ = new Companion(model_, *this);
     pages_.push_back(new CompanionPage(model_, *companion_, stack_));

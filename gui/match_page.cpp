@@ -197,10 +197,10 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
     layout->addLayout(actions);
 
     auto* clusterBox = new QGroupBox(text::kClusters, this);
-    auto* clusterLayout = new QVBoxLayout(clusterBox);
+    auto* clusterLayout = new QHBoxLayout(clusterBox);  // buttons beside the list leave the files more room
     clusters_ = new QListWidget(clusterBox);
     clusters_->setObjectName(QStringLiteral("clusterList"));
-    clusters_->setMaximumHeight(80);
+    clusters_->setMaximumHeight(72);
     connect(&clusterSearch_, &QFutureWatcher<std::vector<Cluster>>::finished, this, [this] {
         if (!clusterSearch_.isCanceled()) showClusters(clusterSearch_.result());
     });
@@ -208,11 +208,11 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
     ignoreCluster_->setObjectName(QStringLiteral("ignoreCluster"));
     restoreIgnored_ = new QPushButton(text::kRestoreIgnored, clusterBox);
     restoreIgnored_->setObjectName(QStringLiteral("restoreIgnored"));
-    auto* clusterButtons = new QHBoxLayout;
+    auto* clusterButtons = new QVBoxLayout;
     clusterButtons->addWidget(ignoreCluster_);
     clusterButtons->addWidget(restoreIgnored_);
     clusterButtons->addStretch();
-    clusterLayout->addWidget(clusters_);
+    clusterLayout->addWidget(clusters_, 1);
     clusterLayout->addLayout(clusterButtons);
     layout->addWidget(clusterBox);
 

@@ -38,6 +38,15 @@ QPushButton* button(const char* label, const char* name, QWidget* parent) {
     return made;
 }
 
+QString statusText(ProjectStatus status) {
+    switch (status) {
+    case ProjectStatus::active: return QString::fromUtf8(text::kProjectActive);
+    case ProjectStatus::dormant: return QString::fromUtf8(text::kProjectDormant);
+    case ProjectStatus::archived: return QString::fromUtf8(text::kProjectArchived);
+    }
+    return {};
+}
+
 }  // namespace
 
 ProjectsPage::ProjectsPage(AppModel& model, QWidget* parent) : Page(model, parent) {
@@ -64,18 +73,21 @@ ProjectsPage::ProjectsPage(AppModel& model, QWidget* parent) : Page(model, paren
     newProject_ = button(text::kNewProject, "newProject", this);
     findDuplicates_ = button(text::kFindDuplicates, "findDuplicates", this);
     handoff_ = button(text::kHandoff, "handoff", this);
-    for (QPushButton* action : {archive_, reopen_, addAlias_, removeAlias_, trashProject_}) actions->addWidget(action);
-    actions->addWidget(findDuplicates_);
-    actions->addWidget(handoff_);
+    // Two rows, so the page fits a laptop screen: the project itself, then its tools.
+    for (QPushButton* action : {archive_, reopen_, trashProject_}) actions->addWidget(action);
+    auto* tools = new QHBoxLayout;
+    for (QPushButton* action : {addAlias_, removeAlias_, findDuplicates_, handoff_}) tools->addWidget(action);
     auto* stickerStudio = button(text::kStickerStudio, "stickerStudio", this);
     stickerStudio->setEnabled(false);
-    actions->addWidget(stickerStudio);
+    tools->addWidget(stickerStudio);
+    tools->addStretch();
     connect(stickerStudio, &QPushButton::clicked, this, [this] { openStickerStudio(model_, selectedId(), this); });
     connect(table_, &QTableWidget::itemSelectionChanged, stickerStudio,
             [this, stickerStudio] { stickerStudio->setEnabled(canOperate_ && !selectedId().isEmpty()); });
     actions->addStretch();
     actions->addWidget(newProject_);
     layout->addLayout(actions);
+    layout->addLayout(tools);
 
     auto* suggestionBox = new QGroupBox(text::kNameSuggestionsTitle, this);
     auto* suggestionLayout = new QHBoxLayout(suggestionBox);
@@ -144,7 +156,7 @@ void ProjectsPage::render(const Snapshot* snapshot, bool canOperate) {
         name->setData(kAliasesRole, aliases);
         name->setIcon(projectIcon(project));
         table_->setItem(row, kName, name);
-        table_->setItem(row, kStatus, cell(qs(rawValue(project.status))));
+        table_->setItem(row, kStatus, cell(statusText(project.status)));
         table_->setItem(row, kFolder, cell(QString::fromStdString(project.destinationFolder.string())));
         table_->setItem(row, kAliases, cell(aliases.join(QStringLiteral(", "))));
         if (name->data(kIdRole).toString() == selected) table_->selectRow(row);

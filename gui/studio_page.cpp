@@ -65,7 +65,7 @@ QString names(const StudioProjectView& view, const std::vector<std::size_t>& ind
 }  // namespace
 
 StudioPage::StudioPage(AppModel& model, QWidget* parent)
-    : Page(model, parent), thumbnails_(std::make_unique<ThumbnailCache>(kThumbnailEdge)) {
+    : Page(model, parent), thumbnails_(new ThumbnailCache(2 * kThumbnailEdge, 600, this)) {
     auto* layout = new QVBoxLayout(this);
     layout->setSpacing(Style::kGrid);
 
@@ -148,7 +148,7 @@ StudioPage::StudioPage(AppModel& model, QWidget* parent)
     body->addWidget(board, 1);
     layout->addLayout(body, 1);
 
-    connect(thumbnails_.get(), &ThumbnailCache::ready, this, &StudioPage::showThumbnail);
+    connect(thumbnails_, &ThumbnailCache::ready, this, &StudioPage::showThumbnail);
     connect(project_, &QComboBox::activated, this,
             [this](int index) { openProject(project_->itemData(index).toString()); });
     connect(reload_, &QPushButton::clicked, this, [this] { openProject(project_->currentData().toString()); });

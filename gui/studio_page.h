@@ -85,7 +85,7 @@ private:
     QPushButton* rename_;
     QPushButton* sort_;
     QLabel* empty_;
-    std::unique_ptr<ThumbnailCache> thumbnails_;
+    ThumbnailCache* thumbnails_ = nullptr;  // a child, decoded at twice the edge for 2x screens
     QHash<QString, QListWidgetItem*> itemsByFingerprint_;
 
     SnapshotPtr snapshot_;  // the last one rendered, for its Studio view and board

@@ -223,7 +223,7 @@ void ActionsTest::archivedProjectRefusesSortsVerbatimUntilReopened() {
     QVERIFY(archive->isEnabled() && !reopen->isEnabled());
     archive->click();
     QVERIFY(settle(w.model));
-    QCOMPARE(w.projects()->item(column(w.projects(), 0).indexOf("Lotus Spa"), 1)->text(), QString("archived"));
+    QCOMPARE(w.projects()->item(column(w.projects(), 0).indexOf("Lotus Spa"), 1)->text(), QString("Đã lưu trữ"));
 
     w.selectFiles({"lotus price list.pdf"});
     w.chooseProject("Lotus Spa");
@@ -236,7 +236,7 @@ void ActionsTest::archivedProjectRefusesSortsVerbatimUntilReopened() {
     QVERIFY(reopen->isEnabled() && !archive->isEnabled());
     reopen->click();
     QVERIFY(settle(w.model));
-    QCOMPARE(w.projects()->item(column(w.projects(), 0).indexOf("Lotus Spa"), 1)->text(), QString("active"));
+    QCOMPARE(w.projects()->item(column(w.projects(), 0).indexOf("Lotus Spa"), 1)->text(), QString("Đang làm"));
 }
 
 void ActionsTest::confirmRejectLeaveAloneAndRestore() {

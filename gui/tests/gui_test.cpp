@@ -113,7 +113,7 @@ void GuiTest::grantedFoldersFillEveryPage() {
     QStringList projectNames = column(projects, 0);
     projectNames.sort();
     QCOMPARE(projectNames, QStringList({"ACME", "Bloom"}));
-    QCOMPARE(column(projects, 1), QStringList({"active", "active"}));
+    QCOMPARE(column(projects, 1), QStringList({"Đang làm", "Đang làm"}));
 
     auto* grants = window.page(kSettings)->findChild<QTableWidget*>("grantsTable");
     QCOMPARE(grants->rowCount(), 2);

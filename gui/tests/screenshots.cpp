@@ -207,9 +207,10 @@ int main(int argc, char** argv) {
     // A file chosen on Match shows its actions enabled.
     window.page(1)->findChild<QTableView*>("matchTable")->selectRow(0);
 
-    const char* pages[] = {"overview", "match", "projects", "studio", "history", "settings"};
+    const char* pages[] = {"overview", "match", "projects", "studio", "history", "settings", "companion"};
     for (int i = 0; i < 6; ++i) {
         window.showPage(i);
+        settle(model);  // a page may ask the engine for something when it is first shown
         settleThumbnails(window);
         save(window, out, QString("%1-%2").arg(i + 1).arg(pages[i]));
     }
@@ -278,8 +279,9 @@ int main(int argc, char** argv) {
     dark.resize(1100, 720);
     dark.show();
     dark.page(1)->findChild<QTableView*>("matchTable")->selectRow(0);
-    for (int i = 0; i < 6; ++i) {
+    for (int i = 0; i < 7; ++i) {
         dark.showPage(i);
+        settle(model);
         settleThumbnails(dark);
         save(dark, out, QString("%1-%2-dark").arg(i + 1).arg(pages[i]));
     }
