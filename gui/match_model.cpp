@@ -1,5 +1,7 @@
 #include "gui/match_model.h"
 
+#include <unordered_map>
+
 #include <QDateTime>
 #include <QLocale>
 
@@ -55,22 +57,36 @@ void MatchModel::show(const SnapshotPtr& snapshot) {
     rowOfFingerprint_.clear();
     icons_.clear();
     if (snapshot_) {
-        // Project names by id once, not a search of every project per file.
-        QHash<QString, const Project*> projects;
-        for (const auto& project : snapshot_->state->projects) projects.insert(qs(project.id.text()), &project);
+        // Project names and ids by id once, not a search of every project and a
+        // conversion of its id per file; the same for the few state texts.
+        struct Named {
+            const Project* project;
+            QString id, name;
+        };
+        std::unordered_map<Uuid, Named> projects;
+        for (const auto& project : snapshot_->state->projects)
+            projects.emplace(project.id, Named{&project, qs(project.id.text()), qs(project.name)});
+        std::unordered_map<int, QString> stateTexts;
         const auto& classifications = *snapshot_->classifications;
         rows_.reserve(classifications.size());
         const auto& ignored = snapshot_->state->ignored;
         for (const Classification& c : classifications) {
             Row row;
             row.name = qs(c.file.filename());
-            row.state = qs(rawValue(c.state));
+            auto text = stateTexts.find(static_cast<int>(c.state));
+            if (text == stateTexts.end()) text = stateTexts.emplace(static_cast<int>(c.state), qs(rawValue(c.state))).first;
+            row.state = text->second;
             if (!ignored.empty() && isIgnored(*snapshot_->state, c.file)) row.state += text::kIgnoredMark;
             if (const auto top = topCandidate(c)) {
                 row.hasTop = true;
-                row.projectId = qs(top->projectID.text());
-                row.projectRef = projects.value(row.projectId, nullptr);
-                row.project = row.projectRef ? qs(row.projectRef->name) : QStringLiteral("-");
+                if (const auto it = projects.find(top->projectID); it != projects.end()) {
+                    row.projectId = it->second.id;
+                    row.projectRef = it->second.project;
+                    row.project = it->second.name;
+                } else {
+                    row.projectId = qs(top->projectID.text());
+                    row.project = QStringLiteral("-");
+                }
                 row.score = top->score;
             }
             rows_.push_back(std::move(row));
