@@ -54,7 +54,7 @@ Engine::Engine(const std::filesystem::path& dataDirectory, Clock clock, Trash::E
       lock_(std::make_unique<ApplicationLock>(dataDirectory)),
       data_(loadPersistentData(dataDirectory)),
       executor_(openExecutor(data_, clock_)),
-      state_(std::make_shared<const AppState>(data_.state)),
+      state_(std::make_shared<const AppState>(std::move(data_.state))),
       files_(std::make_shared<const std::vector<FileRecord>>()),
       nameSuggestions_(std::make_shared<const std::vector<NameSuggestion>>()),
       studio_(std::make_shared<const StudioState>(data_.studio)),

@@ -50,7 +50,7 @@ struct PersistentData {
     StudioState studio;
 
     StateStore store;
-    AppState state;
+    AppState state;  // moved into the engine's own state when it starts
 
     std::filesystem::path journalPath() const;
 };

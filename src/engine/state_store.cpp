@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "model/app_state_delta.h"
+#include "model/app_state_dom.h"
 #include "model/kelo_error.h"
 #include "store/local_store.h"
 
@@ -54,7 +55,7 @@ AppState StateStore::load(const std::function<AppState()>& makeDefault) {
     log_ = JournalLog();
     const auto bytes = store_detail::readIfPresent(url_);
     if (!bytes) return makeDefault();
-    AppState state = decodeValue<AppState>(parseDocument(*bytes));
+    AppState state = decodeAppState(ParsedDocument(*bytes));
     documentBytes_ = bytes->size();
 
     const auto logBytes = store_detail::readIfPresent(logUrl());

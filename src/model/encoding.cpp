@@ -1,5 +1,7 @@
 #include "model/encoding.h"
 
+#include <algorithm>
+
 #include <openssl/evp.h>
 
 namespace kelo {
@@ -35,17 +37,18 @@ static int hexDigit(char c) {
 std::optional<std::string> percentDecode(std::string_view text) {
     std::string out;
     out.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '%') {
-            out += text[i];
-            continue;
-        }
-        if (i + 2 >= text.size()) return std::nullopt;
-        int high = hexDigit(text[i + 1]);
-        int low = hexDigit(text[i + 2]);
+    std::size_t i = 0;
+    while (i < text.size()) {
+        // The plain run up to the next escape goes across in one piece.
+        const std::size_t percent = std::min(text.find('%', i), text.size());
+        out.append(text.substr(i, percent - i));
+        if (percent == text.size()) break;
+        if (percent + 2 >= text.size()) return std::nullopt;
+        int high = hexDigit(text[percent + 1]);
+        int low = hexDigit(text[percent + 2]);
         if (high < 0 || low < 0) return std::nullopt;
         out += static_cast<char>(high * 16 + low);
-        i += 2;
+        i = percent + 3;
     }
     return out;
 }
@@ -60,7 +63,7 @@ std::optional<std::filesystem::path> pathFromFileUrl(std::string_view url) {
     auto decoded = percentDecode(url.substr(kScheme.size()));
     if (!decoded || decoded->empty() || decoded->front() != '/') return std::nullopt;
     if (decoded->find('\0') != std::string::npos) return std::nullopt;
-    return std::filesystem::path(*decoded);
+    return std::filesystem::path(std::move(*decoded));
 }
 
 std::string base64Encode(const Bytes& bytes) {

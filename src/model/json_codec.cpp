@@ -1,6 +1,6 @@
 #include "model/json_codec.h"
 
-#include <simdjson.h>
+#include "model/json_dom.h"
 
 #include <algorithm>
 #include <cctype>
@@ -93,69 +93,7 @@ void JsonWriter::putBytes(std::string_view key, const std::optional<Bytes>& byte
     if (bytes) putBytes(key, *bytes);
 }
 
-namespace {
-
-[[noreturn]] void malformed(std::string_view reason) {
-    throw DecodingError("", "malformed JSON (" + std::string(reason) + ")");
-}
-
-// One value of the type `element` was found to have.
-template <class T>
-T valueOf(simdjson::dom::element element) {
-    T value{};
-    if (element.get(value) != simdjson::SUCCESS) malformed("unexpected value");
-    return value;
-}
-
-// The value nlohmann's own parser would have built for the same text: a non-negative
-// integer is unsigned, a negative one signed, anything with a fraction or exponent a
-// float, and of repeated keys the last wins.
-Json convert(simdjson::dom::element element) {
-    using Type = simdjson::dom::element_type;
-    switch (element.type()) {
-        case Type::ARRAY: {
-            Json out = Json::array();
-            auto& values = out.get_ref<Json::array_t&>();
-            for (simdjson::dom::element child : valueOf<simdjson::dom::array>(element))
-                values.push_back(convert(child));
-            return out;
-        }
-        case Type::OBJECT: {
-            Json out = Json::object();
-            auto& fields = out.get_ref<Json::object_t&>();
-            for (simdjson::dom::key_value_pair field : valueOf<simdjson::dom::object>(element))
-                fields.insert_or_assign(fields.end(), std::string(field.key), convert(field.value));
-            return out;
-        }
-        case Type::INT64: {
-            const auto value = valueOf<std::int64_t>(element);
-            if (value >= 0) return Json(static_cast<std::uint64_t>(value));
-            return Json(value);
-        }
-        case Type::UINT64: return Json(valueOf<std::uint64_t>(element));
-        case Type::DOUBLE: return Json(valueOf<double>(element));
-        case Type::STRING: return Json(std::string(valueOf<std::string_view>(element)));
-        case Type::BOOL: return Json(valueOf<bool>(element));
-        case Type::NULL_VALUE: return Json(nullptr);
-    }
-    malformed("unknown value");
-}
-
-}  // namespace
-
-Json parseDocument(std::string_view text) {
-    // A byte-order mark is allowed before the document, as it always was.
-    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-    if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark) text.remove_prefix(kByteOrderMark.size());
-    // simdjson checks the whole text (structure, UTF-8, escapes, numbers) several times
-    // faster than nlohmann's parser; the result is then handed over as nlohmann values,
-    // which every decoder reads.
-    simdjson::dom::parser parser;
-    simdjson::dom::element root;
-    if (const auto error = parser.parse(text.data(), text.size()).get(root); error != simdjson::SUCCESS)
-        malformed(simdjson::error_message(error));
-    return convert(root);
-}
+Json parseDocument(std::string_view text) { return ParsedDocument(text).toJson(); }
 
 namespace json_layout {
 

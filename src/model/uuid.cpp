@@ -2,6 +2,8 @@
 
 #include <sys/random.h>
 
+#include <array>
+#include <cstdint>
 #include <cstring>
 #include <system_error>
 
@@ -23,12 +25,18 @@ Uuid Uuid::random() {
     return id;
 }
 
-static int hexValue(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-}
+// Each byte's hex digit value, or -1; a table because a year of history holds
+// a hundred thousand identifiers to read at start-up.
+static constexpr std::array<std::int8_t, 256> kHexValues = [] {
+    std::array<std::int8_t, 256> values{};
+    values.fill(-1);
+    for (int c = '0'; c <= '9'; ++c) values[static_cast<std::size_t>(c)] = static_cast<std::int8_t>(c - '0');
+    for (int c = 'a'; c <= 'f'; ++c) values[static_cast<std::size_t>(c)] = static_cast<std::int8_t>(c - 'a' + 10);
+    for (int c = 'A'; c <= 'F'; ++c) values[static_cast<std::size_t>(c)] = static_cast<std::int8_t>(c - 'A' + 10);
+    return values;
+}();
+
+static int hexValue(char c) { return kHexValues[static_cast<unsigned char>(c)]; }
 
 std::optional<Uuid> Uuid::parse(std::string_view text) {
     if (text.size() != 36) return std::nullopt;

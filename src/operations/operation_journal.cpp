@@ -5,6 +5,7 @@
 #include <unordered_set>
 
 #include "model/kelo_error.h"
+#include "operations/journal_dom.h"
 #include "store/local_store.h"
 
 namespace kelo {
@@ -170,13 +171,13 @@ OperationJournal::OperationJournal(std::filesystem::path url, Clock clock, LogCa
     const std::optional<std::string> bytes = store_detail::readIfPresent(url_);
     const bool documentFound = bytes.has_value();
     if (bytes) {
-        const Json json = parseDocument(*bytes);
+        const ParsedDocument parsed(*bytes);
         // The version decides how the rest is read, so it is checked first.
-        if (json.is_object() && json.contains("schemaVersion") && json["schemaVersion"].is_number_integer() &&
-            json["schemaVersion"].get<std::int64_t>() != JournalDocument::kSupportedVersion)
+        if (const auto version = journalVersion(parsed); version && *version != JournalDocument::kSupportedVersion)
             throw KeloError::unsafe(kUnsupportedVersion);
-        document_ = decodeValue<JournalDocument>(json);
+        document_ = decodeJournalDocument(parsed);
     }
+    index_.reserve(document_.entries.size());
     for (std::size_t i = 0; i < document_.entries.size(); ++i)
         if (!index_.emplace(document_.entries[i].operation.id, i).second) throw KeloError::unsafe(kDuplicateIds);
 

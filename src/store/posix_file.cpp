@@ -19,7 +19,11 @@ std::string readAll(int fd, const std::filesystem::path& what) {
     struct stat info {};
     const std::size_t expected =
         ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) ? static_cast<std::size_t>(info.st_size) : 0;
-    std::string out(expected + 1, '\0');
+    // The spare capacity past the end lets a JSON parser read the bytes in place.
+    constexpr std::size_t kSpare = 64;
+    std::string out;
+    out.reserve(expected + 1 + kSpare);
+    out.resize(expected + 1);
     std::size_t filled = 0;
     for (;;) {
         if (filled == out.size()) out.resize(out.size() * 2 + 65536);
