@@ -21,11 +21,7 @@ class LearningCommandsTest : public testing::EngineFixture {
 protected:
     void SetUp() override { makeFolders({"Hydro Cafe", "Lotus Spa"}); }
 
-    static Uuid idOf(const AppState& state, const std::string& name) {
-        for (const auto& project : state.projects)
-            if (project.name == name) return project.id;
-        throw std::runtime_error("no project " + name);
-    }
+    static Uuid idOf(const AppState& state, const std::string& name) { return projectNamed(state, name)->id; }
 
     static const Association* association(const LearningData& learning, const std::string& token, const Uuid& project) {
         for (const auto& a : learning.associations)
@@ -110,17 +106,6 @@ TEST_F(LearningCommandsTest, ConfirmingAnotherProjectAssignsTheFileAndRejectsThe
     EXPECT_EQ(reset->messages, (std::vector<std::string>{"Learning was reset: 1 decision forgotten."}));
     engine.reset();
     EXPECT_EQ(start()->state().learning, LearningData{});
-}
-
-TEST_F(LearningCommandsTest, FeedbackRefusesFilesOutsideTheInboxAndUnknownProjects) {
-    writeFile(inbox / "a.pdf", "x");
-    writeFile(dir / "elsewhere.pdf", "x");
-    auto engine = startWithFolders();
-    EXPECT_EQ(refusal([&] { LearningCommands::feedback(*engine, dir / "elsewhere.pdf", "Hydro Cafe", true); }),
-              "elsewhere.pdf is not a file in an approved inbox. Nothing changed.");
-    EXPECT_EQ(refusal([&] { LearningCommands::feedback(*engine, inbox / "a.pdf", "Nobody", true); }),
-              "No project is called Nobody. Nothing changed.");
-    EXPECT_TRUE(engine->state().learning.feedback.empty());
 }
 
 TEST_F(LearningCommandsTest, IgnoredFilesAndClustersUntilRestoredOrChanged) {

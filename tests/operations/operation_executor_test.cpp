@@ -79,32 +79,6 @@ TEST_F(OperationExecutorTest, DryRunReportsEverythingSkippedAndChangesNothing) {
     EXPECT_TRUE(executor->journal().document().entries.empty());
 }
 
-TEST_F(OperationExecutorTest, MovesCreateMissingFoldersAsJournaledOperations) {
-    auto executor = makeExecutor();
-    const Uuid batch = Uuid::random();
-    const auto a = inboxFile("a.psd");
-    const auto b = inboxFile("b.png");
-    const OperationPlan p = plan({move(a, project / "Working" / "Post 3" / "a.psd", batch),
-                                  move(b, project / "Export" / "b.png", batch)});
-    const BatchResult result = executor->execute(p, scope, false);
-
-    EXPECT_EQ(result.summary(), "2 completed, 0 skipped, 0 failed. 0 overwritten.");
-    EXPECT_EQ(readFile(project / "Working" / "Post 3" / "a.psd"), "content of a.psd");
-    EXPECT_EQ(readFile(project / "Export" / "b.png"), "content of b.png");
-    EXPECT_FALSE(fs::exists(a));
-    const auto& entries = executor->journal().document().entries;
-    // Two moves and three folders (Working, Working/Post 3, Export), all completed.
-    ASSERT_EQ(entries.size(), 5u);
-    int folders = 0;
-    for (const auto& entry : entries) {
-        EXPECT_EQ(entry.status, OperationStatus::completed);
-        EXPECT_EQ(entry.operation.batchID, batch);
-        if (entry.operation.type == OperationType::createDirectory) ++folders;
-    }
-    EXPECT_EQ(folders, 3);
-    EXPECT_TRUE(executor->journal().isConsistent());
-}
-
 TEST_F(OperationExecutorTest, ASharedDestinationSkipsTheSecondAndRunsTheFirst) {
     auto executor = makeExecutor();
     const Uuid batch = Uuid::random();
