@@ -1,13 +1,12 @@
 // "state.json" and its log: every kind of change survives a restart, a writer killed
 // inside any append (torn or unsynced record, the fold's first record too) loses
 // nothing it acknowledged, a fold cut short, a damaged record and a failed sync are
-// handled as the store promises, and an undo's taken-back learning survives a restart.
+// handled as the store promises.
 #include "engine/state_store.h"
 
 #include <gtest/gtest.h>
 
 #include "classify/learning.h"
-#include "engine/file_commands.h"
 #include "model/kelo_error.h"
 #include "support/engine_fixture.h"
 #include "support/log_kill_harness.h"
@@ -132,23 +131,6 @@ TEST_F(StateStoreTest, FoldCutShortDamagedRecordAndFailedSync) {
     failSync = false;
     store.save(states[3], states[6]);
     EXPECT_EQ(reopened(dir), states[6]);
-}
-
-TEST_F(StateStoreTest, UndoneLearningSurvivesARestart) {
-    makeFolders({"Lotus Spa"});
-    AppState before;
-    {
-        auto engine = startWithFolders(false);
-        writeFile(inbox / "lotus spa menu.png", "x");
-        writeFile(inbox / "lotus spa card.png", "y");
-        engine->scan();
-        FileCommands::sortFile(*engine, inbox / "lotus spa menu.png", "Lotus Spa");
-        const auto sorted = FileCommands::sortFile(*engine, inbox / "lotus spa card.png", "Lotus Spa");
-        FileCommands::undoBatch(*engine, sorted->history->front().id.text());
-        before = engine->state();
-    }
-    ASSERT_EQ(before.learning.feedback.size(), 1u);
-    EXPECT_EQ(start()->state(), before);
 }
 
 }  // namespace
