@@ -17,57 +17,50 @@ using testing::TempDir;
 using testing::writeFile;
 
 TEST(PathSafetyTest, KeyIsTheStandardizedPath) {
-    EXPECT_EQ(PathSafety::key("/a/b/"), "/a/b");
-    EXPECT_EQ(PathSafety::key("/a/./b//c/../d"), "/a/b/d");
-    EXPECT_EQ(PathSafety::key("/"), "/");
-    EXPECT_EQ(PathSafety::key("/a/.."), "/");
-    EXPECT_EQ(PathSafety::key("/a/b"), PathSafety::key("/a/b/."));
     // Paths already in standard form come back unchanged; any other spelling is normalized.
-    EXPECT_EQ(PathSafety::key("a/b.c/..d"), "a/b.c/..d");
-    EXPECT_EQ(PathSafety::key("a//b"), "a/b");
-    EXPECT_EQ(PathSafety::key("./a"), "a");
-    EXPECT_EQ(PathSafety::key("a/../.."), "..");
-    EXPECT_EQ(PathSafety::key("//"), "/");
+    const std::pair<const char*, const char*> cases[] = {
+        {"/a/b/", "/a/b"}, {"/a/./b//c/../d", "/a/b/d"}, {"/", "/"},   {"/a/..", "/"},    {"/a/b/.", "/a/b"},
+        {"a//b", "a/b"},   {"a/b.c/..d", "a/b.c/..d"},   {"./a", "a"}, {"a/../..", ".."}, {"//", "/"},
+    };
+    for (const auto& [path, key] : cases) EXPECT_EQ(PathSafety::key(path), key) << path;
 }
 
 TEST(PathSafetyTest, ContainsByWholeCaseSensitiveComponents) {
-    EXPECT_TRUE(PathSafety::contains("/a/b", "/a/b"));
-    EXPECT_TRUE(PathSafety::contains("/a/b/", "/a/b"));
-    EXPECT_TRUE(PathSafety::contains("/a/b", "/a/b/c/d.txt"));
-    EXPECT_TRUE(PathSafety::contains("/", "/anything"));
-    EXPECT_FALSE(PathSafety::contains("/a/b", "/a/bc"));
-    EXPECT_FALSE(PathSafety::contains("/a/bc", "/a/b"));
-    EXPECT_FALSE(PathSafety::contains("/a/b", "/a"));
-    EXPECT_FALSE(PathSafety::contains("/a/B", "/a/b/c"));
-    EXPECT_FALSE(PathSafety::contains("", "/a/b"));
-    EXPECT_TRUE(PathSafety::contains("a", "a/b"));
-    EXPECT_FALSE(PathSafety::contains("a", "ab/c"));
-    EXPECT_FALSE(PathSafety::contains("/", "a"));
-    EXPECT_FALSE(PathSafety::contains("/a", ""));
-    // ".." is resolved before comparing, so it cannot climb out of a root.
-    EXPECT_FALSE(PathSafety::contains("/a/b", "/a/b/../c"));
-    EXPECT_TRUE(PathSafety::contains("/a/b", "/a/x/../b/c"));
+    const struct {
+        const char *root, *path;
+        bool contained;
+    } cases[] = {
+        {"/a/b", "/a/b", true},
+        {"/a/b/", "/a/b", true},
+        {"/a/b", "/a/b/c/d.txt", true},
+        {"/", "/anything", true},
+        {"/a/b", "/a/bc", false},
+        {"/a/bc", "/a/b", false},
+        {"/a/b", "/a", false},
+        {"/a/B", "/a/b/c", false},
+        {"", "/a/b", false},
+        {"a", "a/b", true},
+        {"a", "ab/c", false},
+        {"/", "a", false},
+        {"/a", "", false},
+        // ".." is resolved before comparing, so it cannot climb out of a root.
+        {"/a/b", "/a/b/../c", false},
+        {"/a/b", "/a/x/../b/c", true},
+    };
+    for (const auto& c : cases) EXPECT_EQ(PathSafety::contains(c.root, c.path), c.contained) << c.root << " " << c.path;
 }
 
 TEST(PathSafetyTest, ValidNameLimitsAndForbiddenCharacters) {
-    EXPECT_TRUE(PathSafety::validName("report.pdf"));
-    EXPECT_TRUE(PathSafety::validName(".hidden"));
-    EXPECT_TRUE(PathSafety::validName("..."));
-    EXPECT_TRUE(PathSafety::validName(std::string(255, 'a')));
-    EXPECT_FALSE(PathSafety::validName(std::string(256, 'a')));
     // "đ" is two bytes in UTF-8: 127 of them and one ASCII letter make 255 bytes.
     std::string multibyte;
     for (int i = 0; i < 127; ++i) multibyte += "\xC4\x91";
-    EXPECT_TRUE(PathSafety::validName(multibyte + "a"));
-    EXPECT_FALSE(PathSafety::validName(multibyte + "ab"));
-
-    EXPECT_FALSE(PathSafety::validName(""));
-    EXPECT_FALSE(PathSafety::validName("."));
-    EXPECT_FALSE(PathSafety::validName(".."));
-    EXPECT_FALSE(PathSafety::validName("a/b"));
-    EXPECT_FALSE(PathSafety::validName("/"));
-    EXPECT_FALSE(PathSafety::validName("a:b"));
-    EXPECT_FALSE(PathSafety::validName(std::string("a\0b", 3)));
+    for (const std::string& name : {std::string("report.pdf"), std::string(".hidden"), std::string("..."),
+                                    std::string(255, 'a'), multibyte + "a"})
+        EXPECT_TRUE(PathSafety::validName(name)) << name;
+    for (const std::string& name :
+         {std::string(256, 'a'), multibyte + "ab", std::string(""), std::string("."), std::string(".."),
+          std::string("a/b"), std::string("/"), std::string("a:b"), std::string("a\0b", 3)})
+        EXPECT_FALSE(PathSafety::validName(name)) << name;
 }
 
 TEST(PathSafetyTest, IgnoredSystemFiles) {

@@ -1,8 +1,6 @@
 // The single-instance lock, across real processes.
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "app/application_lock.h"
 #include "model/kelo_error.h"
@@ -19,32 +17,19 @@ std::string lockError(const std::filesystem::path& dir) {
     return testing::refusalOf([&] { ApplicationLock lock(dir); });
 }
 
-// Forks a child that takes the lock, reports through a pipe, then waits until killed.
-pid_t holdLockInChild(const std::filesystem::path& dir) {
-    int ready[2];
-    EXPECT_EQ(pipe(ready), 0);
-    const pid_t child = testing::startChild([&] {
-        close(ready[0]);
-        ApplicationLock lock(dir);
-        char ok = 'y';
-        (void)!write(ready[1], &ok, 1);
-        for (;;) pause();
-    });
-    close(ready[1]);
-    char ok = 0;
-    EXPECT_EQ(read(ready[0], &ok, 1), 1);
-    close(ready[0]);
-    return child;
-}
-
 TEST(ApplicationLockTest, SecondInstanceIsRefusedUntilTheFirstDiesEvenByKill9) {
     TempDir dir;
     const auto data = dir / "data" / "Kelo";
-    const pid_t child = holdLockInChild(data);
+    testing::ReportingChild child([&](const testing::ReportingChild::Report& report) {
+        ApplicationLock lock(data);
+        report(0);
+        for (;;) ::pause();
+    });
+    ASSERT_TRUE(child.awaitReports(1));
     EXPECT_EQ(lockError(data), "Another Kelo instance is running. File operations are disabled in this instance.");
 
-    kill(child, SIGKILL);
-    EXPECT_EQ(testing::waitForChild(child), 128 + SIGKILL);
+    child.kill();
+    EXPECT_EQ(child.wait(), 128 + SIGKILL);
     EXPECT_EQ(lockError(data), "");
     // The leftover file is harmless and was never written.
     EXPECT_TRUE(std::filesystem::exists(data / "session.lock"));

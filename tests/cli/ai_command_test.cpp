@@ -1,16 +1,10 @@
 // `kelo ai …` run as a program against a private keyring: settings through flags,
 // the key through standard input, and the key absent from every output and file.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-
-#include <array>
-#include <cstdio>
-#include <fstream>
-#include <sstream>
 
 #include "access/path_safety.h"
 #include "model/json_codec.h"
-#include "support/engine_fixture.h"
+#include "support/kelo_program.h"
 #include "support/secret_service_session.h"
 
 namespace kelo {
@@ -18,7 +12,7 @@ namespace {
 
 const std::string kKey = "AIzaCliTestKey_0123456789-abcdefgh";
 
-class AICommandTest : public testing::EngineFixture {
+class AICommandTest : public testing::KeloProgramFixture {
 protected:
     static void SetUpTestSuite() { session_ = new testing::SecretServiceSession(); }
     static void TearDownTestSuite() {
@@ -33,16 +27,9 @@ protected:
 
     // The exit status and everything the program wrote, `input` on its standard input.
     std::pair<int, std::string> kelo(const std::string& arguments, const std::string& input = "") {
-        const std::string command = "printf '%s\\n' '" + input + "' | HOME='" + dir.path().string() +
-                                    "' XDG_DATA_HOME='" + (dir / "xdg").string() + "' " KELO_BINARY " --data-dir '" +
-                                    data.string() + "' " + arguments + " 2>&1";
-        FILE* pipe = ::popen(command.c_str(), "r");
-        std::string out;
-        std::array<char, 4096> buffer{};
-        while (std::size_t n = std::fread(buffer.data(), 1, buffer.size(), pipe)) out.append(buffer.data(), n);
-        const int status = WEXITSTATUS(::pclose(pipe));
-        outputs += out;
-        return {status, out};
+        auto run = KeloProgramFixture::kelo(arguments, "printf '%s\\n' '" + input + "' | ");
+        outputs += run.second;
+        return run;
     }
 
     std::string outputs;  // everything every run printed
@@ -93,10 +80,7 @@ TEST_F(AICommandTest, ConfigureSaveForgetAndTheKeyStaysOutOfEveryOutputAndFile) 
     EXPECT_EQ(outputs.find(kKey), std::string::npos);
     for (const auto& entry : std::filesystem::recursive_directory_iterator(dir.path())) {
         if (!entry.is_regular_file()) continue;
-        std::ifstream in(entry.path(), std::ios::binary);
-        std::stringstream bytes;
-        bytes << in.rdbuf();
-        EXPECT_EQ(bytes.str().find(kKey), std::string::npos) << entry.path();
+        EXPECT_EQ(testing::readFile(entry.path()).find(kKey), std::string::npos) << entry.path();
     }
 }
 

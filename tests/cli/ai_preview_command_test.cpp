@@ -1,15 +1,12 @@
 // `kelo ai preview` run as a program: it writes the JPEG online AI would send, as a
 // new file only, and refuses what it cannot preview with the preview's own text.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <array>
-#include <cstdio>
 #include <vips/vips8>
 
 #include "ai/ai_preview.h"
 #include "model/json_codec.h"
-#include "support/temp_dir.h"
+#include "support/kelo_program.h"
 
 namespace kelo {
 namespace {
@@ -17,16 +14,9 @@ namespace {
 using testing::TempDir;
 using vips::VImage;
 
-// The program's exit status and its standard output and error, in a home of its own.
+// The program run in `dir`, which is its home too.
 std::pair<int, std::string> kelo(const TempDir& dir, const std::string& arguments) {
-    const std::string command = "cd '" + dir.path().string() + "' && HOME='" + dir.path().string() +
-                                "' XDG_DATA_HOME='" + (dir / "xdg").string() + "' " KELO_BINARY " " + arguments +
-                                " 2>&1";
-    FILE* pipe = ::popen(command.c_str(), "r");
-    std::string out;
-    std::array<char, 4096> buffer{};
-    while (std::size_t n = std::fread(buffer.data(), 1, buffer.size(), pipe)) out.append(buffer.data(), n);
-    return {WEXITSTATUS(::pclose(pipe)), out};
+    return testing::runKelo(dir.path(), arguments, "cd '" + dir.path().string() + "' && ");
 }
 
 TEST(AiPreviewCommandTest, WritesTheJpegThatWouldBeSentAsANewFileOnly) {

@@ -5,28 +5,19 @@
 #include <vips/vips8>
 
 #include "model/json_codec.h"
-#include "support/engine_fixture.h"
-#include "support/shell.h"
+#include "support/kelo_program.h"
 
 namespace kelo {
 namespace {
 
 using vips::VImage;
 
-class OcrCommandTest : public testing::EngineFixture {
+class OcrCommandTest : public testing::KeloProgramFixture {
 protected:
     void SetUp() override {
         ASSERT_EQ(VIPS_INIT("kelo-tests"), 0);
         makeFolders({"Hydro Cafe", "Lotus Spa"});
         startWithFolders();  // approves the folders, then lets the data directory go
-    }
-
-    // The program's exit status and standard output, with its home inside the test folder.
-    std::pair<int, std::string> kelo(const std::string& arguments) {
-        const std::string command = "HOME='" + dir.path().string() + "' XDG_DATA_HOME='" + (dir / "xdg").string() +
-                                    "' " KELO_BINARY " --data-dir '" + data.string() + "' " + arguments + " 2>&1";
-        const testing::ShellRun run = testing::runShell(command);
-        return {run.status, run.output};
     }
 };
 

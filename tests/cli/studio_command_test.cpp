@@ -1,34 +1,20 @@
 // `kelo studio` run as a program on a project the test sets up: the filtered
 // inventory and the insights as JSON, and a refused filter.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-
-#include <array>
-#include <cstdio>
 
 #include "model/json_codec.h"
-#include "support/engine_fixture.h"
+#include "support/kelo_program.h"
 
 namespace kelo {
 namespace {
 
-class StudioCommandTest : public testing::EngineFixture {
+class StudioCommandTest : public testing::KeloProgramFixture {
 protected:
     void SetUp() override {
         makeFolders({"Tra Xanh/Working", "Tra Xanh/Export"});
         testing::writeFile(home / "Tra Xanh/Working/Trà Xanh logo.ai", "ai");
         testing::writeFile(home / "Tra Xanh/Export/IMG_1.png", "png");
         startWithFolders();  // approves the folders, then lets the data directory go
-    }
-
-    std::pair<int, std::string> kelo(const std::string& arguments) {
-        const std::string command = "HOME='" + dir.path().string() + "' XDG_DATA_HOME='" + (dir / "xdg").string() +
-                                    "' " KELO_BINARY " --data-dir '" + data.string() + "' " + arguments + " 2>&1";
-        FILE* pipe = ::popen(command.c_str(), "r");
-        std::string out;
-        std::array<char, 4096> buffer{};
-        while (std::size_t n = std::fread(buffer.data(), 1, buffer.size(), pipe)) out.append(buffer.data(), n);
-        return {WEXITSTATUS(::pclose(pipe)), out};
     }
 };
 

@@ -132,7 +132,6 @@ TEST_F(AICommandsTest, ValidationRefusesInOrderUntilTheFileIsQuietAndUnchanged) 
     writeFile(inbox / "poster.png", "edited just now");
     EXPECT_EQ(validation(file), kAIFileChanged);
     FileRecord fresh = file;
-    fresh.identity = Metadata::identity(inbox / "poster.png");
     // The fixture's clock runs an hour ahead; a file touched "now" by that clock is busy.
     testing::makeOlder(inbox / "poster.png", std::chrono::seconds(-3600 + 10));
     fresh.identity = Metadata::identity(inbox / "poster.png");

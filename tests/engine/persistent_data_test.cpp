@@ -55,54 +55,47 @@ TEST(PersistentDataTest, FirstStartLoadsDefaultsAndWritesNoStore) {
         EXPECT_FALSE(std::filesystem::exists(dir / name)) << name;
 }
 
-TEST(PersistentDataTest, BadSettingsStoreStopsStartUpAndIsLeftAsItWas) {
-    TempDir dir;
-    AppState state;
-    state.schemaVersion = 2;
-    writeValidPair(dir.path(), state);
-    const std::string before = readFile(dir / "state.json");
-    EXPECT_EQ(fatalError(dir.path()),
-              "Persistent data could not be loaded. File operations are disabled. Unsupported or invalid settings "
-              "store. Restore a valid backup; file operations are disabled.");
-    EXPECT_EQ(readFile(dir / "state.json"), before);
-
-    state.schemaVersion = 1;
-    state.settings.thresholds = {50, 60};
-    writeValidPair(dir.path(), state);
-    EXPECT_EQ(fatalError(dir.path()),
-              "Persistent data could not be loaded. File operations are disabled. Unsupported or invalid settings "
-              "store. Restore a valid backup; file operations are disabled.");
-
-    writeFile(dir / "state.json", "{\"schemaVersion\": 1}");
-    EXPECT_NE(fatalError(dir.path()).find("The data could not be read"), std::string::npos);
-    EXPECT_EQ(readFile(dir / "state.json"), "{\"schemaVersion\": 1}");
-}
-
-TEST(PersistentDataTest, StateWithoutJournalStopsStartUpButJournalWithoutStateIsFine) {
+// Each store that cannot be read stops start-up, with the reason, and is left as it was.
+TEST(PersistentDataTest, UnreadableStoresStopStartUpAndAreLeftAsTheyWere) {
+    AppState future, inverted;
+    future.schemaVersion = 2;
+    inverted.settings.thresholds = {50, 60};
+    const std::string failed = "Persistent data could not be loaded. File operations are disabled. ";
+    const std::string settings = failed + "Unsupported or invalid settings store. Restore a valid backup; file "
+                                          "operations are disabled.";
+    const struct {
+        const char* file;
+        std::string content;
+        std::string failure;  // the whole text, or its start when it ends in "…"
+    } cases[] = {
+        {"state.json", formatDocument(encodeValue(future)), settings},
+        {"state.json", formatDocument(encodeValue(inverted)), settings},
+        {"state.json", "{\"schemaVersion\": 1}", failed + "The data could not be read…"},
+        {"deferred-names.json", "{broken", failed + "…"},
+        {"studio.json", "{\"schemaVersion\": 2}", failed + "Unsupported or invalid Studio data. Restore a valid backup."},
+    };
+    for (const auto& c : cases) {
+        TempDir dir;
+        writeValidPair(dir.path());
+        writeFile(dir / c.file, c.content);
+        const std::string failure = fatalError(dir.path());
+        if (c.failure.ends_with("…"))
+            EXPECT_TRUE(failure.starts_with(c.failure.substr(0, c.failure.size() - 3))) << failure;
+        else
+            EXPECT_EQ(failure, c.failure) << c.file;
+        EXPECT_EQ(readFile(dir / c.file), c.content);
+    }
+    // The journal alone is missing: stop; the state alone is missing: a first start.
     TempDir dir;
     writeValidPair(dir.path());
     std::filesystem::remove(dir / "journal.json");
-    EXPECT_EQ(fatalError(dir.path()),
-              "Persistent data could not be loaded. File operations are disabled. The operation journal is missing. "
-              "File operations are disabled. Restore the matching journal backup.");
+    EXPECT_EQ(fatalError(dir.path()), failed + "The operation journal is missing. File operations are disabled. "
+                                                "Restore the matching journal backup.");
     std::filesystem::remove(dir / "state.json");
     writeFile(dir / "journal.json", "{}");
     EXPECT_EQ(fatalError(dir.path()), "");
-}
-
-TEST(PersistentDataTest, UnreadableDeferredNamesOrStudioStopStartUp) {
-    TempDir dir;
-    writeFile(dir / "deferred-names.json", "{broken");
-    EXPECT_NE(fatalError(dir.path()), "");
-    std::filesystem::remove(dir / "deferred-names.json");
-
-    writeFile(dir / "studio.json", "{\"schemaVersion\": 2}");
-    EXPECT_EQ(fatalError(dir.path()),
-              "Persistent data could not be loaded. File operations are disabled. Unsupported or invalid Studio data. "
-              "Restore a valid backup.");
     writeFile(dir / "studio.json", "{\"schemaVersion\": 1, \"pinned\": [\"a\"]}");
-    PersistentData data = loadPersistentData(dir.path());
-    EXPECT_EQ(data.studio.workspace["pinned"][0], "a");
+    EXPECT_EQ(loadPersistentData(dir.path()).studio.workspace["pinned"][0], "a");
 }
 
 TEST(PersistentDataTest, GarbledOnlineAIDataOnlyDisablesAIAndIsNotWrittenOver) {
@@ -122,26 +115,6 @@ TEST(PersistentDataTest, GarbledOnlineAIDataOnlyDisablesAIAndIsNotWrittenOver) {
     invalid.configuration.dailyLimit = 51;
     writeFile(dir / "online-ai.json", formatDocument(encodeValue(invalid)));
     EXPECT_TRUE(loadPersistentData(dir.path()).aiStorageIssue);
-}
-
-TEST(PersistentDataTest, InterruptedAIRequestsAreClosedAndSavedKeepingTheirUsage) {
-    TempDir dir;
-    AIState ai;
-    ai.requestsToday = 2;
-    ai.usageDay = "2026-3-7";
-    ai.records.push_back({Uuid::random(), FileRecord{"/in/a.png", "/in", {}, {}, {}}, Date{1},
-                          AIRecordStatus::started, std::nullopt, std::nullopt});
-    ai.records.push_back({Uuid::random(), FileRecord{"/in/b.png", "/in", {}, {}, {}}, Date{2},
-                          AIRecordStatus::suggested, std::nullopt, std::nullopt});
-    LocalStore<AIState>(dir / "online-ai.json").save(ai);
-
-    PersistentData data = loadPersistentData(dir.path());
-    EXPECT_FALSE(data.aiStorageIssue);
-    EXPECT_EQ(data.ai.records[0].status, AIRecordStatus::failed);
-    EXPECT_EQ(data.ai.records[0].note, "Interrupted request. No automatic retry; its reserved usage is retained.");
-    EXPECT_EQ(data.ai.records[1].status, AIRecordStatus::suggested);
-    EXPECT_EQ(data.ai.requestsToday, 2);
-    EXPECT_EQ(LocalStore<AIState>(dir / "online-ai.json").load([] { return AIState{}; }), data.ai);
 }
 
 TEST(PersistentDataTest, UnreadableZipLedgerOnlyDisablesCleanup) {

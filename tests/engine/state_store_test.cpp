@@ -1,18 +1,15 @@
 // "state.json" and its log: every kind of change survives a restart, a writer killed
 // inside any append (torn or unsynced record, the fold's first record too) loses
 // nothing it acknowledged, a fold cut short, a damaged record and a failed sync are
-// handled as the store promises, and an undo's taken-back learning survives a restart.
+// handled as the store promises.
 #include "engine/state_store.h"
 
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "classify/learning.h"
-#include "engine/file_commands.h"
 #include "model/kelo_error.h"
 #include "support/engine_fixture.h"
+#include "support/log_kill_harness.h"
 
 namespace kelo {
 namespace {
@@ -87,48 +84,19 @@ TEST_F(StateStoreTest, EveryChangeSurvivesARestartWithoutRewritingTheDocument) {
 
 TEST_F(StateStoreTest, KillsInsideAnAppendLoseNothingAcknowledged) {
     const auto [changes, states] = makeRun();
-    int kills = 0;
-    for (int killAt = 1;; ++killAt) {
-        testing::TempDir run;
-        int fds[2];
-        ASSERT_EQ(::pipe(fds), 0);
-        const pid_t child = ::fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            // Halfway through writing a record, or with it written and not yet synced.
-            int calls = 0;
-            LogCalls logCalls = LogCalls::system();
-            logCalls.write = [&](int fd, const void* data, std::size_t size) {
-                if (++calls == killAt) [[maybe_unused]] const ssize_t half = ::write(fd, data, size / 2);
-                if (calls == killAt) ::kill(::getpid(), SIGKILL);
-                return ::write(fd, data, size);
-            };
-            logCalls.fsync = [&](int fd) { return ++calls == killAt ? ::kill(::getpid(), SIGKILL) : ::fsync(fd); };
-            try {
-                StateStore store(run / "state.json", logCalls);
-                store.fold(states[0]);
-                for (std::size_t i = 0; i < changes.size(); ++i) {
-                    const char started = static_cast<char>(i);
-                    if (::write(fds[1], &started, 1) != 1) ::_exit(3);
-                    step(store, changes, states, i);
-                }
-            } catch (...) {
-                ::_exit(2);
+    const int kills = testing::killInsideEveryLogCall(
+        [&](const std::filesystem::path& run, const LogCalls& calls, const testing::ReportingChild::Report& begin) {
+            StateStore store(run / "state.json", calls);
+            store.fold(states[0]);
+            for (std::size_t i = 0; i < changes.size(); ++i) {
+                begin(i);
+                step(store, changes, states, i);
             }
-            ::_exit(0);
-        }
-        ::close(fds[1]);
-        std::size_t underWay = 0;
-        for (char byte = 0; ::read(fds[0], &byte, 1) == 1;) underWay = static_cast<std::size_t>(byte);
-        ::close(fds[0]);
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        if (WIFEXITED(status) && WEXITSTATUS(status) == 0) break;
-        ASSERT_TRUE(WIFSIGNALED(status)) << "the writer failed before it was killed";
-        ++kills;
-        const AppState found = reopened(run);
-        EXPECT_TRUE(found == states[underWay] || found == states[underWay + 1]) << "kill " << killAt;
-    }
+        },
+        [&](const std::filesystem::path& run, int killAt, std::size_t underWay) {
+            const AppState found = StateStore(run / "state.json").load([] { return AppState{}; });
+            EXPECT_TRUE(found == states[underWay] || found == states[underWay + 1]) << "kill " << killAt;
+        });
     EXPECT_GE(kills, 2 * 11);  // a write and a sync of every record at least
 }
 
@@ -163,23 +131,6 @@ TEST_F(StateStoreTest, FoldCutShortDamagedRecordAndFailedSync) {
     failSync = false;
     store.save(states[3], states[6]);
     EXPECT_EQ(reopened(dir), states[6]);
-}
-
-TEST_F(StateStoreTest, UndoneLearningSurvivesARestart) {
-    makeFolders({"Lotus Spa"});
-    AppState before;
-    {
-        auto engine = startWithFolders(false);
-        writeFile(inbox / "lotus spa menu.png", "x");
-        writeFile(inbox / "lotus spa card.png", "y");
-        engine->scan();
-        FileCommands::sortFile(*engine, inbox / "lotus spa menu.png", "Lotus Spa");
-        const auto sorted = FileCommands::sortFile(*engine, inbox / "lotus spa card.png", "Lotus Spa");
-        FileCommands::undoBatch(*engine, sorted->history->front().id.text());
-        before = engine->state();
-    }
-    ASSERT_EQ(before.learning.feedback.size(), 1u);
-    EXPECT_EQ(start()->state(), before);
 }
 
 }  // namespace

@@ -159,25 +159,17 @@ TEST(RecordsTest, MissingRequiredKeysOrWrongTypesFailTheWholeRead) {
     }
 }
 
-TEST(RecordsTest, CategoryInference) {
-    EXPECT_EQ(Category::infer("PSD"), Category::working);
-    EXPECT_EQ(Category::infer("indd"), Category::working);
-    EXPECT_EQ(Category::infer("Mov"), Category::export_);
-    EXPECT_EQ(Category::infer("tiff"), Category::export_);
-    EXPECT_EQ(Category::infer("woff2"), Category::assets);
-    EXPECT_EQ(Category::infer("7z"), Category::assets);
-    EXPECT_EQ(Category::infer("PDF"), Category::reference);
-    EXPECT_EQ(Category::infer(""), Category::reference);
-}
-
-TEST(RecordsTest, ThresholdValidity) {
-    EXPECT_TRUE((Thresholds{90, 70}.valid()));
-    EXPECT_TRUE((Thresholds{100, 99}.valid()));
-    EXPECT_TRUE((Thresholds{2, 1}.valid()));
-    EXPECT_FALSE((Thresholds{101, 50}.valid()));
-    EXPECT_FALSE((Thresholds{80, 80}.valid()));
-    EXPECT_FALSE((Thresholds{80, 0}.valid()));
-    EXPECT_FALSE((Thresholds{50, 60}.valid()));
+TEST(RecordsTest, CategoryInferenceAndThresholdValidity) {
+    const std::pair<const char*, Category> extensions[] = {
+        {"PSD", Category::working},   {"indd", Category::working}, {"Mov", Category::export_},
+        {"tiff", Category::export_},  {"woff2", Category::assets}, {"7z", Category::assets},
+        {"PDF", Category::reference}, {"", Category::reference},
+    };
+    for (const auto& [extension, category] : extensions) EXPECT_EQ(Category::infer(extension), category) << extension;
+    for (const Thresholds valid : {Thresholds{90, 70}, Thresholds{100, 99}, Thresholds{2, 1}})
+        EXPECT_TRUE(valid.valid()) << valid.ready << "/" << valid.probably;
+    for (const Thresholds invalid : {Thresholds{101, 50}, Thresholds{80, 80}, Thresholds{80, 0}, Thresholds{50, 60}})
+        EXPECT_FALSE(invalid.valid()) << invalid.ready << "/" << invalid.probably;
 }
 
 TEST(RecordsTest, NormalizeName) {

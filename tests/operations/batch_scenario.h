@@ -1,6 +1,7 @@
-// A batch scenario shared by the crash, kill and fault harnesses: one inbox, one
-// project home, files to move (some into folders that do not exist yet, one onto a
-// name that is taken), and the check of every promise the operations layer makes.
+// A batch scenario shared by the crash, kill and fault harnesses and the executor's
+// own tests: one inbox, one project home, files to move (some into folders that do
+// not exist yet, one onto a name that is taken), and the check of every promise the
+// operations layer makes.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -49,10 +50,11 @@ struct Scenario {
     }
 
     std::unique_ptr<OperationExecutor> executor(FileOperator fileOperator = FileOperator(),
-                                                LogCalls logCalls = LogCalls::system()) {
+                                                LogCalls logCalls = LogCalls::system(),
+                                                FileCoordinator* coordinator = nullptr) {
         auto journal = std::make_unique<OperationJournal>(journalPath, [this] { return now; }, std::move(logCalls));
         return std::make_unique<OperationExecutor>(std::move(journal), [this] { return now; },
-                                                   std::move(fileOperator));
+                                                   std::move(fileOperator), coordinator);
     }
 
     // Every invariant the operations layer promises, after a reconcile.

@@ -44,11 +44,7 @@ TEST(HistoryIndexTest, CountsABatchAndLeavesFolderCreationsOut) {
     EXPECT_EQ(b.id, batch);
     EXPECT_EQ(b.indices, (std::vector<std::size_t>{1, 2, 3, 4, 5}));
     EXPECT_EQ(b.date, Date{101});  // the oldest counted entry, not the folder creation
-    EXPECT_EQ(b.moved, 2);
-    EXPECT_EQ(b.renamed, 0);
-    EXPECT_EQ(b.failed, 1);
-    EXPECT_EQ(b.skipped, 1);
-    EXPECT_EQ(b.undone, 0);
+    EXPECT_EQ((std::vector{b.moved, b.renamed, b.failed, b.skipped, b.undone}), (std::vector{2, 0, 1, 1, 0}));
     EXPECT_TRUE(b.canUndo);
 }
 
@@ -106,9 +102,7 @@ TEST(HistoryIndexTest, CountsAfterAnUndoEntryExists) {
     EXPECT_EQ(history[1].id, other);
     EXPECT_TRUE(history[1].canUndo);
     const HistoryBatch& first = history[2];
-    EXPECT_EQ(first.undone, 2);
-    EXPECT_EQ(first.moved, 0);
-    EXPECT_EQ(first.renamed, 0);
+    EXPECT_EQ((std::vector{first.undone, first.moved, first.renamed}), (std::vector{2, 0, 0}));
     EXPECT_FALSE(first.canUndo);
     EXPECT_EQ(first.date, Date{100});
 }

@@ -3,16 +3,12 @@
 // reopens: the journal must hold every acknowledged step and be exactly the state
 // after some later step, never anything in between.
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <functional>
 #include <iostream>
 
 #include "operations/operation_journal.h"
-#include "support/child_process.h"
-#include "support/temp_dir.h"
+#include "support/log_kill_harness.h"
 
 namespace kelo {
 namespace {
@@ -73,28 +69,18 @@ TEST(JournalCrashTest, KilledWriterLosesNothingAcknowledged) {
     for (std::size_t acknowledged = 0; acknowledged <= steps.size(); ++acknowledged) {
         SCOPED_TRACE("killed after " + std::to_string(acknowledged) + " acknowledged steps");
         testing::TempDir dir;
-        int pipeFds[2];
-        ASSERT_EQ(::pipe(pipeFds), 0);
-        const pid_t child = testing::startChild([&] {
-            ::close(pipeFds[0]);
+        // Step i begins once the journal is open and i steps are acknowledged.
+        testing::ReportingChild child([&](const testing::ReportingChild::Report& begin) {
             OperationJournal journal(dir / "journal.json", fixedNow);
-            char ack = 'o';
-            if (::write(pipeFds[1], &ack, 1) != 1) ::_exit(3);
-            for (const Step& step : steps) {
-                step(journal);
-                if (::write(pipeFds[1], &ack, 1) != 1) ::_exit(3);
+            for (std::size_t i = 0; i < steps.size(); ++i) {
+                begin(i);
+                steps[i](journal);
             }
+            begin(steps.size());
         });
-        ASSERT_GE(child, 0);
-        ::close(pipeFds[1]);
-        // One byte when the journal is open, then one per acknowledged step.
-        std::size_t received = 0;
-        char byte = 0;
-        while (received < acknowledged + 1 && ::read(pipeFds[0], &byte, 1) == 1) ++received;
-        ::kill(child, SIGKILL);
-        testing::waitForChild(child);
-        ::close(pipeFds[0]);
-        ASSERT_EQ(received, acknowledged + 1) << "the writer failed before it was killed";
+        ASSERT_TRUE(child.awaitReports(acknowledged + 1)) << "the writer failed before it was killed";
+        child.kill();
+        child.wait();
 
         OperationJournal reopened(dir / "journal.json", fixedNow);
         ASSERT_TRUE(reopened.isConsistent());
@@ -105,56 +91,27 @@ TEST(JournalCrashTest, KilledWriterLosesNothingAcknowledged) {
     }
 }
 
-// The writer kills itself inside an append: halfway through writing a record, or
-// with the record written and its sync not yet made, at every such point of the run
-// in turn. Whatever step was under way, the reopened journal holds every step
-// before it, and is the state after that step or before it.
+// Whatever step was under way when a kill cut an append short, the reopened journal
+// holds every step before it, and is the state after that step or before it.
 TEST(JournalCrashTest, KillsInsideAnAppendLoseNothingAcknowledged) {
     const std::vector<Step> steps = makeSteps();
     const std::vector<JournalDocument> states = statesAfterEachStep(steps);
-    int insideAppends = 0;
-    for (int killAt = 1;; ++killAt) {
-        testing::TempDir dir;
-        int pipeFds[2];
-        ASSERT_EQ(::pipe(pipeFds), 0);
-        const pid_t child = testing::startChild([&] {
-            ::close(pipeFds[0]);
-            int calls = 0;
-            LogCalls logCalls = LogCalls::system();
-            logCalls.write = [&](int fd, const void* data, std::size_t size) {
-                if (++calls == killAt) {
-                    [[maybe_unused]] const ssize_t half = ::write(fd, data, size / 2);
-                    ::kill(::getpid(), SIGKILL);
-                }
-                return ::write(fd, data, size);
-            };
-            logCalls.fsync = [&](int fd) {
-                if (++calls == killAt) ::kill(::getpid(), SIGKILL);
-                return ::fsync(fd);
-            };
-            OperationJournal journal(dir / "journal.json", fixedNow, logCalls);
+    const int kills = testing::killInsideEveryLogCall(
+        [&](const std::filesystem::path& dir, const LogCalls& calls, const testing::ReportingChild::Report& begin) {
+            OperationJournal journal(dir / "journal.json", fixedNow, calls);
             for (std::size_t i = 0; i < steps.size(); ++i) {
-                const char started = static_cast<char>(i);  // the step under way
-                if (::write(pipeFds[1], &started, 1) != 1) ::_exit(3);
+                begin(i);
                 steps[i](journal);
             }
+        },
+        [&](const std::filesystem::path& dir, int killAt, std::size_t underWay) {
+            OperationJournal reopened(dir / "journal.json", fixedNow);
+            ASSERT_TRUE(reopened.isConsistent());
+            EXPECT_TRUE(reopened.document() == states[underWay] || reopened.document() == states[underWay + 1])
+                << "killed inside call " << killAt << " during step " << underWay;
         });
-        ASSERT_GE(child, 0);
-        ::close(pipeFds[1]);
-        std::size_t underWay = 0;
-        for (char byte = 0; ::read(pipeFds[0], &byte, 1) == 1;) underWay = static_cast<std::size_t>(byte);
-        ::close(pipeFds[0]);
-        const int exit = testing::waitForChild(child);
-        if (exit == 0) break;  // every append of the run has been cut once
-        ASSERT_EQ(exit, 128 + SIGKILL);
-        ++insideAppends;
-        OperationJournal reopened(dir / "journal.json", fixedNow);
-        ASSERT_TRUE(reopened.isConsistent());
-        EXPECT_TRUE(reopened.document() == states[underWay] || reopened.document() == states[underWay + 1])
-            << "killed inside call " << killAt << " during step " << underWay;
-    }
-    std::cout << "[ harness  ] kills inside an append: " << insideAppends << "\n";
-    EXPECT_GE(insideAppends, 2 * 12);  // a write and a sync for each of the twelve marks and prepares at least
+    std::cout << "[ harness  ] kills inside an append: " << kills << "\n";
+    EXPECT_GE(kills, 2 * 12);  // a write and a sync for each of the twelve marks and prepares at least
 }
 
 }  // namespace

@@ -174,26 +174,6 @@ TEST(JournalTest, FoldWritesTheStoresDocumentForm) {
     EXPECT_EQ(OperationJournal(path, fixedClock()).entry(ops[2].id)->status, OperationStatus::started);
 }
 
-// A log holding only a torn record has nothing to replay, but appends must not go
-// after the torn bytes (reading stops there): the open replaces it with an empty log.
-TEST(JournalTest, TornTailAloneIsClearedAtOpen) {
-    TempDir dir;
-    const auto path = dir / "journal.json";
-    const auto ops = makeBatch(1);
-    {
-        OperationJournal journal(path, fixedClock());
-        journal.prepare(ops);
-        journal.checkpoint();
-    }
-    writeFile(dir / "journal.log", std::string("\x20\x00\x00\x00garbage", 11));
-    {
-        OperationJournal journal(path, fixedClock());
-        EXPECT_EQ(std::filesystem::file_size(journal.logUrl()), 0u);
-        journal.mark(ops[0].id, OperationStatus::started);
-    }
-    EXPECT_EQ(OperationJournal(path, fixedClock()).entry(ops[0].id)->status, OperationStatus::started);
-}
-
 TEST(JournalTest, ReplayIgnoresTornLastRecordAtEveryCut) {
     TempDir dir;
     const auto path = dir / "journal.json";
@@ -286,16 +266,18 @@ TEST(JournalTest, DamagedRecordIsRefusedUnlessItIsTheTornLastOne) {
     EXPECT_EQ(reopened.document(), beforeLastMark);
 }
 
-// A crash after the fold wrote the document but before the log was emptied leaves
-// records the document already holds; replaying them must not duplicate anything.
-TEST(JournalTest, ReplayOverAnAlreadyFoldedDocumentIsHarmless) {
+// What a crash can leave beside the document is harmless: records the document
+// already holds (the fold wrote it, the log was not yet emptied) are not applied
+// twice, and a log holding only a torn record is replaced with an empty one at the
+// open, so that appends do not go after the torn bytes (reading stops there).
+TEST(JournalTest, LeftoverLogsAreHarmless) {
     TempDir dir;
     const auto path = dir / "journal.json";
+    const auto ops = makeBatch(2);
     JournalDocument expected;
     std::string log;
     {
         OperationJournal journal(path, fixedClock());
-        const auto ops = makeBatch(2);
         journal.prepare(ops);
         journal.mark(ops[0].id, OperationStatus::started);
         journal.mark(ops[0].id, OperationStatus::completed);
@@ -304,8 +286,16 @@ TEST(JournalTest, ReplayOverAnAlreadyFoldedDocumentIsHarmless) {
         expected = journal.document();
     }
     writeFile(dir / "journal.log", log);
+    EXPECT_EQ(OperationJournal(path, fixedClock()).document(), expected);
+
+    writeFile(dir / "journal.log", std::string("\x20\x00\x00\x00garbage", 11));
+    {
+        OperationJournal journal(path, fixedClock());
+        EXPECT_EQ(std::filesystem::file_size(journal.logUrl()), 0u);
+        journal.mark(ops[1].id, OperationStatus::started);
+    }
     OperationJournal reopened(path, fixedClock());
-    EXPECT_EQ(reopened.document(), expected);
+    EXPECT_EQ(reopened.entry(ops[1].id)->status, OperationStatus::started);
     EXPECT_TRUE(reopened.isConsistent());
 }
 
@@ -350,31 +340,19 @@ TEST(JournalTest, UntrustworthyFilesAreRefusedAndLeftAsTheyWere) {
     }
 }
 
-// Log calls that fail the n-th fsync (or write) and count every call.
+// Log calls that fail the n-th fsync (or cut the n-th write in half, as a full disk
+// would) and count every call.
 struct FaultyCalls {
-    int failFsyncAt = -1;
-    int failWriteAt = -1;
-    int fsyncs = 0;
-    int writes = 0;
+    int failFsyncAt = -1, failWriteAt = -1, fsyncs = 0, writes = 0;
 
     LogCalls calls() {
         const LogCalls real = LogCalls::system();
         return LogCalls{[this, real](int fd, const void* data, std::size_t size) -> ssize_t {
-                            if (++writes == failWriteAt) {
-                                // Half the record reaches the file, then the disk is full.
-                                real.write(fd, data, size / 2);
-                                errno = ENOSPC;
-                                return -1;
-                            }
-                            return real.write(fd, data, size);
+                            if (++writes != failWriteAt) return real.write(fd, data, size);
+                            real.write(fd, data, size / 2);
+                            return errno = ENOSPC, -1;
                         },
-                        [this, real](int fd) {
-                            if (++fsyncs == failFsyncAt) {
-                                errno = EIO;
-                                return -1;
-                            }
-                            return real.fsync(fd);
-                        }};
+                        [this, real](int fd) { return ++fsyncs == failFsyncAt ? (errno = EIO, -1) : real.fsync(fd); }};
     }
 };
 

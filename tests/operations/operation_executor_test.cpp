@@ -5,39 +5,28 @@
 #include <gtest/gtest.h>
 
 #include "model/kelo_error.h"
+#include "operations/batch_scenario.h"
 #include "scan/metadata.h"
 #include "support/refusal.h"
-#include "support/temp_dir.h"
 
 namespace kelo {
 namespace {
 
 using testing::readFile;
 using testing::refusalOf;
-using testing::TempDir;
 using testing::writeFile;
 namespace fs = std::filesystem;
 
-class OperationExecutorTest : public ::testing::Test {
+// The batch scenario's folders with no planned batch: the project "Hydro" holds only
+// Export/taken.png. Files the test writes are "old" for the executor's clock.
+class OperationExecutorTest : public ::testing::Test, protected testing::Scenario {
 protected:
-    TempDir dir;
-    fs::path inbox = dir / "Inbox";
-    fs::path home = dir / "Projects";
+    OperationExecutorTest() : Scenario(0, fs::temp_directory_path()) {}
     fs::path project = home / "Hydro";
-    AccessScope scope{{inbox}, {home}};
-    // Files written by the test are "old" for the executor's clock.
-    Date now = Date::now().adding(3600);
-
-    void SetUp() override {
-        fs::create_directories(inbox);
-        fs::create_directories(project);
-    }
 
     std::unique_ptr<OperationExecutor> makeExecutor(FileOperator fileOperator = FileOperator(),
                                                     FileCoordinator* coordinator = nullptr) {
-        auto journal = std::make_unique<OperationJournal>(dir / "data" / "journal.json", [this] { return now; });
-        return std::make_unique<OperationExecutor>(std::move(journal), [this] { return now; },
-                                                   std::move(fileOperator), coordinator);
+        return executor(std::move(fileOperator), LogCalls::system(), coordinator);
     }
 
     fs::path inboxFile(const std::string& name) {
@@ -50,6 +39,7 @@ protected:
         return {Uuid::random(), batch, source, destination, Metadata::identity(source), type, std::nullopt};
     }
 
+    // Hides the scenario's own plan, which has no operations here.
     OperationPlan plan(std::vector<PlannedOperation> operations) { return {Uuid::random(), now, std::move(operations)}; }
 
     static const JournalEntry& entryOf(const OperationExecutor& executor, const Uuid& id) {
@@ -77,32 +67,6 @@ TEST_F(OperationExecutorTest, DryRunReportsEverythingSkippedAndChangesNothing) {
     EXPECT_TRUE(fs::exists(a));
     EXPECT_FALSE(fs::exists(project / "Working" / "a.psd"));
     EXPECT_TRUE(executor->journal().document().entries.empty());
-}
-
-TEST_F(OperationExecutorTest, MovesCreateMissingFoldersAsJournaledOperations) {
-    auto executor = makeExecutor();
-    const Uuid batch = Uuid::random();
-    const auto a = inboxFile("a.psd");
-    const auto b = inboxFile("b.png");
-    const OperationPlan p = plan({move(a, project / "Working" / "Post 3" / "a.psd", batch),
-                                  move(b, project / "Export" / "b.png", batch)});
-    const BatchResult result = executor->execute(p, scope, false);
-
-    EXPECT_EQ(result.summary(), "2 completed, 0 skipped, 0 failed. 0 overwritten.");
-    EXPECT_EQ(readFile(project / "Working" / "Post 3" / "a.psd"), "content of a.psd");
-    EXPECT_EQ(readFile(project / "Export" / "b.png"), "content of b.png");
-    EXPECT_FALSE(fs::exists(a));
-    const auto& entries = executor->journal().document().entries;
-    // Two moves and three folders (Working, Working/Post 3, Export), all completed.
-    ASSERT_EQ(entries.size(), 5u);
-    int folders = 0;
-    for (const auto& entry : entries) {
-        EXPECT_EQ(entry.status, OperationStatus::completed);
-        EXPECT_EQ(entry.operation.batchID, batch);
-        if (entry.operation.type == OperationType::createDirectory) ++folders;
-    }
-    EXPECT_EQ(folders, 3);
-    EXPECT_TRUE(executor->journal().isConsistent());
 }
 
 TEST_F(OperationExecutorTest, ASharedDestinationSkipsTheSecondAndRunsTheFirst) {
@@ -174,8 +138,8 @@ TEST_F(OperationExecutorTest, RefusesFoldersOutsideAccessAndComponentsThatAreFil
     EXPECT_EQ(refusalOf([&] { executor->ensureDirectories(dir / "Elsewhere" / "x", batch, scope); }),
               "Cannot create folders outside approved access.");
     EXPECT_FALSE(fs::exists(dir / "Elsewhere"));
-    writeFile(project / "Export", "a file, not a folder");
-    EXPECT_EQ(refusalOf([&] { executor->ensureDirectories(project / "Export" / "Post 1", batch, scope); }),
+    writeFile(project / "Assets", "a file, not a folder");
+    EXPECT_EQ(refusalOf([&] { executor->ensureDirectories(project / "Assets" / "Post 1", batch, scope); }),
               "Destination component is not a folder.");
 }
 
@@ -225,7 +189,6 @@ TEST_F(OperationExecutorTest, AFailedSyncAfterTheMoveStopsTheBatchAndRecoveryCom
     FileOperator failingSync([&](int) { return ++syncs >= 3 ? -1 : 0; });
     const auto a = inboxFile("a.png");
     const auto b = inboxFile("b.png");
-    fs::create_directories(project / "Export");
     const Uuid batch = Uuid::random();
     OperationPlan p = plan({move(a, project / "Export" / "a.png", batch), move(b, project / "Export" / "b.png", batch)});
     {

@@ -2,49 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cctype>
+#include "classify/tokens.h"
 
 namespace kelo {
 namespace {
 
-// A plain-ASCII stand-in for the classifier's token rules, enough to drive these
-// rules: lower-case, split at non-alphanumerics; generic words, "v", single letters,
-// short numbers and years are not meaningful.
-std::vector<std::string> asciiTokens(std::string_view text) {
-    std::vector<std::string> out;
-    std::string current;
-    for (char c : text) {
-        if (std::isalnum(static_cast<unsigned char>(c))) {
-            current += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-        } else if (!current.empty()) {
-            out.push_back(current);
-            current.clear();
-        }
-    }
-    if (!current.empty()) out.push_back(current);
-    return out;
-}
-
-std::set<std::string> asciiMeaningful(std::string_view text) {
-    static const std::set<std::string> generic = {
-        "final", "new", "copy", "image",     "export", "untitled", "version", "edit", "test", "screenshot", "screen",
-        "shot",  "kv",  "ref",  "reference", "assets", "pack",     "logo",    "pdf",  "psd",  "png",        "jpg"};
-    std::set<std::string> out;
-    for (const std::string& token : asciiTokens(text)) {
-        const auto first = token.find_first_not_of("0123456789");
-        if (first == std::string::npos) {
-            if (token.size() >= 4 && !(std::stoll(token) >= 1900 && std::stoll(token) <= 2100)) out.insert(token);
-            continue;
-        }
-        const std::string core = token.substr(first, token.find_last_not_of("0123456789") - first + 1);
-        if (generic.contains(core) || core == "v" || token.size() < 2) continue;
-        out.insert(token);
-    }
-    return out;
-}
-
-const TokenRules kRules{asciiTokens, asciiMeaningful};
+// The classifier's own token rules, as the app passes them.
+const TokenRules kRules{[](std::string_view text) { return Tokens::all(text); },
+                        [](std::string_view text) {
+                            const auto list = Tokens::meaningful(text);
+                            return std::set<std::string>(list.begin(), list.end());
+                        }};
 
 TEST(RenameSuggestionsTest, QuestionableNames) {
     const struct {

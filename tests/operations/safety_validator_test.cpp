@@ -8,9 +8,9 @@
 #include <string>
 #include <system_error>
 
-#include "support/child_process.h"
 #include "model/kelo_error.h"
 #include "scan/metadata.h"
+#include "support/child_process.h"
 #include "support/refusal.h"
 #include "support/temp_dir.h"
 
@@ -71,45 +71,48 @@ protected:
     Date now = Date::fromTimespec(kModified + 60, 0);
 };
 
-TEST_F(SafetyValidatorTest, WellFormedOperationsPass) {
-    EXPECT_EQ(refusal(fileIt()), "");
-    EXPECT_EQ(refusal(op(OperationType::rename, inbox / "a.pdf", inbox / "brief.pdf")), "");
-    EXPECT_EQ(refusal(op(OperationType::createDirectory, job, job / "Working")), "");
-    // A missing parent passes when the nearest existing ancestor is a writable folder.
-    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", job / "Export/Social/a.pdf")), "");
-    // Undo has no role check: it may put a file back into its inbox.
+// One rule at a time, each case a plan made against the folders as they are.
+TEST_F(SafetyValidatorTest, RulesOfRootsNamesAndRenames) {
     writeFile(job / "b.pdf", "b");
-    setModified(job / "b.pdf", kModified);
-    EXPECT_EQ(refusal(op(OperationType::undo, job / "b.pdf", inbox / "b.pdf")), "");
-}
-
-TEST_F(SafetyValidatorTest, JournalIsCheckedFirst) {
-    auto operation = op(OperationType::move, inbox / "a.pdf", "/elsewhere/a:b");
-    EXPECT_EQ(refusal(operation, /*journal=*/false), "Journal unavailable. No files were modified.");
-    EXPECT_EQ(refusal(operation), kRevoked);
-}
-
-TEST_F(SafetyValidatorTest, BothEndsMustLieInsideApprovedRoots) {
     writeFile(dir / "Documents/x.pdf", "x");
-    EXPECT_EQ(refusal(op(OperationType::move, dir / "Documents/x.pdf", job / "x.pdf")), kRevoked);
-    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", dir / "Documents/a.pdf")), kRevoked);
-    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", job / "../../Documents/a.pdf")), kRevoked);
-    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", dir / "Projects2/a.pdf")), kRevoked);
+    writeFile(inbox / "README", "r");
+    for (const fs::path& file : {job / "b.pdf", inbox / "README"}) setModified(file, kModified);
+    const std::string stem255(251, 'n');
+    const auto move = OperationType::move;
+    const auto rename = OperationType::rename;
+    const struct {
+        PlannedOperation operation;
+        std::string refusal;
+    } cases[] = {
+        {fileIt(), ""},
+        {op(rename, inbox / "a.pdf", inbox / "brief.pdf"), ""},
+        {op(rename, inbox / "README", inbox / "NOTES"), ""},
+        {op(OperationType::createDirectory, job, job / "Working"), ""},
+        // A missing parent passes when the nearest existing ancestor is a writable folder.
+        {op(move, inbox / "a.pdf", job / "Export/Social/a.pdf"), ""},
+        // Undo has no role check: it may put a file back into its inbox.
+        {op(OperationType::undo, job / "b.pdf", inbox / "b.pdf"), ""},
+        {op(move, dir / "Documents/x.pdf", job / "x.pdf"), kRevoked},
+        {op(move, inbox / "a.pdf", dir / "Documents/a.pdf"), kRevoked},
+        {op(move, inbox / "a.pdf", job / "../../Documents/a.pdf"), kRevoked},
+        {op(move, inbox / "a.pdf", dir / "Projects2/a.pdf"), kRevoked},
+        {op(move, inbox / "a.pdf", job / (stem255 + ".pdf")), ""},
+        {op(move, inbox / "a.pdf", job / (stem255 + "n.pdf")), kBadName},
+        {op(move, inbox / "a.pdf", job / "a:b.pdf"), kBadName},  // the file system would take ":", we do not
+        {op(OperationType::createDirectory, job, job.native() + "/New/.."), kBadName},
+        {op(rename, inbox / "a.pdf", inbox / "a.pdf"), "Source and destination are identical."},
+        {op(rename, inbox / "a.pdf", inbox.native() + "/./a.pdf"), "Source and destination are identical."},
+        {op(rename, inbox / "a.pdf", inbox / "a.PDF"), kRename},
+        {op(rename, inbox / "a.pdf", inbox / "a.png"), kRename},
+        {op(rename, inbox / "a.pdf", inbox / "a"), kRename},
+        {op(rename, inbox / "a.pdf", inbox / "sub/b.pdf"), kRename},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(refusal(c.operation), c.refusal) << c.operation.source << " to " << c.operation.destination;
+    EXPECT_EQ(refusal(op(move, inbox / "a.pdf", "/elsewhere/a:b"), /*journal=*/false),
+              "Journal unavailable. No files were modified.");  // checked before anything else
     scope = AccessScope{};
     EXPECT_EQ(refusal(fileIt()), kRevoked);
-}
-
-TEST_F(SafetyValidatorTest, DestinationNameRules) {
-    const std::string stem255(251, 'n');
-    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", job / (stem255 + ".pdf"))), "");
-    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", job / (stem255 + "n.pdf"))), kBadName);
-    // The file system would take ":", we do not.
-    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", job / "a:b.pdf")), kBadName);
-    EXPECT_EQ(refusal(op(OperationType::createDirectory, job, job.native() + "/New/..")), kBadName);
-    EXPECT_EQ(refusal(op(OperationType::rename, inbox / "a.pdf", inbox / "a.pdf")),
-              "Source and destination are identical.");
-    EXPECT_EQ(refusal(op(OperationType::rename, inbox / "a.pdf", inbox.native() + "/./a.pdf")),
-              "Source and destination are identical.");
 }
 
 TEST_F(SafetyValidatorTest, SymbolicLinksAnywhereAreRefused) {
@@ -208,16 +211,6 @@ TEST_F(SafetyValidatorTest, SubFolderOfAnInboxMayMoveWhenItLiesInAHome) {
     fs::create_directories(inbox / "sub/Job");
     EXPECT_EQ(refusal(op(OperationType::move, inbox / "sub/deep.pdf", inbox / "sub/Job/deep.pdf")), "");
     EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", inbox / "sub/Job/a.pdf")), "");
-}
-
-TEST_F(SafetyValidatorTest, RenamesStayInTheirFolderAndKeepTheExtension) {
-    EXPECT_EQ(refusal(op(OperationType::rename, inbox / "a.pdf", inbox / "a.PDF")), kRename);
-    EXPECT_EQ(refusal(op(OperationType::rename, inbox / "a.pdf", inbox / "a.png")), kRename);
-    EXPECT_EQ(refusal(op(OperationType::rename, inbox / "a.pdf", inbox / "a")), kRename);
-    EXPECT_EQ(refusal(op(OperationType::rename, inbox / "a.pdf", inbox / "sub/b.pdf")), kRename);
-    writeFile(inbox / "README", "r");
-    setModified(inbox / "README", kModified);
-    EXPECT_EQ(refusal(op(OperationType::rename, inbox / "README", inbox / "NOTES")), "");
 }
 
 TEST_F(SafetyValidatorTest, DestinationFolderMustBeAWritableFolder) {

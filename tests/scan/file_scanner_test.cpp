@@ -28,15 +28,9 @@ std::vector<std::string> names(const ScanResult& result) {
 TEST(FileScannerTest, ListsOnlyTopLevelRegularVisibleFilesSortedByPath) {
     TempDir dir;
     const auto inbox = dir / "Downloads";
-    writeFile(inbox / "b.pdf", "b");
-    writeFile(inbox / "a.png", "a");
-    writeFile(inbox / "C.txt", "c");
-    writeFile(inbox / ".hidden.pdf", "h");
-    writeFile(inbox / ".DS_Store", "d");
-    writeFile(inbox / "Thumbs.db", "t");
-    writeFile(inbox / "Icon\r", "i");
-    writeFile(inbox / "sub/inside.pdf", "s");
-    writeFile(inbox / "Tool.app/Contents/Info.plist", "p");
+    for (const char* name : {"b.pdf", "a.png", "C.txt", ".hidden.pdf", ".DS_Store", "Thumbs.db", "Icon\r",
+                             "sub/inside.pdf", "Tool.app/Contents/Info.plist"})
+        writeFile(inbox / name, name);
     fs::create_symlink(inbox / "b.pdf", inbox / "link-to-b.pdf");
     ASSERT_EQ(::mkfifo((inbox / "pipe").c_str(), 0600), 0);
 

@@ -5,11 +5,16 @@
 #pragma once
 
 #include <grp.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstddef>
+
 #include <functional>
+#include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace kelo::testing {
 
@@ -65,5 +70,50 @@ inline std::string answerFromChild(const std::function<std::string()>& body, boo
 }
 
 inline std::string runUnprivileged(const std::function<std::string()>& body) { return answerFromChild(body, true); }
+
+// A child that tells the parent, one byte through a pipe, each step it begins, so
+// the parent can kill it at a known point or learn where a kill found it. Owned by
+// the test that starts it; the destructor kills and reaps a child still running.
+class ReportingChild {
+public:
+    using Report = std::function<void(std::size_t step)>;
+
+    explicit ReportingChild(const std::function<void(const Report& begin)>& body) {
+        if (::pipe(fds_) != 0) throw std::runtime_error("no pipe for the child");
+        pid_ = startChild([&] {
+            ::close(fds_[0]);
+            body([this](std::size_t step) {
+                if (const auto byte = static_cast<unsigned char>(step); ::write(fds_[1], &byte, 1) != 1) ::_exit(3);
+            });
+        });
+        ::close(fds_[1]);
+    }
+    ~ReportingChild() {
+        if (pid_ > 0) kill(), wait();
+        ::close(fds_[0]);
+    }
+
+    // Reads reports until `count` have come in all; false when the child ended first.
+    bool awaitReports(std::size_t count) {
+        for (unsigned char byte = 0; received_ < count; ++received_)
+            if (::read(fds_[0], &byte, 1) != 1) return false;
+        return true;
+    }
+    // Reads the reports up to the child's end: the last step it began (0 if none).
+    std::size_t lastStep() {
+        std::size_t last = 0;
+        for (unsigned char byte = 0; ::read(fds_[0], &byte, 1) == 1;) last = byte;
+        return last;
+    }
+    void kill() const {
+        if (pid_ > 0) ::kill(pid_, SIGKILL);  // never -1: that would signal every process
+    }
+    int wait() { return waitForChild(std::exchange(pid_, -1)); }  // as waitForChild
+
+private:
+    int fds_[2] = {-1, -1};
+    pid_t pid_ = -1;
+    std::size_t received_ = 0;
+};
 
 }  // namespace kelo::testing
