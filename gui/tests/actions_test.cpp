@@ -3,33 +3,22 @@
 // "keep both", the learning buttons, rename and group, the Trash, the project
 // actions, name suggestions and clusters, the one-click clean, and the settings
 // that only the form can reach. Refusals must reach the message bar word for word.
-#include <QCheckBox>
-#include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFileDialog>
-#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
-#include <QPushButton>
-#include <QSpinBox>
-#include <QTableWidget>
 #include <QTimer>
 #include <QtTest>
-#include <memory>
 
-#include "gui/app_model.h"
-#include "gui/main_window.h"
 #include "gui/match_model.h"
 #include "gui/match_page.h"
-#include "gui/onboarding_dialog.h"
 #include "gui/projects_page.h"
 #include "gui/rename_dialog.h"
 #include "gui/settings_page.h"
-#include "gui/tests/isolated_app.h"
+#include "gui/tests/sample_window.h"
 #include "support/temp_dir.h"
 
-using kelo::testing::TempDir;
 using kelo::testing::writeFile;
 using namespace kelo;
 using namespace kelo::gui;
@@ -37,7 +26,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-enum PageIndex { kOverview, kMatch, kProjects, kStudio, kHistory, kSettings };
 using enum MatchModel::Column;
 
 // Answers the next message box with Ok or Yes, from inside its event loop.
@@ -52,65 +40,6 @@ void acceptNextMessageBox() {
     });
     timer->start(10);
 }
-
-// A window whose engine runs on the sample folders, made through the first-run
-// dialog's button inside this test's own folder, with dry run off.
-struct SampleWindow {
-    TempDir root;
-    AppModel model;
-    MainWindow window{model};
-    fs::path inbox, home;
-    std::vector<std::string> sampleMessages;  // what the sample-folder command said
-    bool sampleNoteShown = false;
-
-    SampleWindow() {
-        model.start(root / "data");
-        settle(model);
-        OnboardingDialog dialog(model);  // the samples go into the data folder
-        dialog.findChild<QPushButton*>("trySamples")->click();
-        settle(model);
-        sampleMessages = model.snapshot()->messages;
-        sampleNoteShown = dialog.samplesMade() && !dialog.findChild<QLabel*>("samplesMade")->isHidden();
-        // Until the samples are found, the paths stay inside this test's folder, so a
-        // failed start never writes anywhere else.
-        inbox = root / "no samples/Downloads";
-        home = root / "no samples/Projects";
-        std::error_code none;
-        for (const auto& entry : fs::directory_iterator(root / "data/Sample folders", none)) {
-            inbox = entry.path() / "Downloads";
-            home = entry.path() / "Projects";
-        }
-        auto* settings = window.page(kSettings);
-        settings->findChild<QCheckBox*>("dryRun")->setChecked(false);
-        settings->findChild<QPushButton*>("saveSettings")->click();
-        settle(model);
-    }
-
-    QTableView* files() const { return window.page(kMatch)->findChild<QTableView*>("matchTable"); }
-    QTableWidget* projects() const { return window.page(kProjects)->findChild<QTableWidget*>("projectsTable"); }
-    QString bar() const { return window.findChild<QLabel*>("messageBar")->text(); }
-    template <typename T = QPushButton>
-    T* find(int page, const char* name) const {
-        return window.page(page)->findChild<T*>(name);
-    }
-    int row(const QString& name) const { return column(files(), kFile).indexOf(name); }
-
-    void selectFiles(const QStringList& names) const {
-        QTableView* table = files();
-        table->clearSelection();
-        for (const QString& name : names) {
-            const int at = row(name);
-            QVERIFY2(at >= 0, qPrintable(name));
-            table->selectionModel()->select(table->model()->index(at, 0),
-                                            QItemSelectionModel::Select | QItemSelectionModel::Rows);
-        }
-    }
-    void selectProject(const QString& name) const { projects()->selectRow(column(projects(), 0).indexOf(name)); }
-    void chooseProject(const QString& name) const {
-        auto* choice = find<QComboBox>(kMatch, "projectChoice");
-        choice->setCurrentIndex(choice->findText(name));
-    }
-};
 
 }  // namespace
 
@@ -134,6 +63,7 @@ private Q_SLOTS:
 
 void ActionsTest::sampleFoldersAreMadeInAFolderOfTheirOwnAndApproved() {
     SampleWindow w;
+    w.openSamples();
     QVERIFY(fs::is_directory(w.inbox));
     // Nothing outside the data directory, which holds the samples too.
     QStringList top;
@@ -160,6 +90,7 @@ void ActionsTest::sampleFoldersAreMadeInAFolderOfTheirOwnAndApproved() {
 
 void ActionsTest::sortFromMatchThenUndoFromHistory() {
     SampleWindow w;
+    w.openSamples();
     w.selectFiles({"Hydro Cafe social post 3.png"});
     w.chooseProject("Hydro Cafe");
     auto* category = w.find<QComboBox>(kMatch, "categoryChoice");
@@ -192,6 +123,7 @@ void ActionsTest::sortFromMatchThenUndoFromHistory() {
 
 void ActionsTest::nameConflictOffersKeepBoth() {
     SampleWindow w;
+    w.openSamples();
     writeFile(w.home / "Lotus Spa/Reference/lotus price list.pdf", "the older list");
     auto* keepBoth = w.find(kMatch, "keepBoth");
     QVERIFY(!keepBoth->isEnabled());
@@ -217,6 +149,7 @@ void ActionsTest::nameConflictOffersKeepBoth() {
 
 void ActionsTest::archivedProjectRefusesSortsVerbatimUntilReopened() {
     SampleWindow w;
+    w.openSamples();
     w.selectProject("Lotus Spa");
     auto* archive = w.find(kProjects, "archiveProject");
     auto* reopen = w.find(kProjects, "reopenProject");
@@ -241,6 +174,7 @@ void ActionsTest::archivedProjectRefusesSortsVerbatimUntilReopened() {
 
 void ActionsTest::confirmRejectLeaveAloneAndRestore() {
     SampleWindow w;
+    w.openSamples();
     w.selectFiles({"lotus price list.pdf"});
     QCOMPARE(cell(w.files(), w.row("lotus price list.pdf"), kProject), QString("Lotus Spa"));
     w.find(kMatch, "confirmButton")->click();
@@ -286,6 +220,7 @@ void ActionsTest::renameComposesTheReviewedNameAndGroupingGoesIntoAProject() {
         QVERIFY(ok->isEnabled());
     }
     SampleWindow w;
+    w.openSamples();
     auto* page = static_cast<MatchPage*>(w.window.page(kMatch));
     w.selectFiles({"Untitled-1.ai"});
     page->renameSelected({" Hydro ", "Logo", "Final"});
@@ -329,6 +264,7 @@ void ActionsTest::renameComposesTheReviewedNameAndGroupingGoesIntoAProject() {
 
 void ActionsTest::trashThenPutBack() {
     SampleWindow w;
+    w.openSamples();
     auto* undoTrash = w.find(kHistory, "undoTrash");
     QVERIFY(undoTrash->isHidden());
     w.selectFiles({"IMG_2024_0815.jpg"});
@@ -350,6 +286,7 @@ void ActionsTest::trashThenPutBack() {
 
 void ActionsTest::projectAliasesNewProjectAndTrash() {
     SampleWindow w;
+    w.openSamples();
     auto* page = static_cast<ProjectsPage*>(w.window.page(kProjects));
     auto aliasesOf = [&](const QString& name) {
         return w.projects()->item(column(w.projects(), 0).indexOf(name), 3)->text();
@@ -395,6 +332,7 @@ void ActionsTest::projectAliasesNewProjectAndTrash() {
 
 void ActionsTest::nameSuggestionsAndClusters() {
     SampleWindow w;
+    w.openSamples();
     auto* suggestions = w.find<QListWidget>(kProjects, "nameSuggestions");
     auto texts = [](const QListWidget* list) {
         QStringList out;
@@ -438,6 +376,7 @@ void ActionsTest::nameSuggestionsAndClusters() {
 
 void ActionsTest::cleanMovesEveryReadyFileAfterConfirmation() {
     SampleWindow w;
+    w.openSamples();
     QStringList ready;
     for (const auto& c : *w.model.snapshot()->classifications)
         if (c.state == ConfidenceState::ready) ready << QString::fromStdString(c.file.filename());
@@ -464,6 +403,7 @@ void ActionsTest::cleanMovesEveryReadyFileAfterConfirmation() {
 
 void ActionsTest::namingDetailAndResetLearning() {
     SampleWindow w;
+    w.openSamples();
     auto* settings = static_cast<SettingsPage*>(w.window.page(kSettings));
     settings->findChild<QLineEdit*>("namingDetail")->setText("  Ban in ");
     auto* preset = settings->findChild<QComboBox*>("usagePreset");
@@ -488,6 +428,7 @@ void ActionsTest::namingDetailAndResetLearning() {
 // title and explanation and points the same grant at the new place.
 void ActionsTest::reconnectFindsAMovedInboxAgain() {
     SampleWindow w;
+    w.openSamples();
     const fs::path moved = w.root / "Moved Downloads";
     fs::rename(w.inbox, moved);
     w.model.submit("scan", EngineActions::scan());

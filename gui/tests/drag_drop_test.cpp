@@ -7,14 +7,11 @@
 #include <QTableWidget>
 #include <QtTest>
 
-#include "gui/main_window.h"
 #include "gui/match_page.h"
 #include "gui/project_drop_list.h"
-#include "gui/tests/isolated_app.h"
+#include "gui/tests/sample_window.h"
 #include "support/engine_fixture.h"
-#include "support/temp_dir.h"
 
-using kelo::testing::TempDir;
 using kelo::testing::writeFile;
 using namespace kelo;
 using namespace kelo::gui;
@@ -25,34 +22,25 @@ class DragDropTest : public QObject {
 
 private Q_SLOTS:
     void rowsDroppedOnAProjectAreSortedAndCtrlZPutsThemBack() {
-        TempDir root;
-        const fs::path inbox = root / "Downloads", home = root / "Projects";
-        writeFile(inbox / "brief for lotus.pdf", "pdf");
-        kelo::testing::makeOlder(inbox / "brief for lotus.pdf", std::chrono::hours(2));
-        fs::create_directories(home / "Lotus Spa");
-        fs::create_directories(home / "Bloom");
-        AppModel model;
-        MainWindow window(model);
-        window.show();
-        model.start(root / "data");
-        QVERIFY(settle(model));
-        model.addGrant(inbox, FolderGrant::Role::watch);
-        model.addGrant(home, FolderGrant::Role::projectHome);
-        Settings settings = model.snapshot()->state->settings;
-        settings.dryRun = false;
-        model.updateSettings(settings);
-        QVERIFY(settle(model));
+        SampleWindow w;
+        writeFile(w.inbox / "brief for lotus.pdf", "pdf");
+        kelo::testing::makeOlder(w.inbox / "brief for lotus.pdf", std::chrono::hours(2));
+        fs::create_directories(w.home / "Lotus Spa");
+        fs::create_directories(w.home / "Bloom");
+        w.window.show();
+        w.open();
+        const fs::path &inbox = w.inbox, &home = w.home;
+        MainWindow& window = w.window;
 
         // From the file manager: an inbox file is selected on Match, another is refused.
         window.openFiles({QString::fromStdString((inbox / "brief for lotus.pdf").string()),
-                          QString::fromStdString((root / "elsewhere.pdf").string())});
-        auto* table = window.page(1)->findChild<QTableView*>("matchTable");
+                          QString::fromStdString((w.root / "elsewhere.pdf").string())});
+        auto* table = w.files();
         QCOMPARE(table->selectionModel()->selectedRows().size(), 1);
-        QCOMPARE(window.findChild<QLabel*>("messageBar")->text(),
-                 QString(text::kDroppedOutsideInbox).arg("elsewhere.pdf"));
+        QCOMPARE(w.bar(), QString(text::kDroppedOutsideInbox).arg("elsewhere.pdf"));
 
         // The selected row dragged onto "Bloom" in the list beside the table.
-        auto* list = window.page(1)->findChild<ProjectDropList*>("projectDropList");
+        auto* list = w.page(kMatch)->findChild<ProjectDropList*>("projectDropList");
         const auto targets = list->findItems("Bloom", Qt::MatchExactly);
         QCOMPARE(targets.size(), 1);
         QVERIFY(QTest::qWaitForWindowExposed(&window));
@@ -65,11 +53,11 @@ private Q_SLOTS:
         QDropEvent drop(onBloom, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
         QCoreApplication::sendEvent(list->viewport(), &drop);
         QVERIFY(drop.isAccepted());
-        QVERIFY(settle(model));
+        QVERIFY(settle(w.model));
         QVERIFY(fs::exists(home / "Bloom/Reference/brief for lotus.pdf"));
 
         window.undoLatest();
-        QVERIFY(settle(model));
+        QVERIFY(settle(w.model));
         QVERIFY(fs::exists(inbox / "brief for lotus.pdf"));
     }
 };
