@@ -96,8 +96,7 @@ void ActionsTest::sortFromMatchThenUndoFromHistory() {
     auto* category = w.find<QComboBox>(kMatch, "categoryChoice");
     category->setCurrentIndex(category->findText("Export"));
     w.find<QLineEdit>(kMatch, "subfolder")->setText("Social");
-    w.find(kMatch, "sortButton")->click();
-    QVERIFY(settle(w.model));
+    w.press(kMatch, "sortButton");
     QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
 
     const fs::path moved = w.home / "Hydro Cafe/Export/Social/Hydro Cafe social post 3.png";
@@ -113,8 +112,7 @@ void ActionsTest::sortFromMatchThenUndoFromHistory() {
 
     auto* undo = qobject_cast<QPushButton*>(history->cellWidget(0, 6));
     QVERIFY(undo && undo->isEnabled());
-    undo->click();
-    QVERIFY(settle(w.model));
+    w.press(undo);
     QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
     QVERIFY(fs::exists(w.inbox / "Hydro Cafe social post 3.png"));
     QVERIFY(!fs::exists(moved));
@@ -133,14 +131,12 @@ void ActionsTest::nameConflictOffersKeepBoth() {
     QCOMPARE(w.find<QComboBox>(kMatch, "projectChoice")->currentText(), QString("Lotus Spa"));
     auto* category = w.find<QComboBox>(kMatch, "categoryChoice");
     category->setCurrentIndex(category->findText("Reference"));
-    w.find(kMatch, "sortButton")->click();
-    QVERIFY(settle(w.model));
+    w.press(kMatch, "sortButton");
     QVERIFY(fs::exists(w.inbox / "lotus price list.pdf"));  // skipped, nothing overwritten
     QVERIFY(w.bar().contains("Name conflict: "));
     QVERIFY(keepBoth->isEnabled());
 
-    keepBoth->click();
-    QVERIFY(settle(w.model));
+    w.press(keepBoth);
     QVERIFY(!fs::exists(w.inbox / "lotus price list.pdf"));
     QVERIFY(fs::exists(w.home / "Lotus Spa/Reference/lotus price list 2.pdf"));
     QCOMPARE(kelo::testing::readFile(w.home / "Lotus Spa/Reference/lotus price list.pdf"), "the older list");
@@ -154,21 +150,18 @@ void ActionsTest::archivedProjectRefusesSortsVerbatimUntilReopened() {
     auto* archive = w.find(kProjects, "archiveProject");
     auto* reopen = w.find(kProjects, "reopenProject");
     QVERIFY(archive->isEnabled() && !reopen->isEnabled());
-    archive->click();
-    QVERIFY(settle(w.model));
+    w.press(archive);
     QCOMPARE(w.projects()->item(column(w.projects(), 0).indexOf("Lotus Spa"), 1)->text(), QString("archived"));
 
     w.selectFiles({"lotus price list.pdf"});
     w.chooseProject("Lotus Spa");
-    w.find(kMatch, "sortButton")->click();
-    QVERIFY(settle(w.model));
+    w.press(kMatch, "sortButton");
     QCOMPARE(w.bar(), QString("Mở lại dự án trước khi chọn."));
     QVERIFY(fs::exists(w.inbox / "lotus price list.pdf"));
 
     w.selectProject("Lotus Spa");
     QVERIFY(reopen->isEnabled() && !archive->isEnabled());
-    reopen->click();
-    QVERIFY(settle(w.model));
+    w.press(reopen);
     QCOMPARE(w.projects()->item(column(w.projects(), 0).indexOf("Lotus Spa"), 1)->text(), QString("active"));
 }
 
@@ -177,8 +170,7 @@ void ActionsTest::confirmRejectLeaveAloneAndRestore() {
     w.openSamples();
     w.selectFiles({"lotus price list.pdf"});
     QCOMPARE(cell(w.files(), w.row("lotus price list.pdf"), kProject), QString("Lotus Spa"));
-    w.find(kMatch, "confirmButton")->click();
-    QVERIFY(settle(w.model));
+    w.press(kMatch, "confirmButton");
     QCOMPARE(cell(w.files(), w.row("lotus price list.pdf"), kState), QString("Ready"));
     QVERIFY(fs::exists(w.inbox / "lotus price list.pdf"));  // learning moves nothing
 
@@ -186,8 +178,7 @@ void ActionsTest::confirmRejectLeaveAloneAndRestore() {
     const QString first = cell(w.files(), collab, kProject);
     const int before = cell(w.files(), collab, kScore).toInt();
     w.selectFiles({"hydro lotus collab.psd"});
-    w.find(kMatch, "rejectButton")->click();
-    QVERIFY(settle(w.model));
+    w.press(kMatch, "rejectButton");
     const auto& feedback = w.model.snapshot()->state->learning.feedback;
     QVERIFY(!feedback.empty() && feedback.back().filename == "hydro lotus collab.psd" && feedback.back().rejected);
     const int after = w.row("hydro lotus collab.psd");
@@ -197,12 +188,10 @@ void ActionsTest::confirmRejectLeaveAloneAndRestore() {
     auto* restore = w.find(kMatch, "restoreIgnored");
     QVERIFY(!restore->isEnabled());
     w.selectFiles({"scan0001.pdf"});
-    w.find(kMatch, "leaveAloneButton")->click();
-    QVERIFY(settle(w.model));
+    w.press(kMatch, "leaveAloneButton");
     QVERIFY(cell(w.files(), w.row("scan0001.pdf"), kState).endsWith(text::kIgnoredMark));
     QVERIFY(restore->isEnabled());
-    restore->click();
-    QVERIFY(settle(w.model));
+    w.press(restore);
     QVERIFY(!cell(w.files(), w.row("scan0001.pdf"), kState).endsWith(text::kIgnoredMark));
     QVERIFY(!restore->isEnabled());
 }
@@ -268,8 +257,7 @@ void ActionsTest::trashThenPutBack() {
     auto* undoTrash = w.find(kHistory, "undoTrash");
     QVERIFY(undoTrash->isHidden());
     w.selectFiles({"IMG_2024_0815.jpg"});
-    w.find(kMatch, "trashButton")->click();
-    QVERIFY(settle(w.model));
+    w.press(kMatch, "trashButton");
     QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
     QVERIFY(!fs::exists(w.inbox / "IMG_2024_0815.jpg"));
     const fs::path trashed =
@@ -277,8 +265,7 @@ void ActionsTest::trashThenPutBack() {
     QVERIFY(fs::exists(trashed));
     QVERIFY(!undoTrash->isHidden() && undoTrash->isEnabled());
 
-    undoTrash->click();
-    QVERIFY(settle(w.model));
+    w.press(undoTrash);
     QVERIFY(fs::exists(w.inbox / "IMG_2024_0815.jpg"));
     QVERIFY(!fs::exists(trashed));
     QVERIFY(undoTrash->isHidden());
@@ -323,8 +310,7 @@ void ActionsTest::projectAliasesNewProjectAndTrash() {
 
     w.selectProject("Bamboo Books");
     acceptNextMessageBox();
-    w.find(kProjects, "trashProject")->click();
-    QVERIFY(settle(w.model));
+    w.press(kProjects, "trashProject");
     QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
     QVERIFY(!fs::exists(w.home / "Bamboo Books"));
     QVERIFY(!column(w.projects(), 0).contains("Bamboo Books"));
@@ -345,12 +331,10 @@ void ActionsTest::nameSuggestionsAndClusters() {
     };
     QCOMPARE(texts(suggestions), QStringList({"Mango (3 tệp)", "Tea (3 tệp)"}));
     pick(suggestions, "Tea");
-    w.find(kProjects, "deferSuggestion")->click();
-    QVERIFY(settle(w.model));
+    w.press(kProjects, "deferSuggestion");
     QCOMPARE(texts(suggestions), QStringList({"Mango (3 tệp)"}));
     pick(suggestions, "Mango");
-    w.find(kProjects, "acceptSuggestion")->click();
-    QVERIFY(settle(w.model));
+    w.press(kProjects, "acceptSuggestion");
     QVERIFY(fs::is_directory(w.home / "Mango"));
     QVERIFY(column(w.projects(), 0).contains("Mango"));
     QCOMPARE(texts(suggestions), QStringList({text::kNoNameSuggestions}));
@@ -365,12 +349,10 @@ void ActionsTest::nameSuggestionsAndClusters() {
     QVERIFY(!ignore->isEnabled());
     pick(clusters, "hydro");
     QVERIFY(ignore->isEnabled());
-    ignore->click();
-    QVERIFY(settle(w.model));
+    w.press(ignore);
     QTRY_VERIFY(!texts(clusters).contains(hydro));
     QVERIFY(texts(clusters).size() >= 1);
-    w.find(kMatch, "restoreIgnored")->click();
-    QVERIFY(settle(w.model));
+    w.press(kMatch, "restoreIgnored");
     QTRY_VERIFY(texts(clusters).contains(hydro));
 }
 
@@ -414,8 +396,7 @@ void ActionsTest::namingDetailAndResetLearning() {
     QCOMPARE(w.model.snapshot()->state->settings.usagePreset, std::optional(UsagePreset::personal));
 
     w.selectFiles({"lotus price list.pdf"});
-    w.find(kMatch, "confirmButton")->click();
-    QVERIFY(settle(w.model));
+    w.press(kMatch, "confirmButton");
     QVERIFY(!w.model.snapshot()->state->learning.feedback.empty());
     acceptNextMessageBox();
     settings->findChild<QPushButton*>("resetLearning")->click();
@@ -452,8 +433,7 @@ void ActionsTest::reconnectFindsAMovedInboxAgain() {
         timer->deleteLater();
     });
     timer->start(10);
-    w.find(kSettings, "reconnectGrant")->click();
-    QVERIFY(settle(w.model));
+    w.press(kSettings, "reconnectGrant");
     QCOMPARE(title, QString("Theo dõi thư mục"));
     QCOMPARE(explanation, QString("Kelo chỉ truy cập thư mục bạn chọn. Hãy dùng thư mục mẫu để thử trước."));
     QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));

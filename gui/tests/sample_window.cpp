@@ -53,6 +53,12 @@ void SampleWindow::setDryRun(bool on) {
     QVERIFY(settle(model));
 }
 
+void SampleWindow::press(QAbstractButton* button) {
+    QVERIFY(button);
+    button->click();
+    QVERIFY(settle(model));
+}
+
 int SampleWindow::row(const QString& name) const {
     return column(files(), MatchModel::kFile).indexOf(name);
 }

@@ -41,6 +41,9 @@ struct SampleWindow {
     // turns dry run off through the Settings form.
     void openSamples();
     void setDryRun(bool on);
+    // Clicks the button and waits for the engine to answer what the click sent.
+    void press(QAbstractButton* button);
+    void press(int pageIndex, const char* name) { press(find(pageIndex, name)); }
 
     Page* page(int index) const { return window.page(index); }
     template <typename T = QPushButton>
