@@ -66,51 +66,18 @@ TEST(TokensTest, MeaningfulTokenRule) {
         bool meaningful;
     };
     const std::vector<Case> cases = {
-        {"img", true},
-        {"0815", true},
-        {"2024", false},
-        {"1999", false},
-        {"1900", false},
-        {"2100", false},
-        {"1899", true},
-        {"2101", true},
-        {"12345", true},
-        {"7", false},
-        {"02", false},
-        {"123", false},
-        {"v", false},
-        {"v2", false},
-        {"v12", false},
-        {"final", false},
-        {"final2", false},
-        {"copy01", false},
-        {"2export", false},
-        {"12final34", false},
-        {"a2b", true},
-        {"fin2al", true},
-        {"a", false},
-        {"x", false},
-        {"kp", true},
-        {"kv", false},
-        {"kv3", false},
-        {"jpg", false},
-        {"screenshot", false},
+        {"img", true}, {"0815", true}, {"2024", false}, {"1999", false}, {"1900", false}, {"2100", false},
+        {"1899", true}, {"2101", true}, {"12345", true}, {"7", false}, {"02", false}, {"123", false},
+        {"v", false}, {"v2", false}, {"v12", false}, {"final", false}, {"final2", false}, {"copy01", false},
+        {"2export", false}, {"12final34", false}, {"a2b", true}, {"fin2al", true}, {"a", false}, {"x", false},
+        {"kp", true}, {"kv", false}, {"kv3", false}, {"jpg", false}, {"screenshot", false}, {"2v", false},
+        {"vv", true}, {"é", false}, {"éa", true}, {"東京", true}, {"案", false}, {"½", false}, {"ⅫⅫ", false},
         {"99999999999999999999", true},  // does not fit 64 bits: kept
         {"00002024", false},             // parses to 2024
-        {"é", false},
-        {"éa", true},
-        {"東京", true},
-        {"案", false},
-        {"١٢٣٤٥", true},  // Arabic-Indic digits never parse as a year
-        {"٢٠٢٤", true},
-        {"٢٠٢", false},
-        {"½", false},
-        {"ⅫⅫ", false},
-        {"\uFF76\uFF9E", false},  // one halfwidth kana with its sound mark: one character
-        {"\uFF76\uFF9E\uFF76", true},
-        {"2v", false},
-        {"vv", true},
-    };
+        // Arabic-Indic digits never parse as a year.
+        {"١٢٣٤٥", true}, {"٢٠٢٤", true}, {"٢٠٢", false},
+        // One halfwidth kana with its sound mark is one character.
+        {"\uFF76\uFF9E", false}, {"\uFF76\uFF9E\uFF76", true}};
     for (const auto& c : cases) EXPECT_EQ(Tokens::isMeaningful(c.token), c.meaningful) << c.token;
 }
 
