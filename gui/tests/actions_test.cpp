@@ -363,8 +363,12 @@ void ActionsTest::cleanMovesEveryReadyFileAfterConfirmation() {
     for (const auto& c : *w.model.snapshot()->classifications)
         if (c.state == ConfidenceState::ready) ready << QString::fromStdString(c.file.filename());
     QVERIFY(!ready.isEmpty());
+    // The Overview counts them and previews each with where it will go.
+    QCOMPARE(w.window.findChild<QLabel*>("readyCount")->text().toInt(), ready.size());
     auto* preview = w.window.findChild<QListWidget*>("cleanPreview");
     QCOMPARE(preview->count(), ready.size());
+    for (int i = 0; i < preview->count(); ++i)
+        QVERIFY2(ready.contains(preview->item(i)->text().section("  →  ", 0, 0)), qPrintable(preview->item(i)->text()));
 
     acceptNextMessageBox();
     w.window.findChild<QPushButton*>("cleanButton")->click();

@@ -62,7 +62,6 @@ class GuiTest : public QObject {
 
 private Q_SLOTS:
     void grantedFoldersFillEveryPage();
-    void cleanPreviewFollowsTheThresholds();
     void matchSortsByValueAndFiltersByNameAndState();
     void statusLogNamesFilesAndKeepsTheLastMessages();
     void progressStripWaitsHalfASecondAndCanStop();
@@ -73,7 +72,6 @@ private Q_SLOTS:
     void refusedThresholdsAreShownVerbatimAndKeepTheOldSettings();
     void windowKeepsRunningWhileACommandIsPending();
     void failedStartupShowsTheReasonAndDisablesActions();
-    void secondInstanceIsRefusedByTheLock();
     void onboardingStoresThePresetAndIsNotOfferedAgain();
     void secondLaunchRaisesTheFirstWindow();
 };
@@ -207,33 +205,6 @@ void GuiTest::progressStripWaitsHalfASecondAndCanStop() {
     QVERIFY(source.stop_requested());
     strip->end();
     QVERIFY(strip->isHidden());
-}
-
-void GuiTest::cleanPreviewFollowsTheThresholds() {
-    SampleWindow w;
-    writeFile(w.inbox / "ACME-logo-final.psd", "psd");
-    writeFile(w.inbox / "notes.txt", "text");
-    std::filesystem::create_directories(w.home / "ACME");
-    w.open();
-    auto* preview = w.window.findChild<QListWidget*>("cleanPreview");
-    auto* ready = w.window.findChild<QLabel*>("readyCount");
-    auto* files = w.files();
-    const int logo = column(files, 0).indexOf("ACME-logo-final.psd");
-    const int score = cell(files, logo, MatchModel::kScore).toInt();
-    QVERIFY(score > 2 && score < 90);  // a name match alone is not enough for the default "Ready"
-    QCOMPARE(ready->text(), QString("0"));
-    QCOMPARE(preview->count(), 1);
-    QCOMPARE(preview->item(0)->text(), QString(text::kCleanNothing));
-
-    // With "Ready" at the file's score, the clean would take it, and only it.
-    Settings settings = w.model.snapshot()->state->settings;
-    settings.thresholds = {score, 1};
-    w.model.updateSettings(settings);
-    QVERIFY(settle(w.model));
-    QCOMPARE(ready->text(), QString("1"));
-    QCOMPARE(cell(files, logo, MatchModel::kState), QString("Ready"));
-    QCOMPARE(preview->count(), 1);
-    QCOMPARE(preview->item(0)->text(), QString("ACME-logo-final.psd  →  ACME / Working"));
 }
 
 void GuiTest::answersArriveInTheOrderCommandsWereSent() {
@@ -447,19 +418,6 @@ void GuiTest::failedStartupShowsTheReasonAndDisablesActions() {
     w.model.scan();
     QVERIFY(!w.model.busy());
     QCOMPARE(w.model.refusal(), w.model.startupFailure());
-}
-
-void GuiTest::secondInstanceIsRefusedByTheLock() {
-    SampleWindow first;
-    first.start();
-    QVERIFY(first.model.canOperate());
-    AppModel second;
-    second.start(first.root / "data");
-    QVERIFY(settle(second));
-    QVERIFY(!second.canOperate());
-    QCOMPARE(second.startupFailure(),
-             QString("Another Kelo instance is running. File operations are disabled in this instance."));
-    QVERIFY(first.model.canOperate());
 }
 
 // The preset chosen on the first run is kept, and the dialog is not offered again
