@@ -4,6 +4,7 @@
 #include "gui/thumbnail_cache.h"
 
 #include <QSignalSpy>
+#include <map>
 #include <QtTest>
 
 #include "support/temp_dir.h"
@@ -49,22 +50,30 @@ private Q_SLOTS:
 
 void ThumbnailCacheTest::decodesOffTheMainThreadThenServesFromMemory() {
     TempDir dir;
-    const FileRecord wide = picture(dir / "wide.png", 400, 100);
+    const FileRecord wide = picture(dir / "wide.png", 400, 100, 1);
+    const FileRecord tall = picture(dir / "tall.png", 100, 400, 2);
     ThumbnailCache cache(kEdge);
     QSignalSpy spy(&cache, &ThumbnailCache::ready);
 
-    // Nothing decoded while we waited for the answer, and one job however often asked.
+    // Nothing decoded while we wait for the answer, and one job per file however
+    // often it is asked for: both pictures arrive once each, at the right size.
     for (int i = 0; i < 5; ++i) QVERIFY(cache.request(wide).isNull());
-    QCOMPARE(cache.inFlight(), 1);
-    const auto [key, image] = nextReady(spy);
-    QCOMPARE(key, QString::fromStdString(wide.fingerprint()));
-    QCOMPARE(image.size(), QSize(kEdge, kEdge / 4));
-    QCOMPARE(image.pixelColor(5, 5), QColor(Qt::darkCyan));
+    QVERIFY(cache.request(tall).isNull());
+    QCOMPARE(cache.inFlight(), 2);
+    QTRY_COMPARE(cache.cached(), 2);
+    QCOMPARE(spy.count(), 2);
+    std::map<QString, QSize> sizes;
+    while (!spy.isEmpty()) {
+        const auto [key, image] = nextReady(spy);
+        sizes[key] = image.size();
+    }
+    QCOMPARE(sizes[QString::fromStdString(wide.fingerprint())], QSize(kEdge, kEdge / 4));
+    QCOMPARE(sizes[QString::fromStdString(tall.fingerprint())], QSize(kEdge / 4, kEdge));
 
     const QImage again = cache.request(wide);
-    QCOMPARE(again.size(), image.size());
+    QCOMPARE(again.size(), QSize(kEdge, kEdge / 4));
+    QCOMPARE(again.pixelColor(5, 5), QColor(Qt::darkCyan));
     QCOMPARE(cache.inFlight(), 0);
-    QCOMPARE(cache.cached(), 1);
     QCoreApplication::processEvents();
     QCOMPARE(spy.count(), 0);  // a hit starts nothing and says nothing
     QVERIFY(cache.isConsistent());
