@@ -2,17 +2,21 @@
 // sample folders the first run offers, sorting and undoing, a name conflict and
 // "keep both", the learning buttons, rename and group, the Trash, the project
 // actions, name suggestions and clusters, the one-click clean, and the settings
-// that only the form can reach. Refusals must reach the message bar word for word.
+// that only the form can reach, and drag and drop with Ctrl+Z. Refusals must reach
+// the message bar word for word.
 #include <QDialogButtonBox>
+#include <QDropEvent>
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
+#include <QMimeData>
 #include <QTimer>
 #include <QtTest>
 
 #include "gui/match_model.h"
 #include "gui/match_page.h"
+#include "gui/project_drop_list.h"
 #include "gui/projects_page.h"
 #include "gui/rename_dialog.h"
 #include "gui/settings_page.h"
@@ -59,6 +63,7 @@ private Q_SLOTS:
     void cleanMovesEveryReadyFileAfterConfirmation();
     void namingDetailAndResetLearning();
     void reconnectFindsAMovedInboxAgain();
+    void filesDroppedAreSelectedAndRowsDroppedOnAProjectSortedThenCtrlZ();
 };
 
 void ActionsTest::sampleFoldersAreMadeInAFolderOfTheirOwnAndApproved() {
@@ -443,6 +448,40 @@ void ActionsTest::reconnectFindsAMovedInboxAgain() {
     QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
     QCOMPARE(w.files()->model()->rowCount(), 13);
     QCOMPARE(w.model.snapshot()->state->grants.size(), std::size_t(2));
+}
+
+// Files dropped from the file manager are selected on Match (or refused in one
+// sentence); a row dragged onto a project in the list beside the table is sorted
+// through the sort command, and Ctrl+Z undoes that batch.
+void ActionsTest::filesDroppedAreSelectedAndRowsDroppedOnAProjectSortedThenCtrlZ() {
+    SampleWindow w;
+    w.openSamples();
+    w.window.show();
+    const fs::path file = w.inbox / "lotus price list.pdf";
+    w.window.openFiles({QString::fromStdString(file.string()), QString::fromStdString((w.root / "x.pdf").string())});
+    QTableView* table = w.files();
+    QCOMPARE(table->selectionModel()->selectedRows().size(), 1);
+    QCOMPARE(w.bar(), QString(text::kDroppedOutsideInbox).arg("x.pdf"));
+
+    auto* list = w.find<ProjectDropList>(kMatch, "projectDropList");
+    const auto targets = list->findItems("Bamboo Books", Qt::MatchExactly);
+    QCOMPARE(targets.size(), 1);
+    QVERIFY(QTest::qWaitForWindowExposed(&w.window));
+    std::unique_ptr<QMimeData> dragged(table->model()->mimeData(table->selectionModel()->selectedIndexes()));
+    const QPoint onProject = list->visualItemRect(targets.front()).center();
+    QDragEnterEvent enter(onProject, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(list->viewport(), &enter);
+    QDragMoveEvent move(onProject, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(list->viewport(), &move);
+    QDropEvent drop(onProject, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(list->viewport(), &drop);
+    QVERIFY(drop.isAccepted());
+    QVERIFY(settle(w.model));
+    QVERIFY(fs::exists(w.home / "Bamboo Books/Reference/lotus price list.pdf"));
+
+    w.window.undoLatest();
+    QVERIFY(settle(w.model));
+    QVERIFY(fs::exists(file));
 }
 
 int main(int argc, char** argv) {
