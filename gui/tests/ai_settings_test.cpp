@@ -8,10 +8,10 @@
 #include <QSpinBox>
 #include <QtTest>
 
+#include "access/path_safety.h"
 #include "ai/ai_keychain.h"
 #include "gui/ai_settings_box.h"
 #include "gui/settings_page.h"
-#include "access/path_safety.h"
 #include "gui/tests/sample_window.h"
 #include "support/secret_service_session.h"
 

@@ -13,8 +13,8 @@
 #include <QSettings>
 #include <QSpinBox>
 #include <QTableWidget>
-#include <QTimer>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <QtTest>
 #include <future>
 
@@ -26,8 +26,8 @@
 #include "gui/match_model.h"
 #include "gui/onboarding_dialog.h"
 #include "gui/progress_strip.h"
-#include "gui/status_log.h"
 #include "gui/single_instance.h"
+#include "gui/status_log.h"
 #include "gui/tests/sample_window.h"
 #include "support/temp_dir.h"
 

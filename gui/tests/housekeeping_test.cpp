@@ -36,7 +36,9 @@ fs::path openWithCopies(SampleWindow& w) {
     return project;
 }
 
-ProjectsPage* projects(SampleWindow& w) { return static_cast<ProjectsPage*>(w.page(kProjects)); }
+ProjectsPage* projects(SampleWindow& w) {
+    return static_cast<ProjectsPage*>(w.page(kProjects));
+}
 
 }  // namespace
 
@@ -109,8 +111,7 @@ private Q_SLOTS:
         QVERIFY(settle(w.model));
         QVERIFY(w.model.snapshot()->state->settings.zipCleanupRule.has_value());
         QVERIFY(box->findChild<QCheckBox*>("zipCleanupEnabled")->isChecked());
-        QCOMPARE(w.bar(),
-                 QString::fromUtf8("Đã bật. Bỏ qua 1 ZIP có sẵn; chỉ ghi nhận ZIP mới từ bây giờ."));
+        QCOMPARE(w.bar(), QString::fromUtf8("Đã bật. Bỏ qua 1 ZIP có sẵn; chỉ ghi nhận ZIP mới từ bây giờ."));
         box->switchOff();
         QVERIFY(settle(w.model));
         QVERIFY(!w.model.snapshot()->state->settings.zipCleanupRule.has_value());

@@ -2,11 +2,12 @@
 // dropped into an inbox reaches the snapshot with no rescan asked for, a burst of
 // files costs one scan, and a file still growing or still named as a partial
 // download holds the scan back until it settles.
+#include "gui/live_inbox.h"
+
 #include <QFile>
 #include <QTimer>
 #include <QtTest>
 
-#include "gui/live_inbox.h"
 #include "gui/tests/sample_window.h"
 #include "support/temp_dir.h"
 

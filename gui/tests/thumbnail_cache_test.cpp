@@ -4,8 +4,8 @@
 #include "gui/thumbnail_cache.h"
 
 #include <QSignalSpy>
-#include <map>
 #include <QtTest>
+#include <map>
 
 #include "support/temp_dir.h"
 

@@ -147,7 +147,8 @@ TEST(ThumbnailerTest, OrientationSmallSizesAndGreyAlphaComeBackRight) {
     expectSample(*small, 20, 10);
 
     VImage grey = VImage::black(8, 8).new_from_image(std::vector<double>{100, 50}).cast(VIPS_FORMAT_UCHAR);
-    grey.copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_B_W)).write_to_file((dir / "grey.png").c_str());
+    grey.copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_B_W))
+        .write_to_file((dir / "grey.png").c_str());
     const auto greyAlpha = makeThumbnail(dir / "grey.png", 64);
     ASSERT_TRUE(greyAlpha);
     const auto p = pixel(*greyAlpha, 4, 4);
