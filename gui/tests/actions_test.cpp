@@ -2,34 +2,27 @@
 // sample folders the first run offers, sorting and undoing, a name conflict and
 // "keep both", the learning buttons, rename and group, the Trash, the project
 // actions, name suggestions and clusters, the one-click clean, and the settings
-// that only the form can reach. Refusals must reach the message bar word for word.
-#include <QCheckBox>
-#include <QComboBox>
+// that only the form can reach, and drag and drop with Ctrl+Z. Refusals must reach
+// the message bar word for word.
 #include <QDialogButtonBox>
+#include <QDropEvent>
 #include <QFileDialog>
-#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
-#include <QPushButton>
-#include <QSpinBox>
-#include <QTableWidget>
+#include <QMimeData>
 #include <QTimer>
 #include <QtTest>
-#include <memory>
 
-#include "gui/app_model.h"
-#include "gui/main_window.h"
 #include "gui/match_model.h"
 #include "gui/match_page.h"
-#include "gui/onboarding_dialog.h"
+#include "gui/project_drop_list.h"
 #include "gui/projects_page.h"
 #include "gui/rename_dialog.h"
 #include "gui/settings_page.h"
-#include "gui/tests/isolated_app.h"
+#include "gui/tests/sample_window.h"
 #include "support/temp_dir.h"
 
-using kelo::testing::TempDir;
 using kelo::testing::writeFile;
 using namespace kelo;
 using namespace kelo::gui;
@@ -37,7 +30,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-enum PageIndex { kOverview, kMatch, kProjects, kStudio, kHistory, kSettings };
 using enum MatchModel::Column;
 
 // Answers the next message box with Ok or Yes, from inside its event loop.
@@ -52,65 +44,6 @@ void acceptNextMessageBox() {
     });
     timer->start(10);
 }
-
-// A window whose engine runs on the sample folders, made through the first-run
-// dialog's button inside this test's own folder, with dry run off.
-struct SampleWindow {
-    TempDir root;
-    AppModel model;
-    MainWindow window{model};
-    fs::path inbox, home;
-    std::vector<std::string> sampleMessages;  // what the sample-folder command said
-    bool sampleNoteShown = false;
-
-    SampleWindow() {
-        model.start(root / "data");
-        settle(model);
-        OnboardingDialog dialog(model);  // the samples go into the data folder
-        dialog.findChild<QPushButton*>("trySamples")->click();
-        settle(model);
-        sampleMessages = model.snapshot()->messages;
-        sampleNoteShown = dialog.samplesMade() && !dialog.findChild<QLabel*>("samplesMade")->isHidden();
-        // Until the samples are found, the paths stay inside this test's folder, so a
-        // failed start never writes anywhere else.
-        inbox = root / "no samples/Downloads";
-        home = root / "no samples/Projects";
-        std::error_code none;
-        for (const auto& entry : fs::directory_iterator(root / "data/Sample folders", none)) {
-            inbox = entry.path() / "Downloads";
-            home = entry.path() / "Projects";
-        }
-        auto* settings = window.page(kSettings);
-        settings->findChild<QCheckBox*>("dryRun")->setChecked(false);
-        settings->findChild<QPushButton*>("saveSettings")->click();
-        settle(model);
-    }
-
-    QTableView* files() const { return window.page(kMatch)->findChild<QTableView*>("matchTable"); }
-    QTableWidget* projects() const { return window.page(kProjects)->findChild<QTableWidget*>("projectsTable"); }
-    QString bar() const { return window.findChild<QLabel*>("messageBar")->text(); }
-    template <typename T = QPushButton>
-    T* find(int page, const char* name) const {
-        return window.page(page)->findChild<T*>(name);
-    }
-    int row(const QString& name) const { return column(files(), kFile).indexOf(name); }
-
-    void selectFiles(const QStringList& names) const {
-        QTableView* table = files();
-        table->clearSelection();
-        for (const QString& name : names) {
-            const int at = row(name);
-            QVERIFY2(at >= 0, qPrintable(name));
-            table->selectionModel()->select(table->model()->index(at, 0),
-                                            QItemSelectionModel::Select | QItemSelectionModel::Rows);
-        }
-    }
-    void selectProject(const QString& name) const { projects()->selectRow(column(projects(), 0).indexOf(name)); }
-    void chooseProject(const QString& name) const {
-        auto* choice = find<QComboBox>(kMatch, "projectChoice");
-        choice->setCurrentIndex(choice->findText(name));
-    }
-};
 
 }  // namespace
 
@@ -130,10 +63,12 @@ private Q_SLOTS:
     void cleanMovesEveryReadyFileAfterConfirmation();
     void namingDetailAndResetLearning();
     void reconnectFindsAMovedInboxAgain();
+    void filesDroppedAreSelectedAndRowsDroppedOnAProjectSortedThenCtrlZ();
 };
 
 void ActionsTest::sampleFoldersAreMadeInAFolderOfTheirOwnAndApproved() {
     SampleWindow w;
+    w.openSamples();
     QVERIFY(fs::is_directory(w.inbox));
     // Nothing outside the data directory, which holds the samples too.
     QStringList top;
@@ -160,13 +95,13 @@ void ActionsTest::sampleFoldersAreMadeInAFolderOfTheirOwnAndApproved() {
 
 void ActionsTest::sortFromMatchThenUndoFromHistory() {
     SampleWindow w;
+    w.openSamples();
     w.selectFiles({"Hydro Cafe social post 3.png"});
     w.chooseProject("Hydro Cafe");
     auto* category = w.find<QComboBox>(kMatch, "categoryChoice");
     category->setCurrentIndex(category->findText("Export"));
     w.find<QLineEdit>(kMatch, "subfolder")->setText("Social");
-    w.find(kMatch, "sortButton")->click();
-    QVERIFY(settle(w.model));
+    w.press(kMatch, "sortButton");
     QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
 
     const fs::path moved = w.home / "Hydro Cafe/Export/Social/Hydro Cafe social post 3.png";
@@ -182,8 +117,7 @@ void ActionsTest::sortFromMatchThenUndoFromHistory() {
 
     auto* undo = qobject_cast<QPushButton*>(history->cellWidget(0, 6));
     QVERIFY(undo && undo->isEnabled());
-    undo->click();
-    QVERIFY(settle(w.model));
+    w.press(undo);
     QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
     QVERIFY(fs::exists(w.inbox / "Hydro Cafe social post 3.png"));
     QVERIFY(!fs::exists(moved));
@@ -192,6 +126,7 @@ void ActionsTest::sortFromMatchThenUndoFromHistory() {
 
 void ActionsTest::nameConflictOffersKeepBoth() {
     SampleWindow w;
+    w.openSamples();
     writeFile(w.home / "Lotus Spa/Reference/lotus price list.pdf", "the older list");
     auto* keepBoth = w.find(kMatch, "keepBoth");
     QVERIFY(!keepBoth->isEnabled());
@@ -201,14 +136,12 @@ void ActionsTest::nameConflictOffersKeepBoth() {
     QCOMPARE(w.find<QComboBox>(kMatch, "projectChoice")->currentText(), QString("Lotus Spa"));
     auto* category = w.find<QComboBox>(kMatch, "categoryChoice");
     category->setCurrentIndex(category->findText("Reference"));
-    w.find(kMatch, "sortButton")->click();
-    QVERIFY(settle(w.model));
+    w.press(kMatch, "sortButton");
     QVERIFY(fs::exists(w.inbox / "lotus price list.pdf"));  // skipped, nothing overwritten
     QVERIFY(w.bar().contains("Name conflict: "));
     QVERIFY(keepBoth->isEnabled());
 
-    keepBoth->click();
-    QVERIFY(settle(w.model));
+    w.press(keepBoth);
     QVERIFY(!fs::exists(w.inbox / "lotus price list.pdf"));
     QVERIFY(fs::exists(w.home / "Lotus Spa/Reference/lotus price list 2.pdf"));
     QCOMPARE(kelo::testing::readFile(w.home / "Lotus Spa/Reference/lotus price list.pdf"), "the older list");
@@ -217,34 +150,32 @@ void ActionsTest::nameConflictOffersKeepBoth() {
 
 void ActionsTest::archivedProjectRefusesSortsVerbatimUntilReopened() {
     SampleWindow w;
+    w.openSamples();
     w.selectProject("Lotus Spa");
     auto* archive = w.find(kProjects, "archiveProject");
     auto* reopen = w.find(kProjects, "reopenProject");
     QVERIFY(archive->isEnabled() && !reopen->isEnabled());
-    archive->click();
-    QVERIFY(settle(w.model));
+    w.press(archive);
     QCOMPARE(w.projects()->item(column(w.projects(), 0).indexOf("Lotus Spa"), 1)->text(), QString("Đã lưu trữ"));
 
     w.selectFiles({"lotus price list.pdf"});
     w.chooseProject("Lotus Spa");
-    w.find(kMatch, "sortButton")->click();
-    QVERIFY(settle(w.model));
+    w.press(kMatch, "sortButton");
     QCOMPARE(w.bar(), QString("Mở lại dự án trước khi chọn."));
     QVERIFY(fs::exists(w.inbox / "lotus price list.pdf"));
 
     w.selectProject("Lotus Spa");
     QVERIFY(reopen->isEnabled() && !archive->isEnabled());
-    reopen->click();
-    QVERIFY(settle(w.model));
+    w.press(reopen);
     QCOMPARE(w.projects()->item(column(w.projects(), 0).indexOf("Lotus Spa"), 1)->text(), QString("Đang làm"));
 }
 
 void ActionsTest::confirmRejectLeaveAloneAndRestore() {
     SampleWindow w;
+    w.openSamples();
     w.selectFiles({"lotus price list.pdf"});
     QCOMPARE(cell(w.files(), w.row("lotus price list.pdf"), kProject), QString("Lotus Spa"));
-    w.find(kMatch, "confirmButton")->click();
-    QVERIFY(settle(w.model));
+    w.press(kMatch, "confirmButton");
     QCOMPARE(cell(w.files(), w.row("lotus price list.pdf"), kState), QString("Ready"));
     QVERIFY(fs::exists(w.inbox / "lotus price list.pdf"));  // learning moves nothing
 
@@ -252,8 +183,7 @@ void ActionsTest::confirmRejectLeaveAloneAndRestore() {
     const QString first = cell(w.files(), collab, kProject);
     const int before = cell(w.files(), collab, kScore).toInt();
     w.selectFiles({"hydro lotus collab.psd"});
-    w.find(kMatch, "rejectButton")->click();
-    QVERIFY(settle(w.model));
+    w.press(kMatch, "rejectButton");
     const auto& feedback = w.model.snapshot()->state->learning.feedback;
     QVERIFY(!feedback.empty() && feedback.back().filename == "hydro lotus collab.psd" && feedback.back().rejected);
     const int after = w.row("hydro lotus collab.psd");
@@ -263,12 +193,10 @@ void ActionsTest::confirmRejectLeaveAloneAndRestore() {
     auto* restore = w.find(kMatch, "restoreIgnored");
     QVERIFY(!restore->isEnabled());
     w.selectFiles({"scan0001.pdf"});
-    w.find(kMatch, "leaveAloneButton")->click();
-    QVERIFY(settle(w.model));
+    w.press(kMatch, "leaveAloneButton");
     QVERIFY(cell(w.files(), w.row("scan0001.pdf"), kState).endsWith(text::kIgnoredMark));
     QVERIFY(restore->isEnabled());
-    restore->click();
-    QVERIFY(settle(w.model));
+    w.press(restore);
     QVERIFY(!cell(w.files(), w.row("scan0001.pdf"), kState).endsWith(text::kIgnoredMark));
     QVERIFY(!restore->isEnabled());
 }
@@ -286,6 +214,7 @@ void ActionsTest::renameComposesTheReviewedNameAndGroupingGoesIntoAProject() {
         QVERIFY(ok->isEnabled());
     }
     SampleWindow w;
+    w.openSamples();
     auto* page = static_cast<MatchPage*>(w.window.page(kMatch));
     w.selectFiles({"Untitled-1.ai"});
     page->renameSelected({" Hydro ", "Logo", "Final"});
@@ -329,11 +258,11 @@ void ActionsTest::renameComposesTheReviewedNameAndGroupingGoesIntoAProject() {
 
 void ActionsTest::trashThenPutBack() {
     SampleWindow w;
+    w.openSamples();
     auto* undoTrash = w.find(kHistory, "undoTrash");
     QVERIFY(undoTrash->isHidden());
     w.selectFiles({"IMG_2024_0815.jpg"});
-    w.find(kMatch, "trashButton")->click();
-    QVERIFY(settle(w.model));
+    w.press(kMatch, "trashButton");
     QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
     QVERIFY(!fs::exists(w.inbox / "IMG_2024_0815.jpg"));
     const fs::path trashed =
@@ -341,8 +270,7 @@ void ActionsTest::trashThenPutBack() {
     QVERIFY(fs::exists(trashed));
     QVERIFY(!undoTrash->isHidden() && undoTrash->isEnabled());
 
-    undoTrash->click();
-    QVERIFY(settle(w.model));
+    w.press(undoTrash);
     QVERIFY(fs::exists(w.inbox / "IMG_2024_0815.jpg"));
     QVERIFY(!fs::exists(trashed));
     QVERIFY(undoTrash->isHidden());
@@ -350,6 +278,7 @@ void ActionsTest::trashThenPutBack() {
 
 void ActionsTest::projectAliasesNewProjectAndTrash() {
     SampleWindow w;
+    w.openSamples();
     auto* page = static_cast<ProjectsPage*>(w.window.page(kProjects));
     auto aliasesOf = [&](const QString& name) {
         return w.projects()->item(column(w.projects(), 0).indexOf(name), 3)->text();
@@ -386,8 +315,7 @@ void ActionsTest::projectAliasesNewProjectAndTrash() {
 
     w.selectProject("Bamboo Books");
     acceptNextMessageBox();
-    w.find(kProjects, "trashProject")->click();
-    QVERIFY(settle(w.model));
+    w.press(kProjects, "trashProject");
     QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
     QVERIFY(!fs::exists(w.home / "Bamboo Books"));
     QVERIFY(!column(w.projects(), 0).contains("Bamboo Books"));
@@ -395,6 +323,7 @@ void ActionsTest::projectAliasesNewProjectAndTrash() {
 
 void ActionsTest::nameSuggestionsAndClusters() {
     SampleWindow w;
+    w.openSamples();
     auto* suggestions = w.find<QListWidget>(kProjects, "nameSuggestions");
     auto texts = [](const QListWidget* list) {
         QStringList out;
@@ -407,12 +336,10 @@ void ActionsTest::nameSuggestionsAndClusters() {
     };
     QCOMPARE(texts(suggestions), QStringList({"Mango (3 tệp)", "Tea (3 tệp)"}));
     pick(suggestions, "Tea");
-    w.find(kProjects, "deferSuggestion")->click();
-    QVERIFY(settle(w.model));
+    w.press(kProjects, "deferSuggestion");
     QCOMPARE(texts(suggestions), QStringList({"Mango (3 tệp)"}));
     pick(suggestions, "Mango");
-    w.find(kProjects, "acceptSuggestion")->click();
-    QVERIFY(settle(w.model));
+    w.press(kProjects, "acceptSuggestion");
     QVERIFY(fs::is_directory(w.home / "Mango"));
     QVERIFY(column(w.projects(), 0).contains("Mango"));
     QCOMPARE(texts(suggestions), QStringList({text::kNoNameSuggestions}));
@@ -427,23 +354,26 @@ void ActionsTest::nameSuggestionsAndClusters() {
     QVERIFY(!ignore->isEnabled());
     pick(clusters, "hydro");
     QVERIFY(ignore->isEnabled());
-    ignore->click();
-    QVERIFY(settle(w.model));
+    w.press(ignore);
     QTRY_VERIFY(!texts(clusters).contains(hydro));
     QVERIFY(texts(clusters).size() >= 1);
-    w.find(kMatch, "restoreIgnored")->click();
-    QVERIFY(settle(w.model));
+    w.press(kMatch, "restoreIgnored");
     QTRY_VERIFY(texts(clusters).contains(hydro));
 }
 
 void ActionsTest::cleanMovesEveryReadyFileAfterConfirmation() {
     SampleWindow w;
+    w.openSamples();
     QStringList ready;
     for (const auto& c : *w.model.snapshot()->classifications)
         if (c.state == ConfidenceState::ready) ready << QString::fromStdString(c.file.filename());
     QVERIFY(!ready.isEmpty());
+    // The Overview counts them and previews each with where it will go.
+    QCOMPARE(w.window.findChild<QLabel*>("readyCount")->text().toInt(), ready.size());
     auto* preview = w.window.findChild<QListWidget*>("cleanPreview");
     QCOMPARE(preview->count(), ready.size());
+    for (int i = 0; i < preview->count(); ++i)
+        QVERIFY2(ready.contains(preview->item(i)->text().section("  →  ", 0, 0)), qPrintable(preview->item(i)->text()));
 
     acceptNextMessageBox();
     w.window.findChild<QPushButton*>("cleanButton")->click();
@@ -464,6 +394,7 @@ void ActionsTest::cleanMovesEveryReadyFileAfterConfirmation() {
 
 void ActionsTest::namingDetailAndResetLearning() {
     SampleWindow w;
+    w.openSamples();
     auto* settings = static_cast<SettingsPage*>(w.window.page(kSettings));
     settings->findChild<QLineEdit*>("namingDetail")->setText("  Ban in ");
     auto* preset = settings->findChild<QComboBox*>("usagePreset");
@@ -474,8 +405,7 @@ void ActionsTest::namingDetailAndResetLearning() {
     QCOMPARE(w.model.snapshot()->state->settings.usagePreset, std::optional(UsagePreset::personal));
 
     w.selectFiles({"lotus price list.pdf"});
-    w.find(kMatch, "confirmButton")->click();
-    QVERIFY(settle(w.model));
+    w.press(kMatch, "confirmButton");
     QVERIFY(!w.model.snapshot()->state->learning.feedback.empty());
     acceptNextMessageBox();
     settings->findChild<QPushButton*>("resetLearning")->click();
@@ -488,6 +418,7 @@ void ActionsTest::namingDetailAndResetLearning() {
 // title and explanation and points the same grant at the new place.
 void ActionsTest::reconnectFindsAMovedInboxAgain() {
     SampleWindow w;
+    w.openSamples();
     const fs::path moved = w.root / "Moved Downloads";
     fs::rename(w.inbox, moved);
     w.model.submit("scan", EngineActions::scan());
@@ -511,13 +442,46 @@ void ActionsTest::reconnectFindsAMovedInboxAgain() {
         timer->deleteLater();
     });
     timer->start(10);
-    w.find(kSettings, "reconnectGrant")->click();
-    QVERIFY(settle(w.model));
+    w.press(kSettings, "reconnectGrant");
     QCOMPARE(title, QString("Theo dõi thư mục"));
     QCOMPARE(explanation, QString("Kelo chỉ truy cập thư mục bạn chọn. Hãy dùng thư mục mẫu để thử trước."));
     QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
     QCOMPARE(w.files()->model()->rowCount(), 13);
     QCOMPARE(w.model.snapshot()->state->grants.size(), std::size_t(2));
+}
+
+// Files dropped from the file manager are selected on Match (or refused in one
+// sentence); a row dragged onto a project in the list beside the table is sorted
+// through the sort command, and Ctrl+Z undoes that batch.
+void ActionsTest::filesDroppedAreSelectedAndRowsDroppedOnAProjectSortedThenCtrlZ() {
+    SampleWindow w;
+    w.openSamples();
+    w.window.show();
+    const fs::path file = w.inbox / "lotus price list.pdf";
+    w.window.openFiles({QString::fromStdString(file.string()), QString::fromStdString((w.root / "x.pdf").string())});
+    QTableView* table = w.files();
+    QCOMPARE(table->selectionModel()->selectedRows().size(), 1);
+    QCOMPARE(w.bar(), QString(text::kDroppedOutsideInbox).arg("x.pdf"));
+
+    auto* list = w.find<ProjectDropList>(kMatch, "projectDropList");
+    const auto targets = list->findItems("Bamboo Books", Qt::MatchExactly);
+    QCOMPARE(targets.size(), 1);
+    QVERIFY(QTest::qWaitForWindowExposed(&w.window));
+    std::unique_ptr<QMimeData> dragged(table->model()->mimeData(table->selectionModel()->selectedIndexes()));
+    const QPoint onProject = list->visualItemRect(targets.front()).center();
+    QDragEnterEvent enter(onProject, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(list->viewport(), &enter);
+    QDragMoveEvent move(onProject, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(list->viewport(), &move);
+    QDropEvent drop(onProject, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(list->viewport(), &drop);
+    QVERIFY(drop.isAccepted());
+    QVERIFY(settle(w.model));
+    QVERIFY(fs::exists(w.home / "Bamboo Books/Reference/lotus price list.pdf"));
+
+    w.window.undoLatest();
+    QVERIFY(settle(w.model));
+    QVERIFY(fs::exists(file));
 }
 
 int main(int argc, char** argv) {

@@ -8,42 +8,27 @@
 #include <QSpinBox>
 #include <QtTest>
 
+#include "access/path_safety.h"
 #include "ai/ai_keychain.h"
 #include "gui/ai_settings_box.h"
-#include "gui/main_window.h"
 #include "gui/settings_page.h"
-#include "access/path_safety.h"
-#include "gui/tests/isolated_app.h"
+#include "gui/tests/sample_window.h"
 #include "support/secret_service_session.h"
-#include "support/temp_dir.h"
 
 using namespace kelo;
 using namespace kelo::gui;
-namespace fs = std::filesystem;
 
 namespace {
 
-enum PageIndex { kOverview, kMatch, kProjects, kStudio, kHistory, kSettings };
-
 const QString kKey = QStringLiteral("AIzaGuiTestKey_0123456789-abcdefg");
 
-struct Window {
-    testing::TempDir root;
-    fs::path inbox = root / "Downloads";
-    fs::path home = root / "Projects";
-    AppModel model;
-    MainWindow window{model};
+struct AIWindow : SampleWindow {
     AISettingsBox* box = nullptr;
 
-    Window() {
-        fs::create_directories(inbox);
-        fs::create_directories(home / "Lotus Spa");
-        model.start(root / "data");
-        settle(model);
-        model.addGrant(inbox, FolderGrant::Role::watch);
-        model.addGrant(home, FolderGrant::Role::projectHome);
-        settle(model);
-        box = window.page(kSettings)->findChild<AISettingsBox*>("aiSettings");
+    AIWindow() {
+        std::filesystem::create_directories(home / "Lotus Spa");
+        open();
+        box = page(kSettings)->findChild<AISettingsBox*>("aiSettings");
     }
     template <class T>
     T* find(const char* name) const {
@@ -59,7 +44,7 @@ class AISettingsTest : public QObject {
 
 private Q_SLOTS:
     void consentsCapAndFoldersReachTheEngine() {
-        Window w;
+        AIWindow w;
         QVERIFY(w.box);
         QVERIFY(!w.configuration().enabled);
         QCOMPARE(w.find<QLabel>("aiUsage")->text(), QStringLiteral("Hôm nay đã dùng 0 / 10 yêu cầu."));
@@ -89,7 +74,7 @@ private Q_SLOTS:
     }
 
     void keyIsSavedKeptForTheSessionAndForgotten() {
-        Window w;
+        AIWindow w;
         auto* field = w.find<QLineEdit>("aiKey");
         auto* status = w.find<QLabel>("aiKeyStatus");
         QCOMPARE(field->echoMode(), QLineEdit::Password);

@@ -18,8 +18,7 @@
 #include "gui/companion/mascot_painter.h"
 #include "gui/companion/mascot_widget.h"
 #include "gui/companion/ready_notice.h"
-#include "gui/tests/isolated_app.h"
-#include "support/temp_dir.h"
+#include "gui/tests/sample_window.h"
 
 using namespace kelo;
 using namespace kelo::gui;
@@ -235,21 +234,14 @@ private Q_SLOTS:
     }
 
     void panelRefusesFilesOutsideTheInboxAndSortsADroppedOne() {
-        testing::TempDir root;
-        testing::writeFile(root / "Projects/ACME/Working/old.psd", "psd");
-        testing::writeFile(root / "Downloads/notes.txt", "n");
+        SampleWindow w;
+        const fs::path root = w.root.path(), &inbox = w.inbox;
+        AppModel& model = w.model;
+        testing::writeFile(w.home / "ACME/Working/old.psd", "psd");
+        testing::writeFile(inbox / "notes.txt", "n");
         testing::writeFile(root / "Elsewhere/ACME-logo-v3.psd", "elsewhere");
-        makeOld(root / "Downloads/notes.txt");
-        AppModel model;
-        model.start(root / "data");
-        QVERIFY(settle(model));
-        model.addGrant(root / "Downloads", FolderGrant::Role::watch);
-        model.addGrant(root / "Projects", FolderGrant::Role::projectHome);
-        QVERIFY(settle(model));
-        Settings settings = model.snapshot()->state->settings;
-        settings.dryRun = false;
-        model.updateSettings(settings);
-        QVERIFY(settle(model));
+        makeOld(inbox / "notes.txt");
+        w.open();
 
         CompanionPanel panel(model);
         QObject::connect(&model, &AppModel::snapshotChanged, &panel,
@@ -260,29 +252,29 @@ private Q_SLOTS:
         QVERIFY(fs::exists(root / "Elsewhere/ACME-logo-v3.psd"));
 
         // Saved into the inbox after the last scan: the drop looks again and offers it.
-        testing::writeFile(root / "Downloads/ACME-logo-v2.psd", "logo");
-        makeOld(root / "Downloads/ACME-logo-v2.psd");
-        panel.dropFile(root / "Downloads/ACME-logo-v2.psd");
+        testing::writeFile(inbox / "ACME-logo-v2.psd", "logo");
+        makeOld(inbox / "ACME-logo-v2.psd");
+        panel.dropFile(inbox / "ACME-logo-v2.psd");
         QVERIFY(settle(model));
         QVERIFY2(panel.shown().has_value(), qPrintable(panel.note()));
-        QCOMPARE(panel.shown()->file, root / "Downloads/ACME-logo-v2.psd");
+        QCOMPARE(panel.shown()->file, inbox / "ACME-logo-v2.psd");
         QVERIFY(panel.findChild<QLabel*>("companionSuggestion")->text().contains("ACME"));
 
         panel.findChild<QPushButton*>("companionSort")->click();
         QVERIFY(settle(model));
-        QVERIFY(!fs::exists(root / "Downloads/ACME-logo-v2.psd"));
+        QVERIFY(!fs::exists(inbox / "ACME-logo-v2.psd"));
         auto* undo = panel.findChild<QPushButton*>("companionUndo");
         QVERIFY(undo->isEnabled());
         undo->click();
         QVERIFY(settle(model));
-        QVERIFY(fs::exists(root / "Downloads/ACME-logo-v2.psd"));
-        QCOMPARE(testing::readFile(root / "Downloads/ACME-logo-v2.psd"), std::string("logo"));
+        QVERIFY(fs::exists(inbox / "ACME-logo-v2.psd"));
+        QCOMPARE(testing::readFile(inbox / "ACME-logo-v2.psd"), std::string("logo"));
     }
 
     void panelComesBackWhereItWasLeft() {
-        AppModel model;
+        SampleWindow w;
         CompanionChoices::setPanelPosition(QPoint(123, 77));
-        CompanionPanel panel(model);
+        CompanionPanel panel(w.model);
         panel.show();
         QCOMPARE(panel.pos(), QPoint(123, 77));
         QTest::mousePress(&panel, Qt::LeftButton, {}, QPoint(20, 20));

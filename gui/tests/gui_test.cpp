@@ -13,8 +13,8 @@
 #include <QSettings>
 #include <QSpinBox>
 #include <QTableWidget>
-#include <QTimer>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <QtTest>
 #include <future>
 
@@ -26,9 +26,9 @@
 #include "gui/match_model.h"
 #include "gui/onboarding_dialog.h"
 #include "gui/progress_strip.h"
-#include "gui/status_log.h"
 #include "gui/single_instance.h"
-#include "gui/tests/isolated_app.h"
+#include "gui/status_log.h"
+#include "gui/tests/sample_window.h"
 #include "support/temp_dir.h"
 
 using kelo::testing::TempDir;
@@ -37,8 +37,6 @@ using namespace kelo;
 using namespace kelo::gui;
 
 namespace {
-
-enum PageIndex { kOverview, kMatch, kProjects, kStudio, kHistory, kSettings };
 
 // Holds a command on the engine thread until released, and releases it on the way
 // out whatever happens, so a failing test never leaves the engine waiting.
@@ -64,7 +62,6 @@ class GuiTest : public QObject {
 
 private Q_SLOTS:
     void grantedFoldersFillEveryPage();
-    void cleanPreviewFollowsTheThresholds();
     void matchSortsByValueAndFiltersByNameAndState();
     void statusLogNamesFilesAndKeepsTheLastMessages();
     void progressStripWaitsHalfASecondAndCanStop();
@@ -75,30 +72,20 @@ private Q_SLOTS:
     void refusedThresholdsAreShownVerbatimAndKeepTheOldSettings();
     void windowKeepsRunningWhileACommandIsPending();
     void failedStartupShowsTheReasonAndDisablesActions();
-    void secondInstanceIsRefusedByTheLock();
-    void onboardingStoresPresetAndCompletion();
-    void onboardingIsNotOfferedAgainAfterARestart();
+    void onboardingStoresThePresetAndIsNotOfferedAgain();
     void secondLaunchRaisesTheFirstWindow();
 };
 
 void GuiTest::grantedFoldersFillEveryPage() {
-    TempDir root;
-    writeFile(root / "Downloads/ACME-logo-final.psd", "psd");
-    writeFile(root / "Downloads/notes.txt", "text");
-    writeFile(root / "Projects/ACME/Working/old.psd", "psd");
-    std::filesystem::create_directories(root / "Projects/Bloom");
+    SampleWindow w;
+    writeFile(w.inbox / "ACME-logo-final.psd", "psd");
+    writeFile(w.inbox / "notes.txt", "text");
+    writeFile(w.home / "ACME/Working/old.psd", "psd");
+    std::filesystem::create_directories(w.home / "Bloom");
+    w.open();
+    QVERIFY(w.model.canOperate());
 
-    AppModel model;
-    MainWindow window(model);
-    model.start(root / "data");
-    QVERIFY(settle(model));
-    QVERIFY(model.canOperate());
-    model.addGrant(root / "Downloads", FolderGrant::Role::watch);
-    model.addGrant(root / "Projects", FolderGrant::Role::projectHome);
-    QVERIFY(settle(model));
-    QVERIFY2(model.refusal().isEmpty(), qPrintable(model.refusal()));
-
-    auto* files = window.page(kMatch)->findChild<QTableView*>("matchTable");
+    auto* files = w.files();
     QCOMPARE(files->model()->rowCount(), 2);
     QStringList names = column(files, 0);
     names.sort();
@@ -109,43 +96,36 @@ void GuiTest::grantedFoldersFillEveryPage() {
     QVERIFY(cell(files, logo, MatchModel::kScore).toInt() > 0);
     QVERIFY(cell(files, logo, MatchModel::kSignals).contains("ACME"));  // the signal that named the project
 
-    auto* projects = window.page(kProjects)->findChild<QTableWidget*>("projectsTable");
-    QStringList projectNames = column(projects, 0);
+    QStringList projectNames = column(w.projects(), 0);
     projectNames.sort();
     QCOMPARE(projectNames, QStringList({"ACME", "Bloom"}));
-    QCOMPARE(column(projects, 1), QStringList({"Đang làm", "Đang làm"}));
+    QCOMPARE(column(w.projects(), 1), QStringList({"Đang làm", "Đang làm"}));
 
-    auto* grants = window.page(kSettings)->findChild<QTableWidget*>("grantsTable");
+    auto* grants = w.find<QTableWidget>(kSettings, "grantsTable");
+    const QString inbox = QString::fromStdString(w.inbox.string());
     QCOMPARE(grants->rowCount(), 2);
-    QVERIFY(column(grants, 1).contains(QString::fromStdString((root / "Downloads").string())));
-
-    const int counted = window.findChild<QLabel*>("readyCount")->text().toInt() +
-                        window.findChild<QLabel*>("probablyCount")->text().toInt() +
-                        window.findChild<QLabel*>("noIdeaCount")->text().toInt();
+    QVERIFY(column(grants, 1).contains(inbox));
+    int counted = 0;
+    for (const char* count : {"readyCount", "probablyCount", "noIdeaCount"})
+        counted += w.window.findChild<QLabel*>(count)->text().toInt();
     QCOMPARE(counted, 2);
 
     // Removing the inbox empties the file list; the project home stays.
-    grants->selectRow(column(grants, 1).indexOf(QString::fromStdString((root / "Downloads").string())));
-    window.page(kSettings)->findChild<QPushButton*>("removeGrant")->click();
-    QVERIFY(settle(model));
+    grants->selectRow(column(grants, 1).indexOf(inbox));
+    w.press(kSettings, "removeGrant");
     QCOMPARE(files->model()->rowCount(), 0);
     QCOMPARE(grants->rowCount(), 1);
-    QVERIFY(window.findChild<QLabel*>("messageBar")->text().startsWith("Removed folder "));
+    QVERIFY(w.bar().startsWith("Removed folder "));
 }
 
 void GuiTest::matchSortsByValueAndFiltersByNameAndState() {
-    TempDir root;
-    writeFile(root / "Downloads/Trà Xanh nhãn.ai", std::string(1000, 'a'));
-    writeFile(root / "Downloads/tra sua.png", std::string(5, 'b'));
-    writeFile(root / "Downloads/ACME-logo-final.psd", std::string(200, 'c'));
-    std::filesystem::create_directories(root / "Projects/ACME");
-    AppModel model;
-    MainWindow window(model);
-    model.start(root / "data");
-    model.addGrant(root / "Downloads", FolderGrant::Role::watch);
-    model.addGrant(root / "Projects", FolderGrant::Role::projectHome);
-    QVERIFY(settle(model));
-    auto* files = window.page(kMatch)->findChild<QTableView*>("matchTable");
+    SampleWindow w;
+    writeFile(w.inbox / "Trà Xanh nhãn.ai", std::string(1000, 'a'));
+    writeFile(w.inbox / "tra sua.png", std::string(5, 'b'));
+    writeFile(w.inbox / "ACME-logo-final.psd", std::string(200, 'c'));
+    std::filesystem::create_directories(w.home / "ACME");
+    w.open();
+    auto* files = w.files();
     QCOMPARE(files->model()->rowCount(), 3);
 
     // Sizes sort by bytes, not by their text ("1000 B" would come before "5 B").
@@ -155,13 +135,13 @@ void GuiTest::matchSortsByValueAndFiltersByNameAndState() {
     QCOMPARE(cell(files, 0, MatchModel::kFile), QString("ACME-logo-final.psd"));
 
     // The name filter ignores accents and case; the state filter narrows further.
-    auto* name = window.page(kMatch)->findChild<QLineEdit*>("matchFilter");
-    auto* state = window.page(kMatch)->findChild<QComboBox*>("stateFilter");
+    auto* name = w.find<QLineEdit>(kMatch, "matchFilter");
+    auto* state = w.find<QComboBox>(kMatch, "stateFilter");
     name->setText("TRA XANH");
     QCOMPARE(column(files, MatchModel::kFile), QStringList({"Trà Xanh nhãn.ai"}));
     name->setText("tra");
     QCOMPARE(files->model()->rowCount(), 2);
-    QCOMPARE(window.page(kMatch)->findChild<QLabel*>("matchShown")->text(), QString("2 / 3 tệp"));
+    QCOMPARE(w.find<QLabel>(kMatch, "matchShown")->text(), QString("2 / 3 tệp"));
     name->clear();
     state->setCurrentIndex(state->findData("No Idea"));
     QCOMPARE(files->model()->rowCount(), 2);
@@ -170,8 +150,8 @@ void GuiTest::matchSortsByValueAndFiltersByNameAndState() {
     // A selection made through the filter survives the next snapshot.
     files->selectRow(0);
     const QString chosen = cell(files, 0, MatchModel::kFile);
-    model.scan();
-    QVERIFY(settle(model));
+    w.model.scan();
+    QVERIFY(settle(w.model));
     const auto rows = files->selectionModel()->selectedRows(MatchModel::kFile);
     QCOMPARE(rows.size(), 1);
     QCOMPARE(rows.front().data().toString(), chosen);
@@ -227,96 +207,59 @@ void GuiTest::progressStripWaitsHalfASecondAndCanStop() {
     QVERIFY(strip->isHidden());
 }
 
-void GuiTest::cleanPreviewFollowsTheThresholds() {
-    TempDir root;
-    writeFile(root / "Downloads/ACME-logo-final.psd", "psd");
-    writeFile(root / "Downloads/notes.txt", "text");
-    std::filesystem::create_directories(root / "Projects/ACME");
-
-    AppModel model;
-    MainWindow window(model);
-    model.start(root / "data");
-    model.addGrant(root / "Downloads", FolderGrant::Role::watch);
-    model.addGrant(root / "Projects", FolderGrant::Role::projectHome);
-    QVERIFY(settle(model));
-    auto* preview = window.findChild<QListWidget*>("cleanPreview");
-    auto* ready = window.findChild<QLabel*>("readyCount");
-    auto* files = window.page(kMatch)->findChild<QTableView*>("matchTable");
-    const int logo = column(files, 0).indexOf("ACME-logo-final.psd");
-    const int score = cell(files, logo, MatchModel::kScore).toInt();
-    QVERIFY(score > 2 && score < 90);  // a name match alone is not enough for the default "Ready"
-    QCOMPARE(ready->text(), QString("0"));
-    QCOMPARE(preview->count(), 1);
-    QCOMPARE(preview->item(0)->text(), QString(text::kCleanNothing));
-
-    // With "Ready" at the file's score, the clean would take it, and only it.
-    Settings settings = model.snapshot()->state->settings;
-    settings.thresholds = {score, 1};
-    model.updateSettings(settings);
-    QVERIFY(settle(model));
-    QCOMPARE(ready->text(), QString("1"));
-    QCOMPARE(cell(files, logo, MatchModel::kState), QString("Ready"));
-    QCOMPARE(preview->count(), 1);
-    QCOMPARE(preview->item(0)->text(), QString("ACME-logo-final.psd  →  ACME / Working"));
-}
-
 void GuiTest::answersArriveInTheOrderCommandsWereSent() {
-    TempDir root;
-    AppModel model;
-    model.start(root / "data");
-    QVERIFY(settle(model));
+    SampleWindow w;
+    w.start();
 
     QStringList events;
-    connect(&model, &AppModel::refused, [&](const QString& message) { events << "refused: " + message; });
-    connect(&model, &AppModel::snapshotChanged, [&] { events << "snapshot"; });
-    connect(&model, &AppModel::busyChanged, [&](bool busy) { events << (busy ? "busy" : "idle"); });
+    connect(&w.model, &AppModel::refused, [&](const QString& message) { events << "refused: " + message; });
+    connect(&w.model, &AppModel::snapshotChanged, [&] { events << "snapshot"; });
+    connect(&w.model, &AppModel::busyChanged, [&](bool busy) { events << (busy ? "busy" : "idle"); });
 
     Gate gate;  // holds the first command so all three are queued before any answer
-    model.submit("held", [waiter = gate.waiter()](Engine& engine) {
+    w.model.submit("held", [waiter = gate.waiter()](Engine& engine) {
         waiter.wait();
         return engine.snapshot();
     });
     Settings invalid;
     invalid.thresholds = {70, 70};
-    model.updateSettings(invalid);
+    w.model.updateSettings(invalid);
     Settings valid;
     valid.thresholds = {80, 60};
-    model.updateSettings(valid);
+    w.model.updateSettings(valid);
     gate.open();
-    QVERIFY(settle(model));
+    QVERIFY(settle(w.model));
 
     const QString refusal = QString::fromUtf8(kInvalidThresholdsMessage.data(), kInvalidThresholdsMessage.size());
     QCOMPARE(events, QStringList({"busy", "snapshot", "refused: " + refusal, "snapshot", "idle"}));
-    QCOMPARE(model.snapshot()->state->settings.thresholds, (Thresholds{80, 60}));
-    QVERIFY(model.refusal().isEmpty());
+    QCOMPARE(w.model.snapshot()->state->settings.thresholds, (Thresholds{80, 60}));
+    QVERIFY(w.model.refusal().isEmpty());
 }
 
 void GuiTest::closingHidesOrMinimisesAsChosen() {
-    AppModel model;
-    MainWindow window(model);
-    auto* option = window.page(kSettings)->findChild<QCheckBox*>("hideWhenClosed");
+    SampleWindow w;
+    auto* option = w.find<QCheckBox>(kSettings, "hideWhenClosed");
     QVERIFY(option->isChecked());  // hiding is the default
 
-    window.show();
-    QVERIFY(window.close());
-    QVERIFY(!window.isVisible());
+    w.window.show();
+    QVERIFY(w.window.close());
+    QVERIFY(!w.window.isVisible());
 
     option->setChecked(false);
     QCOMPARE(QSettings().value("kelo_hide_dock_when_closed").toBool(), false);
     QVERIFY(!BackgroundMode::hideWhenClosed());
-    window.show();
-    QVERIFY(!window.close());  // refused: the window stays, minimised
-    QVERIFY(window.isVisible());
-    QVERIFY(window.windowState() & Qt::WindowMinimized);
+    w.window.show();
+    QVERIFY(!w.window.close());  // refused: the w.window stays, minimised
+    QVERIFY(w.window.isVisible());
+    QVERIFY(w.window.windowState() & Qt::WindowMinimized);
 
     option->setChecked(true);
     QVERIFY(BackgroundMode::hideWhenClosed());
 }
 
 void GuiTest::launchAtLoginWritesAndRemovesTheAutostartEntry() {
-    AppModel model;
-    MainWindow window(model);
-    auto* option = window.page(kSettings)->findChild<QCheckBox*>("launchAtLogin");
+    SampleWindow w;
+    auto* option = w.find<QCheckBox>(kSettings, "launchAtLogin");
     const QString entry = qEnvironmentVariable("XDG_CONFIG_HOME") + "/autostart/kelo.desktop";
     QVERIFY(!option->isChecked());
 
@@ -392,22 +335,18 @@ void GuiTest::historyShowsFiftyBatchesAtATime() {
 }
 
 void GuiTest::refusedThresholdsAreShownVerbatimAndKeepTheOldSettings() {
-    TempDir root;
-    AppModel model;
-    MainWindow window(model);
-    model.start(root / "data");
-    QVERIFY(settle(model));
-
-    QWidget* settings = window.page(kSettings);
+    SampleWindow w;
+    w.start();
+    QWidget* settings = w.page(kSettings);
     settings->findChild<QSpinBox*>("readyThreshold")->setValue(70);
     settings->findChild<QSpinBox*>("probablyThreshold")->setValue(70);
     settings->findChild<QPushButton*>("saveSettings")->click();
-    QVERIFY(settle(model));
+    QVERIFY(settle(w.model));
 
-    auto* bar = window.findChild<QLabel*>("messageBar");
+    auto* bar = w.window.findChild<QLabel*>("messageBar");
     QCOMPARE(bar->text(), QString::fromUtf8(kInvalidThresholdsMessage.data(), kInvalidThresholdsMessage.size()));
     QVERIFY(!bar->isHidden());
-    QCOMPARE(model.snapshot()->state->settings.thresholds, Thresholds{});
+    QCOMPARE(w.model.snapshot()->state->settings.thresholds, Thresholds{});
     QCOMPARE(settings->findChild<QSpinBox*>("readyThreshold")->value(), 70);  // left for the user to correct
 
     // A valid change goes through and clears the refusal.
@@ -415,31 +354,28 @@ void GuiTest::refusedThresholdsAreShownVerbatimAndKeepTheOldSettings() {
     settings->findChild<QCheckBox*>("dryRun")->setChecked(false);
     settings->findChild<QLineEdit*>("displayName")->setText("  Lan   Anh ");
     settings->findChild<QPushButton*>("saveSettings")->click();
-    QVERIFY(settle(model));
-    const Settings& saved = model.snapshot()->state->settings;
+    QVERIFY(settle(w.model));
+    const Settings& saved = w.model.snapshot()->state->settings;
     QCOMPARE(saved.thresholds.ready, 85);
     QCOMPARE(saved.thresholds.probably, 70);
     QVERIFY(!saved.dryRun);
     QCOMPARE(saved.displayName, std::optional<std::string>("Lan Anh"));
-    QVERIFY(model.refusal().isEmpty());
+    QVERIFY(w.model.refusal().isEmpty());
     QVERIFY(bar->isHidden());
 }
 
 void GuiTest::windowKeepsRunningWhileACommandIsPending() {
-    TempDir root;
-    AppModel model;
-    MainWindow window(model);
-    model.start(root / "data");
-    QVERIFY(settle(model));
-    const SnapshotPtr before = model.snapshot();
+    SampleWindow w;
+    w.start();
+    const SnapshotPtr before = w.model.snapshot();
 
     Gate gate;
-    model.submit("slow", [waiter = gate.waiter()](Engine& engine) {
+    w.model.submit("slow", [waiter = gate.waiter()](Engine& engine) {
         waiter.wait();
         return engine.snapshot({"slow command finished"});
     });
-    auto* indicator = window.findChild<QProgressBar*>("busyIndicator");
-    QVERIFY(model.busy());
+    auto* indicator = w.window.findChild<QProgressBar*>("busyIndicator");
+    QVERIFY(w.model.busy());
     QVERIFY(indicator->isHidden());  // work that ends within half a second shows nothing
     QTRY_VERIFY(!indicator->isHidden());
 
@@ -449,110 +385,81 @@ void GuiTest::windowKeepsRunningWhileACommandIsPending() {
     connect(&timer, &QTimer::timeout, [&] { ++ticks; });
     timer.start(5);
     QVERIFY(QTest::qWaitFor([&] { return ticks >= 5; }, 5000));
-    QVERIFY(model.busy());
-    QCOMPARE(model.snapshot(), before);
+    QVERIFY(w.model.busy());
+    QCOMPARE(w.model.snapshot(), before);
 
     gate.open();
-    QVERIFY(settle(model));
+    QVERIFY(settle(w.model));
     QVERIFY(indicator->isHidden());
-    QCOMPARE(model.snapshot()->messages, std::vector<std::string>{"slow command finished"});
-    QCOMPARE(window.findChild<QLabel*>("messageBar")->text(), QString("slow command finished"));
+    QCOMPARE(w.model.snapshot()->messages, std::vector<std::string>{"slow command finished"});
+    QCOMPARE(w.window.findChild<QLabel*>("messageBar")->text(), QString("slow command finished"));
 }
 
 void GuiTest::failedStartupShowsTheReasonAndDisablesActions() {
-    TempDir root;
-    writeFile(root / "data/state.json", "{ not json");
-    AppModel model;
-    MainWindow window(model);
-    model.start(root / "data");
-    model.updateSettings(Settings{});  // sent while the engine is still starting
-    QVERIFY(settle(model));
+    SampleWindow w;
+    writeFile(w.root / "data/state.json", "{ not json");
+    w.model.start(w.root / "data");
+    w.model.updateSettings(Settings{});  // sent while the engine is still starting
+    QVERIFY(settle(w.model));
 
-    QVERIFY(!model.canOperate());
-    QVERIFY(model.startupFailure().startsWith(
+    QVERIFY(!w.model.canOperate());
+    QVERIFY(w.model.startupFailure().startsWith(
         QString::fromUtf8(kStartupFailurePrefix.data(), kStartupFailurePrefix.size())));
-    QVERIFY(model.startupFailure().size() > static_cast<qsizetype>(kStartupFailurePrefix.size()));
-    auto* banner = window.findChild<QLabel*>("startupBanner");
+    QVERIFY(w.model.startupFailure().size() > static_cast<qsizetype>(kStartupFailurePrefix.size()));
+    auto* banner = w.window.findChild<QLabel*>("startupBanner");
     QVERIFY(!banner->isHidden());
-    QCOMPARE(banner->text(), model.startupFailure());
-    QCOMPARE(model.refusal(), model.startupFailure());
-    QVERIFY(model.snapshot() == nullptr);
-    for (QPushButton* button : window.findChildren<QPushButton*>())
+    QCOMPARE(banner->text(), w.model.startupFailure());
+    QCOMPARE(w.model.refusal(), w.model.startupFailure());
+    QVERIFY(w.model.snapshot() == nullptr);
+    for (QPushButton* button : w.window.findChildren<QPushButton*>())
         if (button->objectName() != "moreHistory") QVERIFY2(!button->isEnabled(), qPrintable(button->text()));
 
     // A command sent anyway is refused with the same reason, not queued.
-    model.scan();
-    QVERIFY(!model.busy());
-    QCOMPARE(model.refusal(), model.startupFailure());
+    w.model.scan();
+    QVERIFY(!w.model.busy());
+    QCOMPARE(w.model.refusal(), w.model.startupFailure());
 }
 
-void GuiTest::secondInstanceIsRefusedByTheLock() {
-    TempDir root;
-    AppModel first;
-    first.start(root / "data");
-    QVERIFY(settle(first));
-    QVERIFY(first.canOperate());
-    AppModel second;
-    second.start(root / "data");
-    QVERIFY(settle(second));
-    QVERIFY(!second.canOperate());
-    QCOMPARE(second.startupFailure(),
-             QString("Another Kelo instance is running. File operations are disabled in this instance."));
-    QVERIFY(settle(first));
-}
-
-void GuiTest::onboardingStoresPresetAndCompletion() {
-    TempDir root;
-    AppModel model;
-    model.start(root / "data");
-    QVERIFY(settle(model));
-    QVERIFY(OnboardingDialog::needed(*model.snapshot()));
-
-    OnboardingDialog dialog(model);
-    dialog.findChild<QRadioButton*>("preset_study")->setChecked(true);
-    dialog.findChild<QPushButton*>("startButton")->click();
-    QVERIFY(settle(model));
-    const Settings& settings = model.snapshot()->state->settings;
-    QCOMPARE(settings.usagePreset, std::optional(UsagePreset::study));
-    QCOMPARE(settings.onboardingCompleted, std::optional(true));
-    QVERIFY(!OnboardingDialog::needed(*model.snapshot()));
-    QCOMPARE(dialog.result(), int(QDialog::Accepted));
-}
-
-void GuiTest::onboardingIsNotOfferedAgainAfterARestart() {
+// The preset chosen on the first run is kept, and the dialog is not offered again
+// once it was finished, even after a restart.
+void GuiTest::onboardingStoresThePresetAndIsNotOfferedAgain() {
     TempDir root;
     {
         AppModel model;
         model.start(root / "data");
         QVERIFY(settle(model));
+        QVERIFY(OnboardingDialog::needed(*model.snapshot()));
         OnboardingDialog dialog(model);
-        dialog.finish();
+        QVERIFY(dialog.findChild<QRadioButton*>("preset_design")->isChecked());  // the default
+        dialog.findChild<QRadioButton*>("preset_study")->setChecked(true);
+        dialog.findChild<QPushButton*>("startButton")->click();
         QVERIFY(settle(model));
+        QCOMPARE(dialog.result(), int(QDialog::Accepted));
+        QCOMPARE(model.snapshot()->state->settings.onboardingCompleted, std::optional(true));
+        QVERIFY(!OnboardingDialog::needed(*model.snapshot()));
     }
     AppModel restarted;
     restarted.start(root / "data");
     QVERIFY(settle(restarted));
     QVERIFY(!OnboardingDialog::needed(*restarted.snapshot()));
-    QCOMPARE(restarted.snapshot()->state->settings.usagePreset, std::optional(UsagePreset::design));
+    QCOMPARE(restarted.snapshot()->state->settings.usagePreset, std::optional(UsagePreset::study));
 }
 
 void GuiTest::secondLaunchRaisesTheFirstWindow() {
-    TempDir root;
-    AppModel model;
-    MainWindow window(model);
-    QVERIFY(!window.isVisible());
-    const QString name = SingleInstance::serverNameFor(root / "data");
+    SampleWindow w;
+    QVERIFY(!w.window.isVisible());
+    const QString name = SingleInstance::serverNameFor(w.root / "data");
     QVERIFY(!SingleInstance::askRunningToShow(name, 200));  // nobody listens yet
 
-    SingleInstance running(name, [&window] { window.showAndRaise(); });
+    SingleInstance running(name, [&w] { w.window.showAndRaise(); });
     QVERIFY(running.listening());
     // The second launch blocks on its socket, so it runs on its own thread.
     auto second = std::async(std::launch::async, [name] { return SingleInstance::askRunningToShow(name); });
     QVERIFY(
         QTest::qWaitFor([&] { return second.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }, 10000));
     QVERIFY(second.get());
-    QVERIFY(window.isVisible());
-    QVERIFY(!window.isMinimized());
+    QVERIFY(w.window.isVisible());
+    QVERIFY(!w.window.isMinimized());
 }
 
 int main(int argc, char** argv) {

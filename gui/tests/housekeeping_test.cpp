@@ -9,14 +9,12 @@
 #include "engine/duplicate_commands.h"
 #include "gui/duplicates_dialog.h"
 #include "gui/handoff_dialog.h"
-#include "gui/main_window.h"
 #include "gui/projects_page.h"
-#include "gui/tests/isolated_app.h"
+#include "gui/tests/sample_window.h"
 #include "gui/zip_cleanup_box.h"
 #include "support/engine_fixture.h"
 #include "support/temp_dir.h"
 
-using kelo::testing::TempDir;
 using kelo::testing::writeFile;
 using namespace kelo;
 using namespace kelo::gui;
@@ -24,38 +22,23 @@ namespace fs = std::filesystem;
 
 namespace {
 
-enum PageIndex { kOverview, kMatch, kProjects, kStudio, kHistory, kSettings };
-
-struct Window {
-    TempDir root;
-    fs::path inbox = root / "Downloads";
-    fs::path home = root / "Projects";
-    fs::path project = home / "Lotus Spa";
-    AppModel model;
-    MainWindow window{model};
-
-    Window() {
-        writeFile(project / "cover.png", std::string(300'000, 'c'));
-        writeFile(project / "Export/cover copy.png", std::string(300'000, 'c'));
-        writeFile(project / "Export/cover final.png", std::string(300'000, 'c'));
-        writeFile(inbox / "old.zip", "zip");
-        // A handoff refuses files written moments ago: they may still be being saved.
-        for (const char* name : {"cover.png", "Export/cover copy.png", "Export/cover final.png"})
-            kelo::testing::makeOlder(project / name, std::chrono::hours(2));
-        model.start(root / "data");
-        settle(model);
-        model.addGrant(inbox, FolderGrant::Role::watch);
-        model.addGrant(home, FolderGrant::Role::projectHome);
-        settle(model);
-        Settings settings = model.snapshot()->state->settings;
-        settings.dryRun = false;
-        model.updateSettings(settings);
-        settle(model);
-        auto* table = window.page(kProjects)->findChild<QTableWidget*>("projectsTable");
-        table->selectRow(0);
+// A project "Lotus Spa" holding three copies of one cover, old enough for a handoff
+// (it refuses files written moments ago), and an old ZIP in the inbox.
+fs::path openWithCopies(SampleWindow& w) {
+    const fs::path project = w.home / "Lotus Spa";
+    for (const char* name : {"cover.png", "Export/cover copy.png", "Export/cover final.png"}) {
+        writeFile(project / name, std::string(300'000, 'c'));
+        kelo::testing::makeOlder(project / name, std::chrono::hours(2));
     }
-    ProjectsPage* projects() const { return static_cast<ProjectsPage*>(window.page(kProjects)); }
-};
+    writeFile(w.inbox / "old.zip", "zip");
+    w.open();
+    w.projects()->selectRow(0);
+    return project;
+}
+
+ProjectsPage* projects(SampleWindow& w) {
+    return static_cast<ProjectsPage*>(w.page(kProjects));
+}
 
 }  // namespace
 
@@ -64,8 +47,9 @@ class HousekeepingDialogsTest : public QObject {
 
 private Q_SLOTS:
     void keepingOneCopyTrashesTheOthers() {
-        Window w;
-        DuplicatesDialog* dialog = w.projects()->openDuplicates();
+        SampleWindow w;
+        const fs::path project = openWithCopies(w);
+        DuplicatesDialog* dialog = projects(w)->openDuplicates();
         QVERIFY(dialog);
         QVERIFY(w.model.backgroundBusy());  // the mascot shows the search
         QVERIFY(QTest::qWaitFor([&] { return !dialog->searching(); }, 20000));
@@ -76,9 +60,9 @@ private Q_SLOTS:
         dialog->keep(0, 2);
         dialog->trashOthers(0);
         QVERIFY(settle(w.model));
-        QVERIFY(fs::exists(w.project / "cover.png"));
-        QVERIFY(!fs::exists(w.project / "Export/cover copy.png"));
-        QVERIFY(!fs::exists(w.project / "Export/cover final.png"));
+        QVERIFY(fs::exists(project / "cover.png"));
+        QVERIFY(!fs::exists(project / "Export/cover copy.png"));
+        QVERIFY(!fs::exists(project / "Export/cover final.png"));
         const auto labels = dialog->findChildren<QLabel*>();
         QCOMPARE(std::count_if(labels.begin(), labels.end(),
                                [](QLabel* label) { return label->text() == QString(text::kTrashedCopy); }),
@@ -87,8 +71,9 @@ private Q_SLOTS:
     }
 
     void stoppingASearchSaysSo() {
-        Window w;
-        DuplicatesDialog* dialog = w.projects()->openDuplicates();
+        SampleWindow w;
+        openWithCopies(w);
+        DuplicatesDialog* dialog = projects(w)->openDuplicates();
         dialog->stop();
         QVERIFY(QTest::qWaitFor([&] { return !dialog->searching(); }, 20000));
         // A search this small may end before it sees the stop; either way nothing partial shows.
@@ -98,8 +83,9 @@ private Q_SLOTS:
     }
 
     void handoffPacksIntoTheChosenFolder() {
-        Window w;
-        HandoffDialog* dialog = w.projects()->openHandoff();
+        SampleWindow w;
+        openWithCopies(w);
+        HandoffDialog* dialog = projects(w)->openHandoff();
         const fs::path exports = w.root / "Exports";
         fs::create_directories(exports);
         dialog->setExportFolder(QString::fromStdString(exports.string()));
@@ -117,15 +103,15 @@ private Q_SLOTS:
     }
 
     void zipCleanupSwitchesFromSettings() {
-        Window w;
-        auto* box = w.window.page(kSettings)->findChild<ZipCleanupBox*>("zipCleanup");
+        SampleWindow w;
+        openWithCopies(w);
+        auto* box = w.page(kSettings)->findChild<ZipCleanupBox*>("zipCleanup");
         QVERIFY(box);
         box->switchOn();
         QVERIFY(settle(w.model));
         QVERIFY(w.model.snapshot()->state->settings.zipCleanupRule.has_value());
         QVERIFY(box->findChild<QCheckBox*>("zipCleanupEnabled")->isChecked());
-        QCOMPARE(w.window.findChild<QLabel*>("messageBar")->text(),
-                 QString::fromUtf8("Đã bật. Bỏ qua 1 ZIP có sẵn; chỉ ghi nhận ZIP mới từ bây giờ."));
+        QCOMPARE(w.bar(), QString::fromUtf8("Đã bật. Bỏ qua 1 ZIP có sẵn; chỉ ghi nhận ZIP mới từ bây giờ."));
         box->switchOff();
         QVERIFY(settle(w.model));
         QVERIFY(!w.model.snapshot()->state->settings.zipCleanupRule.has_value());

@@ -2,15 +2,15 @@
 // dropped into an inbox reaches the snapshot with no rescan asked for, a burst of
 // files costs one scan, and a file still growing or still named as a partial
 // download holds the scan back until it settles.
+#include "gui/live_inbox.h"
+
 #include <QFile>
 #include <QTimer>
 #include <QtTest>
 
-#include "gui/live_inbox.h"
-#include "gui/tests/isolated_app.h"
+#include "gui/tests/sample_window.h"
 #include "support/temp_dir.h"
 
-using kelo::testing::TempDir;
 using kelo::testing::writeFile;
 using namespace kelo;
 using namespace kelo::gui;
@@ -20,24 +20,11 @@ namespace {
 
 constexpr LiveInbox::Timing kFast{std::chrono::milliseconds(60), std::chrono::milliseconds(80), 1000};
 
-struct Inbox {
-    TempDir root;
-    fs::path inbox = root / "Downloads";
-    AppModel model;
-
-    Inbox() {
-        fs::create_directories(inbox);
-        model.start(root / "data");
-        settle(model);
-        model.addGrant(inbox, FolderGrant::Role::watch);
-        settle(model);
-    }
-    bool offered(const std::string& name) const {
-        for (const auto& file : *model.snapshot()->files)
-            if (file.filename() == name) return true;
-        return false;
-    }
-};
+bool offered(const SampleWindow& w, const std::string& name) {
+    for (const auto& file : *w.model.snapshot()->files)
+        if (file.filename() == name) return true;
+    return false;
+}
 
 }  // namespace
 
@@ -46,16 +33,18 @@ class LiveInboxTest : public QObject {
 
 private Q_SLOTS:
     void aDroppedFileAppearsWithoutARescan() {
-        Inbox box;
+        SampleWindow box;
+        box.open();
         LiveInbox live(box.model, kFast);
         QCOMPARE(live.watchedFolders(), QStringList{QString::fromStdString(box.inbox.string())});
         for (int i = 0; i < 5; ++i) writeFile(box.inbox / ("brief " + std::to_string(i) + ".pdf"), "pdf");
-        QTRY_VERIFY_WITH_TIMEOUT(box.offered("brief 4.pdf"), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(offered(box, "brief 4.pdf"), 5000);
         QCOMPARE(live.scansRequested(), 1);
     }
 
     void aGrowingFileOrAPartialDownloadWaits() {
-        Inbox box;
+        SampleWindow box;
+        box.open();
         LiveInbox live(box.model, kFast);
         const fs::path partial = box.inbox / "poster.psd.crdownload";
         writeFile(partial, "part");
@@ -76,8 +65,8 @@ private Q_SLOTS:
         QTest::qWait(400);
         QCOMPARE(live.scansRequested(), 0);  // the partial download is still there
         fs::rename(partial, box.inbox / "poster.psd");  // the browser finishes it
-        QTRY_VERIFY_WITH_TIMEOUT(box.offered("poster.psd"), 5000);
-        QVERIFY(box.offered("export.mov"));
+        QTRY_VERIFY_WITH_TIMEOUT(offered(box, "poster.psd"), 5000);
+        QVERIFY(offered(box, "export.mov"));
         QCOMPARE(live.scansRequested(), 1);
     }
 

@@ -11,10 +11,9 @@
 #include <QtTest>
 #include <cstdlib>
 
-#include "gui/projects_page.h"
 #include "gui/sticker_canvas.h"
 #include "gui/sticker_studio_dialog.h"
-#include "gui/tests/isolated_app.h"
+#include "gui/tests/sample_window.h"
 
 using namespace kelo;
 using namespace kelo::gui;
@@ -23,9 +22,9 @@ namespace fs = std::filesystem;
 class StickerStudioTest : public QObject {
     Q_OBJECT
 
-    testing::TempDir root;
-    AppModel model;
-    fs::path home = root / "Projects";
+    SampleWindow w;
+    AppModel& model = w.model;
+    const fs::path& home = w.home;
 
     const Project& lotus() { return model.snapshot()->state->projects.front(); }
 
@@ -39,10 +38,7 @@ class StickerStudioTest : public QObject {
 private Q_SLOTS:
     void initTestCase() {
         fs::create_directories(home / "Lotus");
-        model.start(root / "data");
-        QVERIFY(settle(model));
-        model.addGrant(home, FolderGrant::Role::projectHome);
-        QVERIFY(settle(model));
+        w.open();
         QCOMPARE(model.snapshot()->state->projects.size(), std::size_t{1});
     }
 
@@ -104,11 +100,9 @@ private Q_SLOTS:
         QVERIFY(fs::exists(home / "Lotus" / ".directory"));
 
         // The Projects page shows the project's icon and opens the studio from its row.
-        ProjectsPage page(model);
-        page.render(model.snapshot().get(), true);
-        auto* table = page.findChild<QTableWidget*>("projectsTable");
+        auto* table = w.projects();
         QVERIFY(!table->item(0, 0)->icon().isNull());
-        auto* studio = page.findChild<QPushButton*>("stickerStudio");
+        auto* studio = w.find(kProjects, "stickerStudio");
         QVERIFY(!studio->isEnabled());
         table->selectRow(0);
         QVERIFY(studio->isEnabled());

@@ -10,14 +10,11 @@
 #include <QPushButton>
 #include <QtTest>
 
-#include "gui/main_window.h"
 #include "gui/size_chart.h"
-#include "gui/tests/isolated_app.h"
+#include "gui/tests/sample_window.h"
 #include "studio/studio_board.h"
 #include "support/engine_fixture.h"
-#include "support/temp_dir.h"
 
-using kelo::testing::TempDir;
 using kelo::testing::writeFile;
 using namespace kelo;
 using namespace kelo::gui;
@@ -25,36 +22,23 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int kStudio = 3;
-
 QStringList texts(const QListWidget* list) {
     QStringList out;
     for (int i = 0; i < list->count(); ++i) out << list->item(i)->text();
     return out;
 }
 
-struct Window {
-    TempDir root;
-    fs::path home = root / "Projects";
+// A project "Tra Xanh" of three files, on show in the Studio page.
+struct StudioWindow : SampleWindow {
     fs::path project = home / "Tra Xanh";
-    AppModel model;
-    MainWindow window{model};
 
-    Window() {
+    StudioWindow() {
         writeFile(project / "Working/Trà Xanh logo.ai", "ai");
         writeFile(project / "Export/IMG_2.png", std::string(2000, 'p'));
         writeFile(project / "brief.pdf", "pdf");
         for (const char* name : {"Working/Trà Xanh logo.ai", "Export/IMG_2.png", "brief.pdf"})
             kelo::testing::makeOlder(project / name, std::chrono::hours(2));
-        model.start(root / "data");
-        settle(model);
-        fs::create_directories(root / "Downloads");
-        model.addGrant(root / "Downloads", FolderGrant::Role::watch);
-        model.addGrant(home, FolderGrant::Role::projectHome);
-        Settings settings = model.snapshot() ? model.snapshot()->state->settings : Settings{};
-        settings.dryRun = false;
-        model.updateSettings(settings);
-        settle(model);
+        open();
         window.show();
         window.showPage(kStudio);
         settle(model);
@@ -73,7 +57,7 @@ class StudioPageTest : public QObject {
 
 private Q_SLOTS:
     void showingThePageOpensTheProjectAndTheGridFollowsTheFilter() {
-        Window w;
+        StudioWindow w;
         QVERIFY(w.model.snapshot()->inventory);
         auto* grid = w.child<QListWidget>("studioFiles");
         QCOMPARE(texts(grid), (QStringList{"IMG_2.png", "Trà Xanh logo.ai", "brief.pdf"}));
@@ -92,7 +76,7 @@ private Q_SLOTS:
     }
 
     void pinningRenamingAndSavingAFilterGoThroughTheEngine() {
-        Window w;
+        StudioWindow w;
         auto* grid = w.child<QListWidget>("studioFiles");
         grid->item(0)->setSelected(true);  // IMG_2.png
         w.child<QPushButton>("studioPin")->click();

@@ -60,14 +60,6 @@ std::vector<Signal> signals(std::initializer_list<std::pair<std::string, int>> l
     return out;
 }
 
-TEST(ClassificationEngineTest, NoProjectsGivesNoCandidates) {
-    Scene setup;
-    const auto result = setup.classify(file("hydro menu.psd"));
-    EXPECT_TRUE(result.candidates.empty());
-    EXPECT_EQ(result.state, ConfidenceState::noIdea);
-    EXPECT_EQ(result.category, Category::working);
-}
-
 TEST(ClassificationEngineTest, NameAndAliasSignals) {
     struct Case {
         std::string projectName;
@@ -310,6 +302,10 @@ TEST(ClassificationEngineTest, StateRules) {
         setup.thresholds = c.thresholds;
         EXPECT_EQ(setup.classify(subject).state, c.expected);
     }
+    const auto none = Scene{}.classify(file("hydro menu.psd"));  // no projects at all
+    EXPECT_TRUE(none.candidates.empty());
+    EXPECT_EQ(none.state, ConfidenceState::noIdea);
+    EXPECT_EQ(none.category, Category::working);
     Scene archived;
     archived.projects = {project(1, "Hydro", {}, ProjectStatus::archived)};
     EXPECT_EQ(archived.classify(file("hydro.png")).state, ConfidenceState::probably);  // 72 + 4

@@ -23,14 +23,8 @@ std::vector<std::string> names(const std::vector<const PreparedFile*>& files) {
     return out;
 }
 
-TEST(NeighborIndexTest, KeyAndBucket) {
-    EXPECT_EQ(NeighborIndex::bucket(Date::fromUnix(1'700'000'399)), 2'833'333);
-    EXPECT_EQ(NeighborIndex::bucket(Date::fromUnix(1'700'000'400)), 2'833'334);
-    EXPECT_EQ(NeighborIndex::key("/home/u/Downloads", "menu", 2'833'333), "/home/u/Downloads|menu|2833333");
-}
-
 TEST(NeighborIndexTest, OffersFilesSharingFolderTokenAndNearbyBucket) {
-    const double edge = 1'700'000'400;  // a bucket boundary
+    const double edge = 1'700'000'400;  // a bucket boundary: 600 s buckets
     const std::vector<PreparedFile> files = {
         prepared("hydro menu.png", edge - 5),          // 0: the subject
         prepared("hydro poster.png", edge + 5),        // across the edge: offered

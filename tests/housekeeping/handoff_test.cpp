@@ -5,13 +5,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <map>
 
 #include "engine/handoff_commands.h"
 #include "model/kelo_error.h"
 #include "support/child_process.h"
 #include "support/engine_fixture.h"
+#include "support/shell.h"
 
 namespace kelo {
 namespace {
@@ -29,8 +29,9 @@ std::map<std::string, std::string> tree(const fs::path& root) {
     return out;
 }
 
-int run(const std::string& command) {
-    return std::system((command + " >/dev/null 2>&1").c_str());
+// Whether `unzip` with these arguments succeeds.
+bool unzip(const std::string& arguments) {
+    return testing::runShell("unzip " + arguments + " >/dev/null 2>&1").ok();
 }
 
 class HandoffTest : public testing::EngineFixture {
@@ -71,9 +72,9 @@ TEST_F(HandoffTest, ArchiveUnpacksToTheProjectByteForByteAndLeavesNothingStaged)
               "Clean Undo.");
     EXPECT_EQ(lastDone, total);
     EXPECT_EQ(total, 300'000u + 10);
-    ASSERT_EQ(run("unzip -tqq '" + zip.native() + "'"), 0);
+    ASSERT_TRUE(unzip("-tqq '" + zip.native() + "'"));
     const fs::path unpacked = dir / "unpacked";
-    ASSERT_EQ(run("unzip -qq '" + zip.native() + "' -d '" + unpacked.native() + "'"), 0);
+    ASSERT_TRUE(unzip("-qq '" + zip.native() + "' -d '" + unpacked.native() + "'"));
     EXPECT_EQ(tree(unpacked / "Lotus Spa"), before);
     EXPECT_EQ(tree(unpacked).size(), before.size() + 1);  // the project folder is the only top entry
     EXPECT_EQ(tree(project), before);
@@ -194,7 +195,7 @@ TEST_F(HandoffTest, KillDuringPublicationIsSettledAtTheNextScan) {
         const bool published = fs::exists(zip);
         EXPECT_EQ(published, killAt >= 3) << "kill point " << killAt;
         EXPECT_EQ(usage.stages.size(), published ? 0u : 1u) << "kill point " << killAt;
-        EXPECT_EQ(run("unzip -tqq '" + (published ? zip : usage.stages[0].archive()).native() + "'"), 0);
+        EXPECT_TRUE(unzip("-tqq '" + (published ? zip : usage.stages[0].archive()).native() + "'"));
         if (killAt == 3) {
             EXPECT_TRUE(std::any_of(snapshot->messages.begin(), snapshot->messages.end(),
                                     [](const std::string& m) { return m.starts_with("Recovered completed move: "); }));

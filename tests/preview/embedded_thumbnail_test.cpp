@@ -94,7 +94,7 @@ TEST(PhotoshopPreviewTest, FoundAfterOtherResourcesWithOddNamesAndLengths) {
     EXPECT_EQ(preview->jpeg, jpeg);
 }
 
-TEST(PhotoshopPreviewTest, UsedWhenBigEnoughAndPassedOverWhenNot) {
+TEST(PhotoshopPreviewTest, UsedWhenBigEnoughAndReadablePassedOverWhenNot) {
     TempDir dir;
     writeFile(dir / "poster.psd", photoshop(300, 200, previewResource(160, 107, greenJpeg(160, 107))));
 
@@ -110,10 +110,8 @@ TEST(PhotoshopPreviewTest, UsedWhenBigEnoughAndPassedOverWhenNot) {
     EXPECT_EQ(large->width, 240);
     EXPECT_GT(centre(*large, 20)[0], 200);
     EXPECT_GT(centre(*large, 220)[2], 200);
-}
 
-TEST(PhotoshopPreviewTest, DamagedPreviewFallsBackToTheDocument) {
-    TempDir dir;
+    // A damaged preview: the document itself is read instead.
     writeFile(dir / "odd.psd", photoshop(300, 200, previewResource(160, 107, "not a jpeg at all")));
     const auto thumbnail = makeThumbnail(dir / "odd.psd", 60);
     ASSERT_TRUE(thumbnail);

@@ -125,39 +125,33 @@ INSTANTIATE_TEST_SUITE_P(
         return name.substr(name.find('.') + 1);
     });
 
-TEST(ThumbnailerTest, OrientationTagTurnsTheImageUpright) {
+// An orientation tag, a picture smaller than asked for, and grey with alpha all
+// come back upright, unscaled and as RGBA.
+TEST(ThumbnailerTest, OrientationSmallSizesAndGreyAlphaComeBackRight) {
     TempDir dir;
     // Orientation 6: the stored picture must turn a quarter clockwise to be upright,
     // so its red left half ends up on top.
     VImage rotated = sample().copy();
     rotated.set("orientation", 6);
     rotated.write_to_file((dir / "rotated.jpg").c_str());
+    const auto upright = makeThumbnail(dir / "rotated.jpg", 60);
+    ASSERT_TRUE(upright);
+    ASSERT_EQ(upright->width, 40);
+    ASSERT_EQ(upright->height, 60);
+    expectColour(*upright, 20, 5, {255, 0, 0});
+    expectColour(*upright, 20, 54, {0, 0, 255});
 
-    const auto thumbnail = makeThumbnail(dir / "rotated.jpg", 60);
-    ASSERT_TRUE(thumbnail);
-    ASSERT_EQ(thumbnail->width, 40);
-    ASSERT_EQ(thumbnail->height, 60);
-    expectColour(*thumbnail, 20, 5, {255, 0, 0});
-    expectColour(*thumbnail, 20, 54, {0, 0, 255});
-}
-
-TEST(ThumbnailerTest, SmallImagesAreNotEnlarged) {
-    TempDir dir;
     sample(20, 10).write_to_file((dir / "icon.png").c_str());
-    const auto thumbnail = makeThumbnail(dir / "icon.png", 64);
-    ASSERT_TRUE(thumbnail);
-    expectSample(*thumbnail, 20, 10);
-}
+    const auto small = makeThumbnail(dir / "icon.png", 64);
+    ASSERT_TRUE(small);
+    expectSample(*small, 20, 10);
 
-TEST(ThumbnailerTest, GreyWithAlphaBecomesRgbaKeepingTheAlpha) {
-    TempDir dir;
     VImage grey = VImage::black(8, 8).new_from_image(std::vector<double>{100, 50}).cast(VIPS_FORMAT_UCHAR);
-    grey = grey.copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_B_W));
-    grey.write_to_file((dir / "grey.png").c_str());
-
-    const auto thumbnail = makeThumbnail(dir / "grey.png", 64);
-    ASSERT_TRUE(thumbnail);
-    const auto p = pixel(*thumbnail, 4, 4);
+    grey.copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_B_W))
+        .write_to_file((dir / "grey.png").c_str());
+    const auto greyAlpha = makeThumbnail(dir / "grey.png", 64);
+    ASSERT_TRUE(greyAlpha);
+    const auto p = pixel(*greyAlpha, 4, 4);
     EXPECT_EQ(p[0], p[1]);
     EXPECT_EQ(p[1], p[2]);
     EXPECT_NEAR(p[0], 100, 2);
@@ -242,7 +236,7 @@ RasterImage raster(const VImage& rgb) {
     return out;
 }
 
-TEST(JpegEncodingTest, RoundTripsThroughTheThumbnailer) {
+TEST(JpegEncodingTest, RoundTripsThroughTheThumbnailerAndLowerQualityIsSmaller) {
     TempDir dir;
     const auto thumbnail = makeThumbnail((writeFile(dir / "a.svg", kSampleSvg), dir / "a.svg"), 90);
     ASSERT_TRUE(thumbnail);
@@ -254,9 +248,7 @@ TEST(JpegEncodingTest, RoundTripsThroughTheThumbnailer) {
     const auto back = makeThumbnail(dir / "back.jpg", 90);
     ASSERT_TRUE(back);
     expectSample(*back, 90, 60);
-}
 
-TEST(JpegEncodingTest, LowerQualityIsSmaller) {
     const RasterImage noise = raster(
         VImage::bandjoin({VImage::gaussnoise(128, 128), VImage::gaussnoise(128, 128), VImage::gaussnoise(128, 128)})
             .cast(VIPS_FORMAT_UCHAR));
@@ -266,7 +258,7 @@ TEST(JpegEncodingTest, LowerQualityIsSmaller) {
     EXPECT_LT(rough->size() * 2, fine->size());
 }
 
-TEST(JpegEncodingTest, TransparencyBecomesWhiteAndPaddedRowsAreRead) {
+TEST(JpegEncodingTest, TransparencyBecomesWhitePaddedRowsAreReadAndShortBuffersRefused) {
     RasterImage image{2, 2, 12, std::vector<std::uint8_t>(24, 0)};  // 4 bytes of padding per row
     for (int y = 0; y < 2; ++y) {
         std::uint8_t* row = image.pixels.data() + y * image.stride;
@@ -286,9 +278,8 @@ TEST(JpegEncodingTest, TransparencyBecomesWhiteAndPaddedRowsAreRead) {
     EXPECT_GT(back(1, 0)[1], 150);
     EXPECT_GT(back(1, 1)[2], 150);
     EXPECT_GT(back(0, 0)[0], 150);
-}
 
-TEST(JpegEncodingTest, RefusesABufferTooSmallForItsSize) {
+    // A buffer too small for the size it claims is refused, not read past.
     EXPECT_FALSE(encodeJpeg(RasterImage{10, 10, 40, std::vector<std::uint8_t>(100)}, 80));
     EXPECT_FALSE(encodeJpeg(RasterImage{10, 10, 20, std::vector<std::uint8_t>(400)}, 80));
     EXPECT_FALSE(encodeJpeg(RasterImage{}, 80));

@@ -88,12 +88,7 @@ TEST_F(StudioViewTest, InsightsCountFoldersKindsAgesAndNaming) {
 
 StudioFilter filter(std::optional<FileKind> kind, std::optional<std::string> folder, std::optional<int> days,
                     std::string text = "") {
-    StudioFilter out;
-    out.kind = kind;
-    out.folder = std::move(folder);
-    out.days = days;
-    out.text = std::move(text);
-    return out;
+    return {"", kind, std::move(folder), days, std::move(text)};
 }
 
 TEST_F(StudioViewTest, FiltersByKindFolderAgeAndFoldedText) {
