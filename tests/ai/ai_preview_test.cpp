@@ -84,8 +84,7 @@ TEST(AIPreviewTest, JpegKeepsItsLimitsAndFlattensTransparency) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         std::string jpeg;
-        EXPECT_EQ(refusalOf([&] { jpeg = AIPreview::jpeg(pixels(c.image)); }),
-                  c.refusal);
+        EXPECT_EQ(refusalOf([&] { jpeg = AIPreview::jpeg(pixels(c.image)); }), c.refusal);
         if (!c.refusal.empty()) continue;
         EXPECT_LE(jpeg.size(), AIPreview::kJpegLimit);
         const VImage back = decoded(jpeg);
@@ -153,8 +152,7 @@ TEST(AIPreviewTest, RefusesWhatItCannotPreview) {
         {"damaged png", recordOf(dir / "cut.png"), AIPreview::kNoImagePreviewText},
         {"damaged psd", recordOf(dir / "cut.psd"), AIPreview::kNoDesignPreviewText},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(refusalOf([&] { AIPreview::make(c.file); }), c.refusal) << c.what;
+    for (const auto& c : cases) EXPECT_EQ(refusalOf([&] { AIPreview::make(c.file); }), c.refusal) << c.what;
 }
 
 TEST(AIPreviewTest, DesignThumbnailThatNeverArrivesTimesOut) {
