@@ -8,6 +8,7 @@
 #include <string>
 
 #include "ai/day_calendar.h"
+#include "ai/gemini_client.h"
 
 namespace kelo {
 
@@ -15,6 +16,9 @@ struct AIRuntime {
     DayCalendar calendar;                   // the system's time zone unless a test sets one
     std::optional<std::string> sessionKey;  // forgotten when the engine stops
     bool keyStored = false;                 // as the keyring last answered
+    // Where requests go; unset means GeminiTransport::fromEnvironment(). Tests
+    // point it at a loopback server.
+    std::optional<GeminiTransport> transport;
 };
 
 }  // namespace kelo

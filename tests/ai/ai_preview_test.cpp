@@ -10,11 +10,13 @@
 
 #include "model/kelo_error.h"
 #include "scan/metadata.h"
+#include "support/refusal.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
 namespace {
 
+using testing::refusalOf;
 using testing::TempDir;
 using vips::VImage;
 
@@ -54,15 +56,6 @@ VImage decoded(const std::string& jpeg) {
     return VImage::new_from_buffer(jpeg.data(), jpeg.size(), "").copy_memory();
 }
 
-std::string refusal(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const KeloError& e) {
-        return e.message();
-    }
-    return "(accepted)";
-}
-
 // A one-page PDF of `width` by `height` points, which is what an .ai file is to libvips.
 std::string pdfPage(int width, int height) {
     const std::string content = "0 0 1 rg 0 0 " + std::to_string(width) + " " + std::to_string(height) + " re f";
@@ -91,8 +84,7 @@ TEST(AIPreviewTest, JpegKeepsItsLimitsAndFlattensTransparency) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         std::string jpeg;
-        EXPECT_EQ(refusal([&] { jpeg = AIPreview::jpeg(pixels(c.image)); }),
-                  c.refusal.empty() ? "(accepted)" : c.refusal);
+        EXPECT_EQ(refusalOf([&] { jpeg = AIPreview::jpeg(pixels(c.image)); }), c.refusal);
         if (!c.refusal.empty()) continue;
         EXPECT_LE(jpeg.size(), AIPreview::kJpegLimit);
         const VImage back = decoded(jpeg);
@@ -102,7 +94,7 @@ TEST(AIPreviewTest, JpegKeepsItsLimitsAndFlattensTransparency) {
     }
     const VImage white = decoded(AIPreview::jpeg(pixels(clear)));
     EXPECT_GE(white.min(), 250.0);
-    EXPECT_EQ(refusal([] { AIPreview::jpeg(RasterImage{}); }), AIPreview::kTooLargeText);
+    EXPECT_EQ(refusalOf([] { AIPreview::jpeg(RasterImage{}); }), AIPreview::kTooLargeText);
 }
 
 FileRecord recordOf(const std::filesystem::path& file) {
@@ -160,8 +152,7 @@ TEST(AIPreviewTest, RefusesWhatItCannotPreview) {
         {"damaged png", recordOf(dir / "cut.png"), AIPreview::kNoImagePreviewText},
         {"damaged psd", recordOf(dir / "cut.psd"), AIPreview::kNoDesignPreviewText},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(refusal([&] { AIPreview::make(c.file); }), c.refusal.empty() ? "(accepted)" : c.refusal) << c.what;
+    for (const auto& c : cases) EXPECT_EQ(refusalOf([&] { AIPreview::make(c.file); }), c.refusal) << c.what;
 }
 
 TEST(AIPreviewTest, DesignThumbnailThatNeverArrivesTimesOut) {
@@ -175,7 +166,7 @@ TEST(AIPreviewTest, DesignThumbnailThatNeverArrivesTimesOut) {
         released.wait();
         return pixels(flat(8, 8));
     };
-    EXPECT_EQ(refusal([&] { AIPreview::make(recordOf(dir / "slow.psd"), stuck); }), AIPreview::kTimedOutText);
+    EXPECT_EQ(refusalOf([&] { AIPreview::make(recordOf(dir / "slow.psd"), stuck); }), AIPreview::kTimedOutText);
     release.set_value();  // the late thumbnail is dropped by the job
 
     AIPreview::DesignThumbnails quick;
@@ -204,10 +195,10 @@ TEST(AIPreviewTest, AttachmentsMustBeSmallUnlinkedPngOrJpeg) {
     const VImage preview = decoded(AIPreview::fromAttachment(AIPreview::readAttachment(dir / "under.jpg")));
     EXPECT_EQ(preview.width(), 1024);
     EXPECT_EQ(preview.height(), 512);
-    EXPECT_EQ(refusal([&] { AIPreview::readAttachment(dir / "limit.JPG"); }), AIPreview::kAttachmentText);
-    EXPECT_EQ(refusal([&] { AIPreview::readAttachment(dir / "export.gif"); }), AIPreview::kAttachmentText);
-    EXPECT_EQ(refusal([&] { AIPreview::readAttachment(dir / "link/export.png"); }).rfind("Symbolic links", 0), 0u);
-    EXPECT_EQ(refusal([] { AIPreview::fromAttachment("not an image"); }), AIPreview::kNoImagePreviewText);
+    EXPECT_EQ(refusalOf([&] { AIPreview::readAttachment(dir / "limit.JPG"); }), AIPreview::kAttachmentText);
+    EXPECT_EQ(refusalOf([&] { AIPreview::readAttachment(dir / "export.gif"); }), AIPreview::kAttachmentText);
+    EXPECT_EQ(refusalOf([&] { AIPreview::readAttachment(dir / "link/export.png"); }).rfind("Symbolic links", 0), 0u);
+    EXPECT_EQ(refusalOf([] { AIPreview::fromAttachment("not an image"); }), AIPreview::kNoImagePreviewText);
 }
 
 }  // namespace

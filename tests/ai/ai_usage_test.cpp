@@ -56,7 +56,7 @@ TEST(AIUsageTest, DayKeysAreUnpaddedLocalDays) {
     EXPECT_EQ(state.used(kNoon, DayCalendar("UTC")), 3);
 }
 
-TEST(AIUsageTest, DailyLimitHoldsUntilLocalMidnight) {
+TEST(AIUsageTest, DailyLimitHoldsUntilLocalMidnightAndAVersionIsSentOnce) {
     const DayCalendar utc("UTC");
     AIState state = readyState(3);
     for (int i = 1; i <= 3; ++i) {
@@ -74,19 +74,11 @@ TEST(AIUsageTest, DailyLimitHoldsUntilLocalMidnight) {
     EXPECT_EQ(state.usageDay, "2026-3-8");
     EXPECT_EQ(state.requestsToday, 1);
     EXPECT_EQ(state.lastRequestAt, tomorrow);
-}
 
-TEST(AIUsageTest, ASavedVersionIsSentAtMostOnceWhateverItsOutcome) {
-    const DayCalendar utc("UTC");
-    AIState state = readyState(50);
-    const FileRecord record = file("/inbox/a.png");
-    state.reserve(kNoon, utc, record);
+    // One saved version is sent once, whatever became of it; an edited one is new.
     state.records.back().status = AIRecordStatus::failed;
-    EXPECT_EQ(refusal(state, kNoon, utc, record), kAIAlreadyProcessedMessage);
-    EXPECT_EQ(state.requestsToday, 1);
-    FileRecord edited = record;
-    edited.identity.modified = edited.identity.modified.adding(5);
-    EXPECT_EQ(refusal(state, kNoon, utc, edited), "");
+    EXPECT_EQ(refusal(state, tomorrow, utc, file("/inbox/4.png", 10, 4)), kAIAlreadyProcessedMessage);
+    EXPECT_EQ(refusal(state, tomorrow, utc, file("/inbox/4.png", 11, 4)), "");
 }
 
 TEST(AIUsageTest, NotReadyOrPausedRefusesAndThePauseEndsAtLocalMidnight) {
@@ -132,16 +124,16 @@ TEST(AIUsageTest, RecordsFollowCompletedMovesAndRenames) {
     for (const auto& record : {moved, renamed, untouched}) state.reserve(kNoon, utc, record);
     state.records[0].status = AIRecordStatus::suggested;
 
-    PlannedOperation move{Uuid::random(), Uuid::random(), moved.url, "/work/P/Logo/a.png", moved.identity,
-                          OperationType::move, std::nullopt};
-    PlannedOperation rename{Uuid::random(), Uuid::random(), renamed.url, "/inbox/b2.png", renamed.identity,
-                            OperationType::rename, std::nullopt};
+    PlannedOperation move{Uuid::random(), Uuid::random(),      moved.url,   "/work/P/Logo/a.png",
+                          moved.identity, OperationType::move, std::nullopt};
+    PlannedOperation rename{Uuid::random(),   Uuid::random(),        renamed.url, "/inbox/b2.png",
+                            renamed.identity, OperationType::rename, std::nullopt};
     FileIdentity otherIdentity = untouched.identity;
     otherIdentity.size += 1;
-    PlannedOperation stale{Uuid::random(), Uuid::random(), untouched.url, "/x/c.png", otherIdentity,
-                           OperationType::move, std::nullopt};
-    PlannedOperation notDone{Uuid::random(), Uuid::random(), untouched.url, "/y/c.png", untouched.identity,
-                             OperationType::move, std::nullopt};
+    PlannedOperation stale{Uuid::random(), Uuid::random(),      untouched.url, "/x/c.png",
+                           otherIdentity,  OperationType::move, std::nullopt};
+    PlannedOperation notDone{Uuid::random(),     Uuid::random(),      untouched.url, "/y/c.png",
+                             untouched.identity, OperationType::move, std::nullopt};
 
     EXPECT_TRUE(state.follow({move, rename, stale, notDone}, {move.id, rename.id, stale.id}));
     EXPECT_EQ(state.records[0].file.url, "/work/P/Logo/a.png");

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <thread>
 
 #include "ai/gemini_payload.h"
 #include "model/json_codec.h"
@@ -151,48 +150,22 @@ TEST(GeminiClientTest, EveryKindOfAnswerEndsOnceWithItsTextAndEffect) {
     }
 }
 
-// The limits here are short but leave the TLS handshake time on a busy machine;
-// whether a timed-out request got as far as the server depends on that, so only
-// "at most once" is asserted for it.
-TEST(GeminiClientTest, ServerThatNeverAnswersTimesOutOrIsCancelled) {
+// A server that never answers, once the connection is made: the whole exchange's
+// limit ends it (the idle limit and cancellation are exercised end to end by the
+// engine's request tests). Whether the request got as far as the server depends on
+// the TLS handshake's time on a busy machine, so only "at most once" is asserted.
+TEST(GeminiClientTest, ServerThatNeverAnswersTimesOut) {
     TlsTestServer server;
     CannedResponse silent;
     silent.hang = true;
-    for (const char* name : {"/timeout", "/idle", "/cancel"}) server.respond(name + kEndpoint, silent);
-    const auto expectFailure = [](const GeminiClient::Result& result, GeminiFailureKind kind, std::string_view text,
-                                  AIFailureEffect effect) {
-        ASSERT_TRUE(std::holds_alternative<GeminiFailure>(result));
-        EXPECT_EQ(std::get<GeminiFailure>(result).kind, kind);
-        EXPECT_EQ(userText(std::get<GeminiFailure>(result)), text);
-        EXPECT_EQ(effectOf(std::get<GeminiFailure>(result)), effect);
-    };
-
+    server.respond("/timeout" + kEndpoint, silent);
     GeminiTransport quick = trusting(server, "/timeout");
     quick.resourceTimeout = std::chrono::seconds(1);
-    expectFailure(GeminiClient::send("{}", kKey, quick), GeminiFailureKind::network, kRequestFailedText,
-                  AIFailureEffect::pauseFiveMinutes);
+    const auto result = GeminiClient::send("{}", kKey, quick);
+    ASSERT_TRUE(std::holds_alternative<GeminiFailure>(result));
+    EXPECT_EQ(std::get<GeminiFailure>(result).kind, GeminiFailureKind::network);
+    EXPECT_EQ(effectOf(std::get<GeminiFailure>(result)), AIFailureEffect::pauseFiveMinutes);
     EXPECT_LE(server.requestsFor("/timeout" + kEndpoint), 1u);
-
-    // Once the request is out, nothing moving for the idle time ends it, long
-    // before the whole exchange's limit.
-    GeminiTransport stalled = trusting(server, "/idle");
-    stalled.idleTimeout = std::chrono::seconds(2);
-    const auto idle = GeminiClient::send("{}", kKey, stalled);
-    expectFailure(idle, GeminiFailureKind::network, kRequestFailedText, AIFailureEffect::pauseFiveMinutes);
-    EXPECT_EQ(std::get<GeminiFailure>(idle).detail, "no data moved within the idle timeout");
-    EXPECT_TRUE(server.waitForRequests(1, std::chrono::seconds(20), "/idle" + kEndpoint));
-
-    std::stop_source stop;
-    GeminiClient::Result cancelled;
-    std::thread sender(
-        [&] { cancelled = GeminiClient::send("{}", kKey, trusting(server, "/cancel"), stop.get_token()); });
-    const bool arrived = server.waitForRequests(1, std::chrono::seconds(20), "/cancel" + kEndpoint);
-    stop.request_stop();
-    sender.join();
-    EXPECT_TRUE(arrived);
-    expectFailure(cancelled, GeminiFailureKind::cancelled, kRequestCancelledText, AIFailureEffect::none);
-    EXPECT_EQ(server.requestsFor("/cancel" + kEndpoint), 1u);
-    EXPECT_EQ(server.requestsFor("/idle" + kEndpoint), 1u);
 }
 
 TEST(GeminiClientTest, SendsOnlyOverVerifiedHttps) {

@@ -8,11 +8,13 @@
 #include "model/encoding.h"
 #include "model/json_codec.h"
 #include "model/kelo_error.h"
+#include "support/refusal.h"
 
 namespace kelo {
 namespace {
 
 namespace GP = GeminiPayload;
+using testing::refusalOf;
 
 FileRecord fileNamed(const std::string& name) {
     FileRecord file;
@@ -25,15 +27,6 @@ std::vector<AIProjectContext> someProjects(std::size_t count) {
     std::vector<AIProjectContext> projects;
     for (std::size_t i = 0; i < count; ++i) projects.push_back({Uuid::random(), "Project " + std::to_string(i)});
     return projects;
-}
-
-std::string refusal(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const KeloError& e) {
-        return e.message();
-    }
-    return "(accepted)";
 }
 
 TEST(GeminiPayloadTest, ContextAndBodyCarryWhatIsSentAndTheAnswerSchema) {
@@ -93,7 +86,7 @@ TEST(GeminiPayloadTest, LimitsHoldAtTheirEdges) {
         {"24,000-byte context", [] { GP::body("j", std::string(24'000, 'c'), {}); }, {}},
         {"24,001-byte context", [] { GP::body("j", std::string(24'001, 'c'), {}); }, GP::kPayloadTooLarge},
     };
-    for (const auto& c : cases) EXPECT_EQ(refusal(c.call), c.refusal.empty() ? "(accepted)" : c.refusal) << c.what;
+    for (const auto& c : cases) EXPECT_EQ(refusalOf(c.call), c.refusal) << c.what;
 }
 
 // A generateContent answer whose one candidate holds `text`.
@@ -180,7 +173,7 @@ TEST(GeminiPayloadTest, AdviceRefusesEveryKindOfBadAnswer) {
          GP::kInvalidStemOrReason},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(refusal([&] { GP::advice(c.response, fileNamed("a.png"), projects, c.known); }), c.text) << c.what;
+        EXPECT_EQ(refusalOf([&] { GP::advice(c.response, fileNamed("a.png"), projects, c.known); }), c.text) << c.what;
 
     // At the limits: 160 bytes of stem (Vietnamese letters count by byte) and 500
     // characters of reason are fine.
@@ -188,7 +181,7 @@ TEST(GeminiPayloadTest, AdviceRefusesEveryKindOfBadAnswer) {
                                fileNamed("a.png"), projects, std::nullopt));
     EXPECT_NO_THROW(GP::advice(envelope(output(listed, "Bìa-Đẹp", "ổn")), fileNamed("a.png"), projects, std::nullopt));
     // A stem that fits its own limit but not with the extension.
-    EXPECT_EQ(refusal([&] {
+    EXPECT_EQ(refusalOf([&] {
                   GP::advice(envelope(output(listed, std::string(160, 'a'))), fileNamed("a." + std::string(100, 'e')),
                              projects, std::nullopt);
               }),
