@@ -4,7 +4,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
-#include <QStackedWidget>
+#include <QStyle>
 #include <QVBoxLayout>
 
 #include "ai/ai_preview.h"
@@ -85,7 +85,6 @@ AIAskDialog::AIAskDialog(AppModel& model, std::filesystem::path file, QWidget* p
     : QDialog(parent), model_(model), file_(std::move(file)) {
     setObjectName(QStringLiteral("aiAskDialog"));
     setWindowTitle(utf8(text::kAskAITitle).arg(qs(file_.filename().string())));
-    setMinimumWidth(760);
     auto* layout = new QVBoxLayout(this);
     layout->setSpacing(Style::kGrid * 2);
     layout->setContentsMargins(Style::kGrid * 3, Style::kGrid * 3, Style::kGrid * 3, Style::kGrid * 2);
@@ -98,18 +97,19 @@ AIAskDialog::AIAskDialog(AppModel& model, std::filesystem::path file, QWidget* p
     title->setTextInteractionFlags(Qt::TextSelectableByMouse);
     layout->addWidget(title);
 
-    pages_ = new QStackedWidget(this);
-    layout->addWidget(pages_, 1);
-    buildMessagePage();
-    buildReviewPage();
-    buildAdvicePage();
+    // The pages are shown one at a time; a hidden page takes no room, so a refusal
+    // is a small window and what would be sent a large one.
+    for (QWidget* page : {buildMessagePage(), buildReviewPage(), buildAdvicePage()}) {
+        pages_.push_back(page);
+        layout->addWidget(page, 1);
+    }
 
     auto* bottom = new QHBoxLayout;
     progress_ = new ProgressStrip(this);
     bottom->addWidget(progress_);
     bottom->addStretch();
-    auto* close = new QPushButton(utf8(text::kClose), this);
-    close->setObjectName(QStringLiteral("aiAskClose"));
+    auto* close = button(text::kClose, "aiAskClose", this);
+    close->setAutoDefault(false);
     bottom->addWidget(close);
     layout->addLayout(bottom);
     connect(close, &QPushButton::clicked, this, &QDialog::reject);
@@ -137,15 +137,20 @@ QString AIAskDialog::message() const {
 
 void AIAskDialog::setStage(Stage stage) {
     stage_ = stage;
+    int shown = 0;
     switch (stage) {
         case Stage::preparing:
         case Stage::refused:
         case Stage::failed:
-        case Stage::done: pages_->setCurrentIndex(0); break;
+        case Stage::done: shown = 0; break;
         case Stage::review:
-        case Stage::sending: pages_->setCurrentIndex(1); break;
-        case Stage::advice: pages_->setCurrentIndex(2); break;
+        case Stage::sending: shown = 1; break;
+        case Stage::advice: shown = 2; break;
     }
+    for (std::size_t i = 0; i < pages_.size(); ++i) pages_[i]->setVisible(static_cast<int>(i) == shown);
+    message_->setProperty("failed", stage == Stage::failed);
+    message_->style()->unpolish(message_);
+    message_->style()->polish(message_);
     const bool ready = model_.canOperate();
     openSettings_->setVisible(stage == Stage::refused && settingsCanHelp(message_->text()));
     attach_->setVisible(stage == Stage::refused && attachmentCanHelp(message_->text()));
@@ -155,7 +160,12 @@ void AIAskDialog::setStage(Stage stage) {
     for (QPushButton* b : {accept_, rename_, dismiss_}) b->setEnabled(ready && stage == Stage::advice && !acting_);
     if (stage == Stage::advice && record_ && record_->advice)
         accept_->setEnabled(accept_->isEnabled() && record_->advice->projectID.has_value());
-    if (stage == Stage::review) send_->setFocus();
+    send_->setDefault(stage == Stage::review);
+    accept_->setDefault(stage == Stage::advice && accept_->isEnabled());
+    openSettings_->setDefault(openSettings_->isVisibleTo(this));
+    attach_->setDefault(attach_->isVisibleTo(this));
+    retry_->setDefault(stage == Stage::failed);
+    adjustSize();
 }
 
 // The gate runs on the engine first, so a refusal comes before any preview is made.

@@ -20,6 +20,7 @@
 #include <memory>
 #include <optional>
 #include <stop_token>
+#include <vector>
 
 #include "ai/ai_draft.h"
 #include "engine/ai_request_commands.h"
@@ -30,7 +31,6 @@ class QLabel;
 class QLineEdit;
 class QPlainTextEdit;
 class QPushButton;
-class QStackedWidget;
 
 namespace kelo::gui {
 
@@ -63,9 +63,10 @@ protected:
     void reject() override;
 
 private:
-    void buildMessagePage();
-    void buildReviewPage();
-    void buildAdvicePage();
+    static QPushButton* button(const char* label, const char* name, QWidget* parent);
+    QWidget* buildMessagePage();
+    QWidget* buildReviewPage();
+    QWidget* buildAdvicePage();
 
     void prepare(std::optional<std::filesystem::path> attachment);
     void poll();
@@ -84,7 +85,7 @@ private:
     AppModel& model_;
     std::filesystem::path file_;
     Stage stage_ = Stage::preparing;
-    QStackedWidget* pages_;
+    std::vector<QWidget*> pages_;  // message, review, advice
     ProgressStrip* progress_;
     QTimer poll_;
 

@@ -1,6 +1,7 @@
 // The pages of AIAskDialog: what would be sent, the advice, and the one sentence of
 // a refusal or failure, laid out on the style's grid with palette colours only.
 #include <QFontDatabase>
+#include <QFontMetrics>
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -9,7 +10,6 @@
 #include <QLocale>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QStackedWidget>
 #include <QVBoxLayout>
 
 #include "ai/day_calendar.h"
@@ -24,7 +24,7 @@ namespace kelo::gui {
 
 namespace {
 
-constexpr int kImageEdge = 320;  // the preview is shown within this square
+constexpr int kImageEdge = 300;  // the preview is shown within this square
 
 QString utf8(const char* text) {
     return QString::fromUtf8(text);
@@ -50,21 +50,31 @@ QColor confidenceColor(AIConfidence confidence) {
     return {};
 }
 
-QPushButton* button(const char* label, const char* name, QWidget* parent) {
+}  // namespace
+
+// Wide enough for its label in the bold weight the style gives the default button,
+// which any button becomes while it has the focus.
+QPushButton* AIAskDialog::button(const char* label, const char* name, QWidget* parent) {
     auto* b = new QPushButton(utf8(label), parent);
     b->setObjectName(QString::fromUtf8(name));
+    QFont bold = b->font();
+    bold.setWeight(QFont::DemiBold);
+    b->setMinimumWidth(QFontMetrics(bold).horizontalAdvance(b->text()) + 5 * Style::kGrid);
     return b;
 }
 
-}  // namespace
-
-void AIAskDialog::buildMessagePage() {
-    auto* page = new QWidget(pages_);
+QWidget* AIAskDialog::buildMessagePage() {
+    auto* page = new QWidget(this);
     auto* layout = new QVBoxLayout(page);
     layout->setContentsMargins(0, 0, 0, 0);
     message_ = new QLabel(page);
     message_->setObjectName(QStringLiteral("aiAskMessage"));
     message_->setWordWrap(true);
+    message_->setMinimumWidth(460);
+    // A failure is framed in the colour the main window gives a refusal.
+    message_->setStyleSheet(QStringLiteral(
+        "QLabel { background: palette(alternate-base); border: 1px solid palette(mid); border-radius: 8px;"
+        " padding: 8px 12px; } QLabel[failed=\"true\"] { border-color: #d93f35; }"));
     message_->setTextInteractionFlags(Qt::TextSelectableByMouse);
     layout->addWidget(message_);
     auto* row = new QHBoxLayout;
@@ -78,11 +88,11 @@ void AIAskDialog::buildMessagePage() {
     connect(openSettings_, &QPushButton::clicked, this, [this] { openSettings(); });
     connect(attach_, &QPushButton::clicked, this, [this] { chooseAttachment(); });
     connect(retry_, &QPushButton::clicked, this, [this] { retry(); });
-    pages_->addWidget(page);
+    return page;
 }
 
-void AIAskDialog::buildReviewPage() {
-    auto* page = new QWidget(pages_);
+QWidget* AIAskDialog::buildReviewPage() {
+    auto* page = new QWidget(this);
     auto* layout = new QVBoxLayout(page);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(Style::kGrid * 2);
@@ -94,6 +104,7 @@ void AIAskDialog::buildReviewPage() {
     row->setSpacing(Style::kGrid * 2);
     auto* imageBox = new QGroupBox(utf8(text::kAskAIImage), page);
     auto* imageLayout = new QVBoxLayout(imageBox);
+    imageLayout->setSpacing(Style::kGrid);
     image_ = new QLabel(imageBox);
     image_->setObjectName(QStringLiteral("aiAskImage"));
     image_->setFixedSize(kImageEdge, kImageEdge);
@@ -113,7 +124,7 @@ void AIAskDialog::buildReviewPage() {
     context_->setReadOnly(true);
     context_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     context_->setLineWrapMode(QPlainTextEdit::NoWrap);
-    context_->setMinimumWidth(340);
+    context_->setMinimumWidth(440);
     contextLayout->addWidget(context_);
     row->addWidget(contextBox, 1);
     layout->addLayout(row, 1);
@@ -128,11 +139,11 @@ void AIAskDialog::buildReviewPage() {
     sendRow->addWidget(send_);
     layout->addLayout(sendRow);
     connect(send_, &QPushButton::clicked, this, [this] { send(); });
-    pages_->addWidget(page);
+    return page;
 }
 
-void AIAskDialog::buildAdvicePage() {
-    auto* page = new QGroupBox(utf8(text::kAdviceTitle), pages_);
+QWidget* AIAskDialog::buildAdvicePage() {
+    auto* page = new QGroupBox(utf8(text::kAdviceTitle), this);
     page->setObjectName(QStringLiteral("aiAdvice"));
     auto* layout = new QVBoxLayout(page);
     layout->setSpacing(Style::kGrid * 2);
@@ -172,7 +183,7 @@ void AIAskDialog::buildAdvicePage() {
     connect(dismiss_, &QPushButton::clicked, this, [this] { dismiss(); });
     connect(filename_, &QLineEdit::textChanged, this,
             [this](const QString& name) { rename_->setEnabled(!name.trimmed().isEmpty()); });
-    pages_->addWidget(page);
+    return page;
 }
 
 void AIAskDialog::showReview(AIDraft draft) {
