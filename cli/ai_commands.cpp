@@ -153,6 +153,8 @@ void addAICommands(CLI::App& app, Commands& commands) {
 
     auto* records = ai->add_subcommand("records", "The online AI requests, oldest first");
     commands.push_back({records, nullptr, printRecords});
+
+    addAIRequestCommands(*ai, commands);
 }
 
 }  // namespace kelo::cli

@@ -51,6 +51,7 @@ void addHandoffCommands(CLI::App& app, Commands& commands);   // handoff_command
 void addArtworkCommands(CLI::App& app, Commands& commands);   // artwork_commands.cpp: artwork, artwork reset
 void addAICommands(CLI::App& app, Commands& commands);        // ai_commands.cpp: ai
 void addAiPreviewCommand(CLI::App& app, Commands& commands);  // ai_preview_command.cpp: ai preview
+void addAIRequestCommands(CLI::App& ai, Commands& commands);   // ai_request_commands.cpp: ai ask, retry, accept...
 void addStudioCommands(CLI::App& app, Commands& commands);    // studio_commands.cpp: studio, studio pin, unpin
 
 }  // namespace kelo::cli

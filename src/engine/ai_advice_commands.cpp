@@ -12,7 +12,9 @@ namespace kelo::AICommands {
 
 namespace {
 
-[[noreturn]] void refuse(std::string_view text) { throw KeloError::unsafe(std::string(text)); }
+[[noreturn]] void refuse(std::string_view text) {
+    throw KeloError::unsafe(std::string(text));
+}
 
 const AIRecord& recordWithId(const Engine& engine, const Uuid& id) {
     for (const auto& record : engine.ai().records)

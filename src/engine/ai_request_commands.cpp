@@ -17,7 +17,9 @@ namespace kelo::AICommands {
 
 namespace {
 
-[[noreturn]] void refuse(std::string_view text) { throw KeloError::unsafe(std::string(text)); }
+[[noreturn]] void refuse(std::string_view text) {
+    throw KeloError::unsafe(std::string(text));
+}
 
 // Open projects the model may choose from: the file's classification candidates
 // with evidence first (best first), then the others in their stored order. The
@@ -75,11 +77,10 @@ bool retryable(const AIState& state, const Uuid& id) {
 // The retry goes through reserve like any request (cap, pause, day roll-over, the
 // 500-record limit); the failed record stands aside only while reserve checks that
 // this saved version was never sent, then returns to its place.
-Uuid reserveRetry(AIState& state, Date now, const DayCalendar& calendar, const Uuid& failedId,
-                  const FileRecord& file) {
+Uuid reserveRetry(AIState& state, Date now, const DayCalendar& calendar, const Uuid& failedId, const FileRecord& file) {
     if (!retryable(state, failedId)) refuse(kAIRetryRefused);
-    const auto it = std::find_if(state.records.begin(), state.records.end(),
-                                 [&](const auto& r) { return r.id == failedId; });
+    const auto it =
+        std::find_if(state.records.begin(), state.records.end(), [&](const auto& r) { return r.id == failedId; });
     const auto position = it - state.records.begin();
     const AIRecord failed = *it;
     if (failed.file.fingerprint() != file.fingerprint()) refuse(kAIRetryRefused);
@@ -185,7 +186,8 @@ ReservedAIRequest reserveAI(Engine& engine, const AIDraft& draft) {
     auto key = currentAIKey(engine);
     if (!key) refuse(kAINoKey);
     request.key = std::move(*key);
-    request.transport = engine.aiRuntime().transport ? *engine.aiRuntime().transport : GeminiTransport::fromEnvironment();
+    request.transport =
+        engine.aiRuntime().transport ? *engine.aiRuntime().transport : GeminiTransport::fromEnvironment();
     request.body = GeminiPayload::body(draft.jpeg, draft.context, draft.projects);
     request.draft = draft;
 

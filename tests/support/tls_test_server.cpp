@@ -208,6 +208,11 @@ void TlsTestServer::serve() {
     }
 }
 
+void TlsTestServer::onRequest(std::function<void(const ReceivedRequest&)> check) {
+    std::lock_guard lock(mutex_);
+    onRequest_ = std::move(check);
+}
+
 void TlsTestServer::handle(int connection) {
     // A client that connects and goes quiet must not hold the server forever.
     timeval limit{10, 0};
@@ -217,6 +222,12 @@ void TlsTestServer::handle(int connection) {
     if (SSL_accept(ssl.get()) != 1) return;
     ReceivedRequest request;
     if (!readRequest(ssl.get(), request)) return;
+    std::function<void(const ReceivedRequest&)> check;
+    {
+        std::lock_guard lock(mutex_);
+        check = onRequest_;
+    }
+    if (check) check(request);
     CannedResponse response;
     response.status = 404;
     {

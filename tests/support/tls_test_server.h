@@ -12,6 +12,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -50,6 +51,9 @@ public:
 
     // The answer to every request whose target is `target`; others get a 404.
     void respond(const std::string& target, CannedResponse response);
+    // Called on the server's thread with each request as it arrives, before it is
+    // recorded or answered: what the test checks there happened before any answer.
+    void onRequest(std::function<void(const ReceivedRequest&)> check);
 
     std::string baseUrl() const { return "https://127.0.0.1:" + std::to_string(port_); }
     int port() const { return port_; }
@@ -78,6 +82,7 @@ private:
     mutable std::condition_variable arrived_;
     std::map<std::string, CannedResponse> responses_;
     std::vector<ReceivedRequest> requests_;
+    std::function<void(const ReceivedRequest&)> onRequest_;
     std::thread thread_;
 };
 
