@@ -344,7 +344,7 @@ void AIAskDialog::openSettings() {
     if (window)
         for (int index = 0;; ++index) {
             Page* page = nullptr;
-            try {
+            try {  // past the last page, page() throws
                 page = window->page(index);
             } catch (const std::out_of_range&) {
                 break;

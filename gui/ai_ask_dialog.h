@@ -8,8 +8,8 @@
 //
 // Main thread only; the preview and the request run on other threads and are
 // polled, so the window never waits. `model` must outlive the dialog. Closed while
-// work is under way, the dialog stops what can be stopped and lets the work end
-// before it goes away.
+// work is under way, the dialog stops what can be stopped and deletes itself once
+// the work ended: make it with new and let it go.
 #pragma once
 
 #include <QDialog>
