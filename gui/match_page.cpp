@@ -11,6 +11,7 @@
 #include <QPainter>
 #include <QStyle>
 #include <QLineEdit>
+#include <QMenu>
 #include <QListWidget>
 #include <QTableView>
 #include <QScrollBar>
@@ -24,6 +25,8 @@
 #include "classify/classification_engine.h"
 #include "engine/learning_commands.h"
 #include "access/path_safety.h"
+#include "gui/ai_ask_dialog.h"
+#include "gui/ai_ask_texts.h"
 #include "gui/match_model.h"
 #include "gui/presentation.h"
 #include "gui/project_drop_list.h"
@@ -193,6 +196,9 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
     group_->setObjectName(QStringLiteral("groupButton"));
     trash_->setObjectName(QStringLiteral("trashButton"));
     for (QPushButton* button : {confirm_, reject_, leaveAlone_, rename_, group_, trash_}) actions->addWidget(button);
+    askAI_ = new QPushButton(QString::fromUtf8(text::kAskAI), this);
+    askAI_->setObjectName(QStringLiteral("askAIButton"));
+    actions->addWidget(askAI_);
     actions->addStretch();
     layout->addLayout(actions);
 
@@ -220,7 +226,8 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
     const std::pair<QPushButton*, QKeySequence> keys[] = {
         {sort_, QKeySequence(Qt::CTRL | Qt::Key_Return)}, {confirm_, QKeySequence(Qt::CTRL | Qt::Key_Y)},
         {reject_, QKeySequence(Qt::CTRL | Qt::Key_N)},    {rename_, QKeySequence(Qt::Key_F2)},
-        {trash_, QKeySequence(Qt::Key_Delete)}};
+        {trash_, QKeySequence(Qt::Key_Delete)},
+        {askAI_, QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A)}};
     for (const auto& [button, key] : keys) {
         auto* shortcut = new QShortcut(key, this, nullptr, nullptr, Qt::WidgetWithChildrenShortcut);
         connect(shortcut, &QShortcut::activated, button, [button] {
@@ -242,6 +249,15 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
             [this] { onSelection([](const Selected& s) { return EngineActions::trash(s.file); }); });
     connect(rename_, &QPushButton::clicked, this, [this] { askRename(); });
     connect(group_, &QPushButton::clicked, this, [this] { askGroup(); });
+    connect(askAI_, &QPushButton::clicked, this, [this] { askAI(); });
+    // The row's menu offers the actions that act on one file.
+    table_->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(table_, &QTableView::customContextMenuRequested, this, [this](const QPoint& at) {
+        QMenu menu(this);
+        for (QPushButton* button : {askAI_, rename_, trash_})
+            menu.addAction(button->text(), button, &QPushButton::click)->setEnabled(button->isEnabled());
+        menu.exec(table_->viewport()->mapToGlobal(at));
+    });
     connect(clusters_, &QListWidget::itemSelectionChanged, this, [this] { updateButtons(); });
     connect(ignoreCluster_, &QPushButton::clicked, this, [this] {
         if (const QListWidgetItem* item = clusters_->currentItem(); item && item->isSelected())
@@ -397,6 +413,7 @@ void MatchPage::updateButtons() {
     enable(reject_, canOperate_, suggested);
     enable(leaveAlone_, canOperate_, any);
     enable(rename_, canOperate_, one);
+    enable(askAI_, canOperate_, one);
     enable(group_, canOperate_, any);
     enable(trash_, canOperate_, any);
     const QListWidgetItem* cluster = clusters_->currentItem();
@@ -497,6 +514,15 @@ void MatchPage::offerTextReading(RenameDialog& dialog, const std::filesystem::pa
 void MatchPage::renameSelected(const NameParts& parts) {
     const auto selected = selection();
     if (selected.size() == 1) model_.submit(text::kCommandFile, EngineActions::rename(selected.front().file, parts));
+}
+
+AIAskDialog* MatchPage::askAI() {
+    const auto selected = selection();
+    if (selected.size() != 1 || !canOperate_) return nullptr;
+    auto* dialog = new AIAskDialog(model_, selected.front().file, this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->open();
+    return dialog;
 }
 
 void MatchPage::askGroup() {

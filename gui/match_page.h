@@ -25,6 +25,7 @@ class QTableView;
 
 namespace kelo::gui {
 
+class AIAskDialog;
 class MatchFilter;
 class MatchModel;
 class ProjectDropList;
@@ -45,6 +46,8 @@ public:
     void sortInto(const QString& projectId);
     // Selects the rows of these files (absolute paths); returns how many were found.
     int selectFiles(const QStringList& paths);
+    // "Ask AI" for the one selected file: opens its dialog (null without one file).
+    AIAskDialog* askAI();
 
 private:
     struct Selected {
@@ -103,6 +106,7 @@ private:
     QPushButton* group_;
     QPushButton* trash_;
     QPushButton* keepBoth_;
+    QPushButton* askAI_;
     QListWidget* clusters_;
     QFutureWatcher<std::vector<Cluster>> clusterSearch_;
     std::shared_ptr<const std::vector<FileRecord>> clusterFiles_;  // what the clusters shown were found in

@@ -1,14 +1,21 @@
 // kelo-gui-screenshots DIR: fills a window from sample folders in a temporary
 // directory (a real engine, two real sorts so History has batches) and saves a PNG
-// of every page, the first-run and rename dialogs and a failed start-up into DIR. Run it on the
+// of every page, the first-run and rename dialogs, "ask AI" (against a loopback stand-in
+// for Gemini) and a failed start-up into DIR. Run it on the
 // offscreen platform; it never touches the user's own folders or settings.
 #include <QApplication>
 #include <QBuffer>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QPainter>
 #include <QTableWidget>
 #include <cstdio>
 
+#include "access/path_safety.h"
+#include "ai/gemini_payload.h"
+#include "engine/ai_commands.h"
+#include "engine/ai_key_commands.h"
+#include "gui/ai_ask_dialog.h"
 #include "gui/app_model.h"
 #include "gui/companion/companion.h"
 #include "gui/duplicates_dialog.h"
@@ -22,7 +29,9 @@
 #include "gui/rename_dialog.h"
 #include "gui/style.h"
 #include "gui/thumbnail_cache.h"
+#include "model/json_codec.h"
 #include "support/temp_dir.h"
+#include "support/tls_test_server.h"
 
 using namespace kelo;
 using namespace kelo::gui;
@@ -132,6 +141,56 @@ void settleThumbnails(QWidget& window) {
     for (auto* cache : window.findChildren<ThumbnailCache*>())
         while (cache->inFlight() > 0) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
     QCoreApplication::processEvents();
+}
+
+// Waits (at most half a minute) until the dialog reaches `stage`.
+bool reach(AIAskDialog& dialog, AIAskDialog::Stage stage) {
+    QElapsedTimer waited;
+    waited.start();
+    while (dialog.stage() != stage && waited.elapsed() < 30000)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    QCoreApplication::processEvents();
+    if (dialog.stage() != stage) std::fprintf(stderr, "ask AI stopped at: %s\n", qPrintable(dialog.message()));
+    return dialog.stage() == stage;
+}
+
+// "Ask AI" for `file`: before sending, and with the advice when `send`; `suffix` names
+// the scheme.
+void saveAskAI(AppModel& model, const std::filesystem::path& file, bool send, const QDir& out, const QString& suffix) {
+    AIAskDialog dialog(model, file);
+    dialog.show();
+    if (!reach(dialog, AIAskDialog::Stage::review)) return;
+    save(dialog, out, "ai-ask" + suffix);
+    if (!send) return;
+    dialog.send();
+    if (reach(dialog, AIAskDialog::Stage::advice)) save(dialog, out, "ai-advice" + suffix);
+}
+
+// Online AI on for the inbox, a session key, and a loopback server answering as
+// Gemini would: the project ACME, a tidy name and a reason in Vietnamese.
+void setUpAskAI(AppModel& model, const std::filesystem::path& inbox, kelo::testing::TlsTestServer& server) {
+    qputenv("KELO_GEMINI_ENDPOINT", QByteArray::fromStdString(server.baseUrl()));
+    qputenv("KELO_GEMINI_CA_FILE", QByteArray::fromStdString(server.certificateFile().string()));
+    AIConfiguration c = model.snapshot()->ai->configuration;
+    c.enabled = c.freeTierConfirmed = c.dataUseAcknowledged = true;
+    c.allowedFolders = {PathSafety::key(inbox)};
+    model.submit("ai", [c](Engine& engine) { return AICommands::configureAI(engine, c); });
+    model.submit(
+        "key", [](Engine& engine) { return AICommands::useSessionAIKey(engine, "AIzaScreenshotKey_0123456789-abc"); });
+    settle(model);
+    std::string acme;
+    for (const Project& project : model.snapshot()->state->projects)
+        if (project.name == "ACME") acme = project.id.text();
+    const std::string output = Json{
+        {"project_id", acme},
+        {"category", "Export"},
+        {"stem", "ACME-Social-Post1"},
+        {"reason", "Tên tệp bắt đầu bằng ACME và ảnh là bài đăng mạng xã hội cùng bộ màu với dự án ACME."},
+        {"confidence", "high"}}.dump();
+    kelo::testing::CannedResponse answer;
+    answer.body =
+        Json{{"candidates", {{{"content", {{"parts", {{{"text", output}}}}}}, {"finishReason", "STOP"}}}}}.dump();
+    server.respond(std::string(GeminiPayload::kEndpointPath), answer);
 }
 
 }  // namespace
@@ -285,5 +344,20 @@ int main(int argc, char** argv) {
         settleThumbnails(dark);
         save(dark, out, QString("%1-%2-dark").arg(i + 1).arg(pages[i]));
     }
+
+    // "Ask AI" last, so the pages above show online AI as a new user has it: first
+    // refused (online AI is off), then what would be sent and the advice, dark and light.
+    for (const bool dark : {true, false}) {
+        Style::apply(app, dark ? Style::Scheme::dark : Style::Scheme::light);
+        AIAskDialog dialog(model, root / "Downloads/ACME-Social-Post1.png");
+        dialog.show();
+        if (reach(dialog, AIAskDialog::Stage::refused))
+            save(dialog, out, dark ? "ai-ask-refused-dark" : "ai-ask-refused");
+    }
+    kelo::testing::TlsTestServer gemini;
+    setUpAskAI(model, root / "Downloads", gemini);
+    saveAskAI(model, root / "Downloads/ACME-logo-v2.psd", true, out, "");
+    Style::apply(app, Style::Scheme::dark);
+    saveAskAI(model, root / "Downloads/ACME-Social-Post1.png", true, out, "-dark");
     return 0;
 }
