@@ -106,7 +106,9 @@ TEST_F(StudioCommandsTest, ReferencesAreSavedFirstShownMissingWhenGoneAndSurvive
     // Gone, then another file at the same path: both missing.
     fs::remove(inbox / "moodboard.jpg");
     fs::remove(home / "Lotus Spa/Export/logo.png");
-    writeFile(home / "Lotus Spa/Export/logo.png", "new");
+    // (Of another size: a freed inode is often reused at once, and a same-size file
+    // written within the same clock tick would carry the old identity.)
+    writeFile(home / "Lotus Spa/Export/logo.png", "a new logo");
     const auto board = StudioCommands::openStudio(*engine, "Lotus Spa")->studioBoard;
     EXPECT_TRUE(board->references[0].missing && board->references[1].missing);
 
