@@ -98,15 +98,64 @@ ClassificationEngine::ClassificationEngine(const std::vector<Project>& projects,
     std::sort(ids->begin(), ids->end());
     idsAscending_ = std::move(ids);
 
-    for (std::size_t order = 0; order < learning.associations.size(); ++order) {
-        const auto& association = learning.associations[order];
-        const int strength = association.strength();
-        auto project = firstIndexById_.find(association.projectID);
-        if (strength == 0 || project == firstIndexById_.end()) continue;
-        auto [slot, inserted] = byToken_.try_emplace(association.token);
-        slot->second.learned.push_back(
-            Learned{project->second, static_cast<std::uint32_t>(order), strength, &slot->first});
+    for (std::size_t order = 0; order < learning.associations.size(); ++order)
+        learn(order, learning.associations[order]);
+    learnedFrom_ = learning.associations;
+}
+
+void ClassificationEngine::learn(std::size_t order, const Association& association) {
+    const int strength = association.strength();
+    auto project = firstIndexById_.find(association.projectID);
+    if (strength == 0 || project == firstIndexById_.end()) return;
+    auto [slot, inserted] = byToken_.try_emplace(association.token);
+    auto& learned = slot->second.learned;
+    const auto at = std::lower_bound(learned.begin(), learned.end(), order,
+                                     [](const Learned& entry, std::size_t o) { return entry.order < o; });
+    learned.insert(at, Learned{project->second, static_cast<std::uint32_t>(order), strength, &slot->first});
+}
+
+void ClassificationEngine::forget(std::size_t order, const Association& association) {
+    const auto slot = byToken_.find(association.token);
+    if (slot == byToken_.end()) return;
+    auto& learned = slot->second.learned;
+    const auto at = std::lower_bound(learned.begin(), learned.end(), order,
+                                     [](const Learned& entry, std::size_t o) { return entry.order < o; });
+    if (at != learned.end() && at->order == order) learned.erase(at);
+    if (learned.empty() && slot->second.projects.empty()) byToken_.erase(slot);
+}
+
+bool ClassificationEngine::sameNames(const std::vector<Project>& projects) const {
+    if (projects.size() != projects_.size()) return false;
+    for (std::size_t i = 0; i < projects.size(); ++i) {
+        const auto& entry = projects_[i];
+        const auto& project = projects[i];
+        if (entry.id != project.id || entry.names.size() != project.aliases.size() + 1 ||
+            entry.names.front().asWritten != project.name)
+            return false;
+        for (std::size_t a = 0; a < project.aliases.size(); ++a)
+            if (entry.names[a + 1].asWritten != project.aliases[a]) return false;
     }
+    return true;
+}
+
+void ClassificationEngine::update(const std::vector<Project>& projects, const LearningData& learning) {
+    if (!sameNames(projects)) {
+        *this = ClassificationEngine(projects, learning);
+        return;
+    }
+    for (std::size_t i = 0; i < projects.size(); ++i) {
+        projects_[i].status = projects[i].status;
+        projects_[i].lastActivity = projects[i].lastActivity;
+    }
+    const auto& now = learning.associations;
+    const auto& before = learnedFrom_;
+    now.forEachChanged(before, [&](std::size_t order) {
+        forget(order, before[order]);
+        learn(order, now[order]);
+    });
+    for (std::size_t order = now.size(); order < before.size(); ++order) forget(order, before[order]);
+    for (std::size_t order = before.size(); order < now.size(); ++order) learn(order, now[order]);
+    learnedFrom_ = now;
 }
 
 bool ClassificationEngine::namesMatch(const ProjectEntry& project, const std::vector<std::string>& tokens) {

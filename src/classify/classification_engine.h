@@ -4,7 +4,8 @@
 // by token, so a file costs a full scoring pass only for the projects it shares a
 // token with, has a learned association with, or is assigned to; every other project
 // is a blank score-0 candidate. A pure calculation: no file access, nothing stored.
-// Immutable after construction; any thread may call classify.
+// Any thread may call classify while nobody calls update; the engine keeps its own
+// classifier on its thread and updates it between passes instead of rebuilding it.
 #pragma once
 
 #include <cstdint>
@@ -50,6 +51,12 @@ public:
 
     std::size_t projectCount() const { return projects_.size(); }
 
+    // Brings the classifier in step with `projects` and `learning`, classifying from
+    // then on exactly as one built from them would. When only the projects' status
+    // and activity changed, costs what changed in the learning since the last build
+    // or update (the chunks of associations not shared with it); otherwise rebuilds.
+    void update(const std::vector<Project>& projects, const LearningData& learning);
+
 private:
     struct Name {
         std::string asWritten;
@@ -91,6 +98,12 @@ private:
     Candidate score(const ProjectEntry& project, const FileContext& context, std::span<const Learned> learned) const;
     static bool namesMatch(const ProjectEntry& project, const std::vector<std::string>& tokens);
 
+    // Files the association at `order` under its token, or takes it out again.
+    void learn(std::size_t order, const Association& association);
+    void forget(std::size_t order, const Association& association);
+    // Whether `projects` has the same ids, names and aliases in the same order.
+    bool sameNames(const std::vector<Project>& projects) const;
+
     std::vector<ProjectEntry> projects_;
     // What one token of a file can lead to.
     struct TokenEntry {
@@ -101,6 +114,7 @@ private:
     std::unordered_map<std::string, TokenEntry> byToken_;
     std::unordered_map<Uuid, std::uint32_t> firstIndexById_;
     std::shared_ptr<const std::vector<Uuid>> idsAscending_;
+    ChunkedList<Association> learnedFrom_;  // the associations filed in byToken_, shared
 };
 
 // One-off form for callers that classify a single file.

@@ -7,29 +7,29 @@
 
 namespace kelo {
 
+Learning::Learning(LearningData& data)
+    : data_(data), ownIndex_(std::make_unique<LearningIndex>()), index_(*ownIndex_) {}
+
+Learning::Learning(LearningData& data, LearningIndex& index) : data_(data), index_(index) {}
+
 void Learning::count(const std::string& token, const Uuid& project, int direction, bool confirmation) {
-    if (!indexed_) {
-        for (std::size_t i = 0; i < data_.associations.size(); ++i) index_[data_.associations[i].token].push_back(i);
-        indexed_ = true;
+    if (!synced_) {
+        index_.sync(data_.associations);
+        synced_ = true;
     }
-    std::vector<std::size_t>& positions = index_[token];
     // The first association of the pair, as a search from the front would find it.
-    const auto found = std::find_if(positions.begin(), positions.end(), [&](std::size_t position) {
-        return data_.associations[position].projectID == project;
-    });
-    const auto existing =
-        found == positions.end() ? data_.associations.end() : data_.associations.begin() + static_cast<long>(*found);
-    if (existing != data_.associations.end()) {
-        int& changed = confirmation ? existing->confirmations : existing->rejections;
-        int& other = confirmation ? existing->rejections : existing->confirmations;
+    if (const auto found = index_.find(data_.associations, token, project)) {
+        Association& existing = data_.associations.edit(*found);
+        int& changed = confirmation ? existing.confirmations : existing.rejections;
+        int& other = confirmation ? existing.rejections : existing.confirmations;
         changed = std::max(changed + direction, 0);
         other = std::max(other, 0);
         return;
     }
     Association created{token, project, 0, 0};
     (confirmation ? created.confirmations : created.rejections) = std::max(direction, 0);
-    positions.push_back(data_.associations.size());
     data_.associations.push_back(std::move(created));
+    index_.appended(data_.associations);
 }
 
 void Learning::apply(const Feedback& entry, int direction) {

@@ -2,15 +2,18 @@
 // (model/learning_data.h). Borrows the data, which the caller owns (the engine
 // worker's AppState) and which must outlive this object; the new entry's id and time
 // are passed in so results are reproducible. Not thread-safe: use it on the one
-// thread that owns the data.
+// thread that owns the data. The engine lends it the LearningIndex it keeps across
+// commands (borrowed, must outlive this object); without one it builds its own.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
+#include "classify/learning_index.h"
 #include "model/date.h"
 #include "model/learning_data.h"
 #include "model/uuid.h"
@@ -19,7 +22,8 @@ namespace kelo {
 
 class Learning {
 public:
-    explicit Learning(LearningData& data) : data_(data) {}
+    explicit Learning(LearningData& data);
+    Learning(LearningData& data, LearningIndex& index);
 
     // Records one decision about a file name (extension included) and applies it: one
     // more confirmation for each meaningful token and `confirmed`, one more rejection
@@ -41,11 +45,11 @@ private:
     void count(const std::string& token, const Uuid& project, int direction, bool confirmation);
 
     LearningData& data_;
-    // Position of each (token, project) association in `data_.associations`, built on
-    // first use so a year of decisions is not searched once per token. Associations are
-    // only ever appended, so positions stay valid while this object lives.
-    std::unordered_map<std::string, std::vector<std::size_t>> index_;
-    bool indexed_ = false;
+    // Position of each (token, project) association in `data_.associations`, so a
+    // year of decisions is not searched once per token; synced on first use.
+    std::unique_ptr<LearningIndex> ownIndex_;
+    LearningIndex& index_;
+    bool synced_ = false;
 };
 
 }  // namespace kelo

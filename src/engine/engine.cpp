@@ -69,8 +69,7 @@ SnapshotPtr Engine::snapshot(std::vector<std::string> messages, std::vector<std:
     out->state = state_;
     out->files = files_;
     out->classifications = classifications();
-    out->history =
-        std::make_shared<const std::vector<HistoryBatch>>(HistoryIndex::build(executor_->journal().document().entries));
+    out->history = history_.current(executor_->journal());
     out->canUndoTrash = lastTrashed_.has_value();
     out->lastRun = std::exchange(lastRun_, std::nullopt);
     out->messages = std::move(messages);
@@ -92,8 +91,11 @@ SnapshotPtr Engine::snapshot(std::vector<std::string> messages, std::vector<std:
 std::shared_ptr<const std::vector<Classification>> Engine::classifications() {
     if (classifications_) return classifications_;
     const AppState& state = *state_;
-    const ClassificationEngine engine(state.projects, state.learning);
-    auto all = engine.classifyAll(*files_, state.assignments, state.settings.thresholds, clock_());
+    if (classifier_)
+        classifier_->update(state.projects, state.learning);
+    else
+        classifier_ = std::make_unique<ClassificationEngine>(state.projects, state.learning);
+    auto all = classifier_->classifyAll(*files_, state.assignments, state.settings.thresholds, clock_());
     // A name that no move may keep is shown as such now, not refused at clean time.
     for (auto& classification : all)
         if (!PathSafety::validName(classification.file.filename())) {

@@ -19,10 +19,13 @@
 #include "access/protected_folders.h"
 #include "ai/ai_state.h"
 #include "engine/ai_runtime.h"
+#include "classify/classification_engine.h"
+#include "classify/learning_index.h"
 #include "app/application_lock.h"
 #include "engine/persistent_data.h"
 #include "engine/snapshot.h"
 #include "model/date.h"
+#include "operations/history_view.h"
 #include "operations/operation_executor.h"
 #include "operations/trash.h"
 
@@ -116,6 +119,8 @@ public:
     void invalidateClassifications() { classifications_.reset(); }
     // The cached classifications, computed if stale.
     std::shared_ptr<const std::vector<Classification>> classifications();
+    // Where each learned association sits, kept across commands for Learning.
+    LearningIndex& learningIndex() { return learningIndex_; }
 
     // Online AI: the stored state (replaced only by AICommands::persistAI, after the
     // write succeeded) and what is kept of it in memory alone.
@@ -146,6 +151,11 @@ private:
     Trash trash_;
     std::optional<TrashedItem> lastTrashed_;
     std::optional<Snapshot::RunOutcome> lastRun_;  // handed to the next snapshot, once
+    // Kept across commands and brought in step with the state when next needed, so a
+    // decision costs what it changed, not a rebuild from a year of learning.
+    std::unique_ptr<ClassificationEngine> classifier_;
+    LearningIndex learningIndex_;
+    HistoryView history_;
 };
 
 }  // namespace kelo

@@ -43,7 +43,7 @@ SnapshotPtr feedback(Engine& engine, const std::filesystem::path& path, const st
     const std::string fingerprint = file.fingerprint();
 
     AppState next = engine.state();
-    Learning learning(next.learning);
+    Learning learning(next.learning, engine.learningIndex());
     if (confirmed) {
         // Choosing another project than the one suggested also says the suggestion
         // was wrong, exactly as sorting the file by hand does.
@@ -116,7 +116,7 @@ SnapshotPtr reverseFeedback(Engine& engine, const std::string& idText) {
             filename = entry.filename;
             break;
         }
-    if (!id || !Learning(next.learning).reverse(*id))
+    if (!id || !Learning(next.learning, engine.learningIndex()).reverse(*id))
         throw KeloError::unsafe("No learned decision has the id " + idText + ". Nothing changed.");
     return commitLearning(engine, std::move(next), {"Took back the decision about " + filename + "."});
 }

@@ -51,7 +51,7 @@ std::optional<Uuid> rejectedSuggestion(const Classification* classification, con
 void learn(Engine& engine, const std::vector<Decision>& decisions, const BatchResult& result) {
     const std::set<Uuid> completed(result.completed.begin(), result.completed.end());
     AppState next = engine.state();
-    Learning learning(next.learning);
+    Learning learning(next.learning, engine.learningIndex());
     const Date now = engine.now();
     bool changed = false;
     for (const auto& decision : decisions) {
@@ -69,7 +69,7 @@ void learn(Engine& engine, const std::vector<Decision>& decisions, const BatchRe
 std::size_t forgetUndone(Engine& engine, const OperationPlan& undoPlan, const BatchResult& result) {
     const std::set<Uuid> completed(result.completed.begin(), result.completed.end());
     AppState next = engine.state();
-    Learning learning(next.learning);
+    Learning learning(next.learning, engine.learningIndex());
     std::size_t reversed = 0;
     bool changed = false;
     std::map<Uuid, Date> undoneActivity;  // project -> the time a taken-back move marked it active

@@ -17,8 +17,8 @@ std::string identity(const Association& association) {
 // Walks both lists in step: an old entry that does not continue the new list is
 // removed, and whatever of the new list is left after the old one ends is appended.
 // Any change of order therefore still yields `after` exactly, only in a larger delta.
-template <class T>
-std::optional<Json> listDelta(const std::vector<T>& before, const std::vector<T>& after) {
+template <class List>
+std::optional<Json> listDelta(const List& before, const List& after) {
     Json removed = Json::array();
     Json changed = Json::array();
     std::size_t i = 0;
@@ -41,6 +41,28 @@ std::optional<Json> listDelta(const std::vector<T>& before, const std::vector<T>
     if (removed.empty() && changed.empty() && appended.empty()) return std::nullopt;
     Json out = Json::object();
     if (!removed.empty()) out["removed"] = std::move(removed);
+    if (!changed.empty()) out["changed"] = std::move(changed);
+    if (!appended.empty()) out["appended"] = std::move(appended);
+    return out;
+}
+
+// The learning's lists share chunks with the state they were copied from, so the
+// walk above is needed only when something was removed: when every position that
+// differs keeps its identity, the walk would find exactly these changes and appends.
+template <class T>
+std::optional<Json> chunkedListDelta(const ChunkedList<T>& before, const ChunkedList<T>& after) {
+    if (after.size() < before.size()) return listDelta(before, after);
+    bool removal = false;
+    Json changed = Json::array();
+    after.forEachChanged(before, [&](std::size_t i) {
+        if (identity(before[i]) != identity(after[i])) removal = true;
+        if (!removal) changed.push_back(Json::array({i, encodeValue(after[i])}));
+    });
+    if (removal) return listDelta(before, after);
+    Json appended = Json::array();
+    for (std::size_t j = before.size(); j < after.size(); ++j) appended.push_back(encodeValue(after[j]));
+    if (changed.empty() && appended.empty()) return std::nullopt;
+    Json out = Json::object();
     if (!changed.empty()) out["changed"] = std::move(changed);
     if (!appended.empty()) out["appended"] = std::move(appended);
     return out;
@@ -106,7 +128,17 @@ std::size_t position(const Json& value, std::size_t size, const char* key) {
 }
 
 template <class T>
-void applyList(std::vector<T>& list, const Json& delta, const char* key) {
+void assign(std::vector<T>& list, std::size_t at, T value) {
+    list[at] = std::move(value);
+}
+template <class T>
+void assign(ChunkedList<T>& list, std::size_t at, T value) {
+    list.edit(at) = std::move(value);
+}
+
+template <class List>
+void applyList(List& list, const Json& delta, const char* key) {
+    using T = typename List::value_type;
     if (const Json* removed = member(delta, "removed")) {
         std::vector<bool> gone(list.size(), false);
         std::size_t last = 0;
@@ -118,18 +150,15 @@ void applyList(std::vector<T>& list, const Json& delta, const char* key) {
             last = at;
             first = false;
         }
-        std::size_t kept = 0;
-        for (std::size_t k = 0; k < list.size(); ++k) {
-            if (gone[k]) continue;
-            if (kept != k) list[kept] = std::move(list[k]);
-            ++kept;
-        }
-        list.resize(kept);
+        List kept;
+        for (std::size_t k = 0; k < list.size(); ++k)
+            if (!gone[k]) kept.push_back(std::move(list[k]));
+        list = std::move(kept);
     }
     if (const Json* changed = member(delta, "changed")) {
         for (const Json& pair : decodeValue<std::vector<Json>>(*changed)) {
             if (!pair.is_array() || pair.size() != 2) throw DecodingError(key, "expected a position and a value");
-            list[position(pair[0], list.size(), key)] = decodeValue<T>(pair[1]);
+            assign(list, position(pair[0], list.size(), key), decodeValue<T>(pair[1]));
         }
     }
     if (const Json* appended = member(delta, "appended"))
@@ -169,9 +198,9 @@ std::optional<Json> stateDelta(const AppState& before, const AppState& after) {
     if (before.schemaVersion != after.schemaVersion) delta["schemaVersion"] = after.schemaVersion;
     if (auto projects = listDelta(before.projects, after.projects)) delta["projects"] = std::move(*projects);
     if (before.grants != after.grants) delta["grants"] = encodeValue(after.grants);
-    if (auto associations = listDelta(before.learning.associations, after.learning.associations))
+    if (auto associations = chunkedListDelta(before.learning.associations, after.learning.associations))
         delta["associations"] = std::move(*associations);
-    if (auto feedback = listDelta(before.learning.feedback, after.learning.feedback))
+    if (auto feedback = chunkedListDelta(before.learning.feedback, after.learning.feedback))
         delta["feedback"] = std::move(*feedback);
     if (auto assignments = mapDelta(before.assignments, after.assignments))
         delta["assignments"] = std::move(*assignments);

@@ -265,9 +265,10 @@ void appendKey(std::string& out, std::string_view key, int level, bool first);
 // Closes an object opened with appendKey.
 void closeObject(std::string& out, int level);
 
-// An array, each element written by `write(out, element, elementLevel)`.
-template <class T, class Write>
-void appendArray(std::string& out, const std::vector<T>& items, int level, Write write) {
+// An array, each element written by `write(out, element, elementLevel)`; `items` is
+// any list (a std::vector, a ChunkedList).
+template <class Items, class Write>
+void appendArray(std::string& out, const Items& items, int level, Write write) {
     if (items.empty()) {
         out += "[]";
         return;
@@ -275,7 +276,7 @@ void appendArray(std::string& out, const std::vector<T>& items, int level, Write
     const std::string indent(static_cast<std::size_t>(2 * (level + 1)), ' ');
     out += '[';
     bool first = true;
-    for (const T& item : items) {
+    for (const auto& item : items) {
         out += first ? "\n" : ",\n";
         first = false;
         out += indent;

@@ -40,8 +40,8 @@ void from_json(const Json& in, Feedback& f) {
 
 void to_json(Json& out, const LearningData& l) {
     JsonWriter w(out);
-    w.put("associations", l.associations);
-    w.put("feedback", l.feedback);
+    w.put("associations", std::vector<Association>(l.associations.begin(), l.associations.end()));
+    w.put("feedback", std::vector<Feedback>(l.feedback.begin(), l.feedback.end()));
 }
 
 void from_json(const Json& in, LearningData& l) {

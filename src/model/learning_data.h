@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "model/chunked_list.h"
 #include "model/date.h"
 #include "model/json_codec.h"
 #include "model/uuid.h"
@@ -39,8 +40,10 @@ struct Feedback {
 };
 
 struct LearningData {
-    std::vector<Association> associations;  // in the order first created
-    std::vector<Feedback> feedback;         // in the order recorded
+    // Shared in chunks between copies: a copy of a year of decisions is cheap, and
+    // one new decision copies only the chunks it touches.
+    ChunkedList<Association> associations;  // in the order first created
+    ChunkedList<Feedback> feedback;         // in the order recorded
 
     friend bool operator==(const LearningData&, const LearningData&) = default;
 };

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <unordered_map>
 #include <vector>
 
 #include "model/date.h"
@@ -33,6 +34,13 @@ namespace HistoryIndex {
 
 // Batches newest first. Folder creations never appear and are never counted.
 std::vector<HistoryBatch> build(const std::vector<JournalEntry>& entries);
+
+// Operation id → its batch id, for naming what an undo took back.
+std::unordered_map<Uuid, Uuid> batchesOfOperations(const std::vector<JournalEntry>& entries);
+// The line of one batch from its entries' positions (oldest first, no folder
+// creations), as build makes it.
+HistoryBatch summarize(const std::vector<JournalEntry>& entries, const Uuid& id,
+                       const std::vector<std::size_t>& indices, const std::unordered_map<Uuid, Uuid>& batchOf);
 
 }  // namespace HistoryIndex
 }  // namespace kelo

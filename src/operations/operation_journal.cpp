@@ -274,6 +274,7 @@ void OperationJournal::prepare(const std::vector<PlannedOperation>& operations) 
 void OperationJournal::apply(const std::vector<JournalEntry>& prepared) {
     for (const JournalEntry& entry : prepared) {
         index_.emplace(entry.operation.id, document_.entries.size());
+        changed_.push_back(document_.entries.size());
         document_.entries.push_back(entry);
     }
 }
@@ -296,6 +297,7 @@ void OperationJournal::mark(const Uuid& id, OperationStatus status, std::optiona
 void OperationJournal::applyMark(std::size_t position, OperationStatus status, std::optional<std::string> error,
                                  std::optional<OperationOutcome> outcome) {
     JournalEntry& entry = document_.entries[position];
+    changed_.push_back(position);
     entry.status = status;
     entry.error = std::move(error);
     entry.outcome = outcome;

@@ -124,6 +124,11 @@ public:
     // True when every id occurs once and the index points at its entry.
     bool isConsistent() const;
 
+    // The positions of the entries recorded or marked since the last call (since the
+    // open for the first), in order, possibly repeated; what the history view reads
+    // to update only the batches that changed. Leaves the list empty.
+    std::vector<std::size_t> takeChangedPositions() { return std::exchange(changed_, {}); }
+
 private:
     void replay(const std::string& payload);
     void apply(const std::vector<JournalEntry>& prepared);
@@ -139,6 +144,7 @@ private:
     JournalLog log_;
     bool unfolded_ = false;  // recorded in the log (or found there) since the last fold
     std::uint64_t documentBytes_ = 0;  // size of the document on disk
+    std::vector<std::size_t> changed_;  // see takeChangedPositions
 
     bool foldDue() const;
 };
