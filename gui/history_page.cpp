@@ -12,12 +12,28 @@ namespace kelo::gui {
 
 namespace {
 
-enum Column { kDate, kMoved, kRenamed, kSkipped, kFailed, kUndone, kUndo, kColumnCount };
+enum Column { kDate, kFiles, kMoved, kRenamed, kSkipped, kFailed, kUndone, kUndo, kColumnCount };
 
 QTableWidgetItem* cell(const QString& value) {
     auto* item = new QTableWidgetItem(value);
     item->setFlags(item->flags() & ~Qt::ItemIsEditable);
     return item;
+}
+
+// "a.png, b.psd, c.ai và 7 tệp khác": enough of a batch to recognise it.
+QString filesOf(const HistoryBatch& batch) {
+    QStringList names;
+    for (const auto& name : batch.names) names << qs(name);
+    QString line = names.join(QStringLiteral(", "));
+    const auto others = static_cast<qsizetype>(batch.indices.size()) - names.size();
+    if (others > 0) line += QString::fromUtf8(text::kHistoryMoreFiles).arg(others);
+    return line;
+}
+
+const HistoryBatch* findBatch(const std::vector<HistoryBatch>& history, const Uuid& id) {
+    for (const auto& batch : history)
+        if (batch.id == id) return &batch;
+    return nullptr;
 }
 
 }  // namespace
@@ -26,10 +42,11 @@ HistoryPage::HistoryPage(AppModel& model, QWidget* parent) : Page(model, parent)
     auto* layout = new QVBoxLayout(this);
     table_ = new QTableWidget(0, kColumnCount, this);
     table_->setObjectName(QStringLiteral("historyTable"));
-    table_->setHorizontalHeaderLabels({text::kColumnDate, text::kColumnMoved, text::kColumnRenamed,
+    table_->setHorizontalHeaderLabels({text::kColumnDate, text::kColumnFiles, text::kColumnMoved, text::kColumnRenamed,
                                        text::kColumnSkipped, text::kColumnFailed, text::kColumnUndone, QString()});
     table_->setSelectionMode(QAbstractItemView::NoSelection);
     table_->verticalHeader()->setVisible(false);
+    table_->setTextElideMode(Qt::ElideMiddle);
     lastRun_ = new QLabel(this);
     lastRun_->setObjectName(QStringLiteral("lastRun"));
     lastRun_->setWordWrap(true);
@@ -81,9 +98,13 @@ void HistoryPage::fillRows() {
         if (batch.undoes) {
             // An undo batch moves nothing of its own: say what it took back.
             date->setText(date->text() + text::kUndoBatchSuffix + QString::number(batch.putBack) + text::kUndoBatchFiles);
-            date->setToolTip(text::kUndoBatchTooltip + QString::fromStdString(batch.undoes->text()));
+            if (const HistoryBatch* undone = findBatch(*history_, *batch.undoes))
+                date->setToolTip(text::kUndoBatchTooltip + formatDate(undone->date));
         }
         table_->setItem(row, kDate, date);
+        auto* files = cell(filesOf(batch));
+        files->setToolTip(files->text());
+        table_->setItem(row, kFiles, files);
         const int counts[] = {batch.moved, batch.renamed, batch.skipped, batch.failed, batch.undone};
         for (int column = kMoved; column <= kUndone; ++column)
             table_->setItem(row, column, cell(QString::number(counts[column - kMoved])));
@@ -98,6 +119,7 @@ void HistoryPage::fillRows() {
         }
     }
     table_->resizeColumnsToContents();
+    table_->horizontalHeader()->setSectionResizeMode(kFiles, QHeaderView::Stretch);
     table_->setColumnWidth(kUndo, std::max(table_->columnWidth(kUndo), 110));
     empty_->setVisible(total == 0);
     const int remaining = total - rows;

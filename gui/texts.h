@@ -120,6 +120,7 @@ inline constexpr char kNoProjects[] = "Chưa có dự án nào. Chọn một th�
 
 // History.
 inline constexpr char kColumnDate[] = "Thời gian";
+inline constexpr char kColumnFiles[] = "Tệp";
 inline constexpr char kColumnMoved[] = "Đã chuyển";
 inline constexpr char kColumnRenamed[] = "Đã đổi tên";
 inline constexpr char kColumnSkipped[] = "Bỏ qua";
@@ -130,7 +131,9 @@ inline constexpr char kMoreHistoryPrefix[] = "Thêm 50 lượt (";
 // An undo batch's row: "<date> · hoàn tác: trả lại N tệp", the batch it undid in the tooltip.
 inline constexpr char kUndoBatchSuffix[] = " · hoàn tác: trả lại ";
 inline constexpr char kUndoBatchFiles[] = " tệp";
-inline constexpr char kUndoBatchTooltip[] = "Hoàn tác lô ";
+inline constexpr char kUndoBatchTooltip[] = "Hoàn tác lượt lúc ";
+// After the first few names of a batch: " và N tệp khác".
+inline constexpr char kHistoryMoreFiles[] = " và %1 tệp khác";
 inline constexpr char kNoHistory[] = "Chưa có lượt nào.";
 inline constexpr char kLastRun[] = "Lượt vừa chạy:";
 inline constexpr char kUndoTrash[] = "Lấy lại tệp vừa bỏ vào Thùng rác";

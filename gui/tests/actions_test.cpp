@@ -111,11 +111,12 @@ void ActionsTest::sortFromMatchThenUndoFromHistory() {
 
     auto* history = w.find<QTableWidget>(kHistory, "historyTable");
     QCOMPARE(history->rowCount(), 1);
-    QCOMPARE(history->item(0, 1)->text(), QString("1"));  // moved
+    QCOMPARE(history->item(0, 1)->text(), QString("Hydro Cafe social post 3.png"));
+    QCOMPARE(history->item(0, 2)->text(), QString("1"));  // moved
     auto* lastRun = w.find<QLabel>(kHistory, "lastRun");
     QVERIFY(lastRun->text().contains("1 completed, 0 skipped, 0 failed. 0 overwritten."));
 
-    auto* undo = qobject_cast<QPushButton*>(history->cellWidget(0, 6));
+    auto* undo = qobject_cast<QPushButton*>(history->cellWidget(0, 7));
     QVERIFY(undo && undo->isEnabled());
     w.press(undo);
     QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
@@ -388,7 +389,7 @@ void ActionsTest::cleanMovesEveryReadyFileAfterConfirmation() {
     }
     auto* history = w.find<QTableWidget>(kHistory, "historyTable");
     QCOMPARE(history->rowCount(), 1);
-    QCOMPARE(history->item(0, 1)->text(), QString::number(ready.size()));
+    QCOMPARE(history->item(0, 2)->text(), QString::number(ready.size()));
     QCOMPARE(preview->item(0)->text(), QString(text::kCleanNothing));
 }
 

@@ -307,6 +307,8 @@ void GuiTest::historyShowsFiftyBatchesAtATime() {
         batch.date = Date::fromUnix(1700000000.0 - i * 60);
         batch.moved = i;
         batch.canUndo = i % 2 == 0;
+        batch.indices = {0, 1, 2};
+        batch.names = {"f" + std::to_string(i) + ".png"};
         history->push_back(batch);
     }
     Snapshot snapshot;
@@ -321,9 +323,10 @@ void GuiTest::historyShowsFiftyBatchesAtATime() {
     QCOMPARE(table->rowCount(), 50);
     QCOMPARE(more->text(), QString("Thêm 50 lượt (70)"));
     QVERIFY(!more->isHidden());
-    QCOMPARE(table->item(0, 1)->text(), QString("0"));  // newest first, as the engine ordered them
-    QCOMPARE(table->item(49, 1)->text(), QString("49"));
-    for (int row = 0; row < 4; ++row) QCOMPARE(table->cellWidget(row, 6) != nullptr, row % 2 == 0);
+    QCOMPARE(table->item(0, 1)->text(), QString("f0.png và 2 tệp khác"));
+    QCOMPARE(table->item(0, 2)->text(), QString("0"));  // newest first, as the engine ordered them
+    QCOMPARE(table->item(49, 2)->text(), QString("49"));
+    for (int row = 0; row < 4; ++row) QCOMPARE(table->cellWidget(row, 7) != nullptr, row % 2 == 0);
 
     more->click();
     QCOMPARE(table->rowCount(), 100);
@@ -331,7 +334,7 @@ void GuiTest::historyShowsFiftyBatchesAtATime() {
     more->click();
     QCOMPARE(table->rowCount(), 120);
     QVERIFY(more->isHidden());
-    QCOMPARE(table->item(119, 1)->text(), QString("119"));
+    QCOMPARE(table->item(119, 2)->text(), QString("119"));
 }
 
 void GuiTest::refusedThresholdsAreShownVerbatimAndKeepTheOldSettings() {

@@ -29,6 +29,16 @@ void count(HistoryBatch& batch, std::size_t position, const JournalEntry& entry,
     if (entry.status == OperationStatus::undone) ++batch.undone;
 }
 
+// Names the first few distinct files of a batch whose indices are oldest first.
+void name(HistoryBatch& batch, const std::vector<JournalEntry>& entries) {
+    for (const std::size_t position : batch.indices) {
+        if (batch.names.size() == kNamesShown) return;
+        std::string leaf = entries[position].operation.source.filename().string();
+        if (std::find(batch.names.begin(), batch.names.end(), leaf) == batch.names.end())
+            batch.names.push_back(std::move(leaf));
+    }
+}
+
 }  // namespace
 
 std::unordered_map<Uuid, Uuid> batchesOfOperations(const std::vector<JournalEntry>& entries) {
@@ -45,6 +55,7 @@ HistoryBatch summarize(const std::vector<JournalEntry>& entries, const Uuid& id,
     for (auto position = indices.rbegin(); position != indices.rend(); ++position)
         count(batch, *position, entries[*position], batchOf);
     std::reverse(batch.indices.begin(), batch.indices.end());
+    name(batch, entries);
     return batch;
 }
 
@@ -62,7 +73,10 @@ std::vector<HistoryBatch> build(const std::vector<JournalEntry>& entries) {
         }
         count(batches[it->second], position, entry, batchOf);
     }
-    for (HistoryBatch& batch : batches) std::reverse(batch.indices.begin(), batch.indices.end());
+    for (HistoryBatch& batch : batches) {
+        std::reverse(batch.indices.begin(), batch.indices.end());
+        name(batch, entries);
+    }
     return batches;
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -26,11 +27,15 @@ struct HistoryBatch {
     bool canUndo = false;              // holds a completed entry that is not an undo
     int putBack = 0;                   // completed undo operations
     std::optional<Uuid> undoes;        // for an undo batch: the batch it took back
+    std::vector<std::string> names;    // the first few file names it touched, oldest first
 
     friend bool operator==(const HistoryBatch&, const HistoryBatch&) = default;
 };
 
 namespace HistoryIndex {
+
+// How many file names a batch's line keeps: enough to recognise it.
+inline constexpr std::size_t kNamesShown = 3;
 
 // Batches newest first. Folder creations never appear and are never counted.
 std::vector<HistoryBatch> build(const std::vector<JournalEntry>& entries);

@@ -14,7 +14,7 @@ struct JournalBuilder {
         PlannedOperation op;
         op.id = Uuid::random();
         op.batchID = batch;
-        op.source = "/in/a";
+        op.source = "/in/f" + std::to_string(entries.size());
         op.destination = "/jobs/a";
         op.type = type;
         op.reverses = reverses;
@@ -46,6 +46,7 @@ TEST(HistoryIndexTest, CountsABatchAndLeavesFolderCreationsOut) {
     EXPECT_EQ(b.date, Date{101});  // the oldest counted entry, not the folder creation
     EXPECT_EQ((std::vector{b.moved, b.renamed, b.failed, b.skipped, b.undone}), (std::vector{2, 0, 1, 1, 0}));
     EXPECT_TRUE(b.canUndo);
+    EXPECT_EQ(b.names, (std::vector<std::string>{"f1", "f2", "f3"}));  // the first three, oldest first
 }
 
 TEST(HistoryIndexTest, BatchSkippedAtPreviewCannotBeUndone) {
