@@ -148,7 +148,8 @@ TEST(FolderIconRendererTest, DamagedImageUnknownNamesAndBadStickersAreLeftOutWit
     plain.folderColor = "red";
     Bytes cutShort = solidPng(40, 40, {1, 2, 3});
     cutShort.resize(cutShort.size() - 30);
-    for (const Bytes& damaged : {Bytes{0x89, 'P', 'N', 'G', '\r', '\n', 1, 2, 3}, Bytes{}, Bytes(5000, 0xFF), cutShort}) {
+    for (const Bytes& damaged :
+         {Bytes{0x89, 'P', 'N', 'G', '\r', '\n', 1, 2, 3}, Bytes{}, Bytes(5000, 0xFF), cutShort}) {
         FolderArtwork artwork = plain;
         artwork.customSkinData = damaged;
         artwork.folderArtworkFull = true;
