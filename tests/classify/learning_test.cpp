@@ -97,7 +97,7 @@ TEST(LearningTest, ReverseRestoresCountsExactly) {
     EXPECT_EQ(decide.learning, reversed);
 }
 
-TEST(LearningTest, ReversingAfterResetCreatesZeroAssociations) {
+TEST(LearningTest, ReversingAfterResetNeverCountsBelowZero) {
     Recorder decide;
     const Uuid id = decide("menu.png", kHydro, kMinh).id;
     decide.learning.associations.clear();
@@ -105,6 +105,13 @@ TEST(LearningTest, ReversingAfterResetCreatesZeroAssociations) {
     EXPECT_THAT(decide.learning.associations,
                 ElementsAre(Association{"menu", kHydro, 0, 0}, Association{"menu", kMinh, 0, 0}));
     EXPECT_THAT(decide.learning.feedback, IsEmpty());
+
+    // A pair made again after the reset never counts below zero.
+    const Uuid again = decide("menu.png", kHydro, std::nullopt).id;
+    decide.learning.associations.clear();
+    decide("menu.png", std::nullopt, kHydro);
+    EXPECT_TRUE(Learning(decide.learning).reverse(again));
+    EXPECT_EQ(*decide.find("menu", kHydro), (Association{"menu", kHydro, 0, 1}));
 }
 
 }  // namespace
