@@ -408,7 +408,7 @@ void GuiTest::failedStartupShowsTheReasonAndDisablesActions() {
 }
 
 // The preset chosen on the first run is kept, and the dialog is not offered again
-// once it was finished, even after a restart.
+// once it was finished.
 void GuiTest::onboardingStoresThePresetAndIsNotOfferedAgain() {
     TempDir root;
     {
