@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QApplication>
+#include <QListWidget>
 #include <QTableWidget>
 #include <QtTest>
 #include <filesystem>
@@ -25,6 +26,13 @@ inline QStringList column(const QTableView* table, int col) {
     QStringList values;
     for (int row = 0; row < table->model()->rowCount(); ++row) values << cell(table, row, col);
     return values;
+}
+
+// Every line of a list, top to bottom.
+inline QStringList itemTexts(const QListWidget* list) {
+    QStringList out;
+    for (int i = 0; i < list->count(); ++i) out << list->item(i)->text();
+    return out;
 }
 
 template <typename Test>

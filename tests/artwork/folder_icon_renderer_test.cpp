@@ -141,14 +141,15 @@ TEST(FolderIconRendererTest, CustomImageCoversTheWholeIconOnlyWhenFull) {
     EXPECT_EQ(panel.alphaAt(0.01, 0.01), 0) << "but not the corners outside the folder";
 }
 
-TEST(FolderIconRendererTest, DamagedCustomImageGivesThePlainFolderAndAMessage) {
+// A damaged custom image gives the plain folder; unknown names and bad stickers are
+// left out; each with a message.
+TEST(FolderIconRendererTest, DamagedImageUnknownNamesAndBadStickersAreLeftOutWithAMessage) {
     FolderArtwork plain;
     plain.folderColor = "red";
     Bytes cutShort = solidPng(40, 40, {1, 2, 3});
     cutShort.resize(cutShort.size() - 30);
-    const std::vector<Bytes> damagedImages = {Bytes{0x89, 'P', 'N', 'G', '\r', '\n', 1, 2, 3}, Bytes{},
-                                              Bytes(5000, 0xFF), cutShort};
-    for (const Bytes& damaged : damagedImages) {
+    for (const Bytes& damaged :
+         {Bytes{0x89, 'P', 'N', 'G', '\r', '\n', 1, 2, 3}, Bytes{}, Bytes(5000, 0xFF), cutShort}) {
         FolderArtwork artwork = plain;
         artwork.customSkinData = damaged;
         artwork.folderArtworkFull = true;
@@ -157,15 +158,13 @@ TEST(FolderIconRendererTest, DamagedCustomImageGivesThePlainFolderAndAMessage) {
         EXPECT_EQ(icon.messages[0], "The custom image could not be read; the folder is drawn without it.");
         EXPECT_EQ(icon.png, renderFolderIcon(plain, 128).png);
     }
-}
 
-TEST(FolderIconRendererTest, UnknownNamesAndBadStickersAreLeftOutWithAMessage) {
-    FolderArtwork artwork;
-    artwork.folderColor = "ultraviolet";
-    artwork.folderSymbol = "unicorn";
-    artwork.folderSkin = "velvet";
-    artwork.folderStickers = Json::array({42, Json{{"kind", "hologram"}, {"value", "x"}}, "star"});
-    const RenderedIcon icon = renderFolderIcon(artwork, 64);
+    FolderArtwork unknown;
+    unknown.folderColor = "ultraviolet";
+    unknown.folderSymbol = "unicorn";
+    unknown.folderSkin = "velvet";
+    unknown.folderStickers = Json::array({42, Json{{"kind", "hologram"}, {"value", "x"}}, "star"});
+    const RenderedIcon icon = renderFolderIcon(unknown, 64);
     EXPECT_EQ(icon.messages.size(), 5u);
     EXPECT_TRUE(near(decode(icon).at(kBodyX, kBodyY), *ArtworkCatalog::colorNamed("blue")));
 }

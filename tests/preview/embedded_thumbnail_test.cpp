@@ -81,29 +81,24 @@ std::array<int, 3> centre(const RasterImage& image, int x) {
     return {p[0], p[1], p[2]};
 }
 
-TEST(PhotoshopPreviewTest, FoundAfterOtherResourcesWithOddNamesAndLengths) {
+// The preview is found after other resources with odd names and lengths.
+TEST(PhotoshopPreviewTest, UsedWhenBigEnoughAndReadablePassedOverWhenNot) {
     TempDir dir;
     const std::string jpeg = greenJpeg(160, 107);
-    writeFile(dir / "a.psd", photoshop(30, 20,
-                                       block(1005, "ab", "12345") + block(1039, "", std::string(7, 'x')) +
-                                           previewResource(160, 107, jpeg)));
-    const auto preview = previewOf(dir / "a.psd");
+    writeFile(dir / "poster.psd", photoshop(300, 200,
+                                            block(1005, "ab", "12345") + block(1039, "", std::string(7, 'x')) +
+                                                previewResource(160, 107, jpeg)));
+    const auto preview = previewOf(dir / "poster.psd");
     ASSERT_TRUE(preview);
     EXPECT_EQ(preview->width, 160);
     EXPECT_EQ(preview->height, 107);
     EXPECT_EQ(preview->jpeg, jpeg);
-}
-
-TEST(PhotoshopPreviewTest, UsedWhenBigEnoughAndReadablePassedOverWhenNot) {
-    TempDir dir;
-    writeFile(dir / "poster.psd", photoshop(300, 200, previewResource(160, 107, greenJpeg(160, 107))));
 
     const auto small = makeThumbnail(dir / "poster.psd", 80);  // from the green preview
     ASSERT_TRUE(small);
     EXPECT_EQ(small->width, 80);
-    const auto left = centre(*small, 10), right = centre(*small, 70);
-    EXPECT_GT(left[1], 150);
-    EXPECT_GT(right[1], 150);
+    EXPECT_GT(centre(*small, 10)[1], 150);
+    EXPECT_GT(centre(*small, 70)[1], 150);
 
     const auto large = makeThumbnail(dir / "poster.psd", 240);  // from the document itself
     ASSERT_TRUE(large);

@@ -236,19 +236,7 @@ RasterImage raster(const VImage& rgb) {
     return out;
 }
 
-TEST(JpegEncodingTest, RoundTripsThroughTheThumbnailerAndLowerQualityIsSmaller) {
-    TempDir dir;
-    const auto thumbnail = makeThumbnail((writeFile(dir / "a.svg", kSampleSvg), dir / "a.svg"), 90);
-    ASSERT_TRUE(thumbnail);
-    const auto jpeg = encodeJpeg(*thumbnail, 85);
-    ASSERT_TRUE(jpeg);
-    ASSERT_GT(jpeg->size(), 4u);
-    EXPECT_EQ(jpeg->substr(0, 2), "\xFF\xD8");
-    writeFile(dir / "back.jpg", *jpeg);
-    const auto back = makeThumbnail(dir / "back.jpg", 90);
-    ASSERT_TRUE(back);
-    expectSample(*back, 90, 60);
-
+TEST(JpegEncodingTest, LowerQualityIsSmaller) {
     const RasterImage noise = raster(
         VImage::bandjoin({VImage::gaussnoise(128, 128), VImage::gaussnoise(128, 128), VImage::gaussnoise(128, 128)})
             .cast(VIPS_FORMAT_UCHAR));
@@ -258,6 +246,8 @@ TEST(JpegEncodingTest, RoundTripsThroughTheThumbnailerAndLowerQualityIsSmaller) 
     EXPECT_LT(rough->size() * 2, fine->size());
 }
 
+// Encoded and read back by libvips: transparency is flattened onto white, the
+// padding at the end of each row is never read as a pixel.
 TEST(JpegEncodingTest, TransparencyBecomesWhitePaddedRowsAreReadAndShortBuffersRefused) {
     RasterImage image{2, 2, 12, std::vector<std::uint8_t>(24, 0)};  // 4 bytes of padding per row
     for (int y = 0; y < 2; ++y) {
