@@ -72,7 +72,6 @@ TEST(PersistentDataTest, UnreadableStoresStopStartUpAndAreLeftAsTheyWere) {
         {"state.json", formatDocument(encodeValue(inverted)), settings},
         {"state.json", "{\"schemaVersion\": 1}", failed + "The data could not be read…"},
         {"deferred-names.json", "{broken", failed + "…"},
-        {"studio.json", "{\"schemaVersion\": 2}", failed + "Unsupported or invalid Studio data. Restore a valid backup."},
     };
     for (const auto& c : cases) {
         TempDir dir;
@@ -94,8 +93,6 @@ TEST(PersistentDataTest, UnreadableStoresStopStartUpAndAreLeftAsTheyWere) {
     std::filesystem::remove(dir / "state.json");
     writeFile(dir / "journal.json", "{}");
     EXPECT_EQ(fatalError(dir.path()), "");
-    writeFile(dir / "studio.json", "{\"schemaVersion\": 1, \"pinned\": [\"a\"]}");
-    EXPECT_EQ(loadPersistentData(dir.path()).studio.workspace["pinned"][0], "a");
 }
 
 TEST(PersistentDataTest, GarbledOnlineAIDataOnlyDisablesAIAndIsNotWrittenOver) {
