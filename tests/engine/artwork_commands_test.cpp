@@ -122,9 +122,9 @@ TEST_F(ArtworkCommandsTest, ApplyAndResetTouchOnlyWhatKeloWrote) {
     const std::string edited = readFile(folder() / ".directory") + "[Dolphin]\nSortOrder=1\n";
     fs::remove(folder() / ".directory");  // a new file, as an editor saves it
     writeFile(folder() / ".directory", edited);
-    EXPECT_TRUE(hasMessage(
-        *ArtworkCommands::resetFolderArtwork(*engine, "Lotus Spa"),
-        (folder() / ".directory").string() + " was changed since Kelo created it; it was left as it is."));
+    EXPECT_TRUE(
+        hasMessage(*ArtworkCommands::resetFolderArtwork(*engine, "Lotus Spa"),
+                   (folder() / ".directory").string() + " was changed since Kelo created it; it was left as it is."));
     EXPECT_EQ(readFile(folder() / ".directory"), edited);
 }
 
@@ -177,8 +177,8 @@ TEST_F(ArtworkCommandsTest, RefusalsChangeNothing) {
     artwork.customSkinData = Bytes(ArtworkCommands::kMaxCustomImageBytes + 1, 0);
     EXPECT_EQ(refusal([&] { set("Lotus Spa"); }), "The custom image is larger than 16 MB. Nothing changed.");
     EXPECT_EQ(engine->state(), before);
-    for (const fs::path& untouched : {elsewhere / ".directory", dir / "Target" / ".directory",
-                                      folder() / ".directory", data / "Folder icons"})
+    for (const fs::path& untouched :
+         {elsewhere / ".directory", dir / "Target" / ".directory", folder() / ".directory", data / "Folder icons"})
         EXPECT_FALSE(fs::exists(untouched)) << untouched;
 }
 

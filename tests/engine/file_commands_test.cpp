@@ -165,7 +165,8 @@ TEST_F(FileCommandsTest, GroupingIntoAProjectIsASortAndInsideOneTeachesNothing) 
     const fs::path folder = home / "Lotus Spa" / "Working" / "Labels";
     EXPECT_EQ(grouped->messages.front(), "Made the folder " + folder.string() + ".");
     EXPECT_TRUE(hasMessage(*grouped, "4 completed, 0 skipped, 0 failed. 0 overwritten."));
-    for (const auto& file : files) EXPECT_EQ(readFile(folder / file.filename()), "content of " + file.filename().string());
+    for (const auto& file : files)
+        EXPECT_EQ(readFile(folder / file.filename()), "content of " + file.filename().string());
     std::vector<fs::path> made;
     for (const auto& entry : engine->executor().journal().document().entries) {
         EXPECT_EQ(entry.operation.batchID, (*grouped->history)[0].id);
@@ -206,14 +207,22 @@ TEST_F(FileCommandsTest, GroupingRefusalsAndDryRunLeaveEverythingAsItWas) {
         // The folder name is checked first, then that a file was chosen.
         {{}, "a/b", std::nullopt, "Tên thư mục nhóm không hợp lệ."},
         {{}, "Shoot", std::nullopt, "Chọn ít nhất 1 tệp để nhóm."},
-        {{a, b}, "Shoot", std::nullopt,
+        {{a, b},
+         "Shoot",
+         std::nullopt,
          "Left a.png and b.png where they are: files in an inbox can only be grouped into a project, so choose the "
          "project to group them into."},
-        {{dir / "elsewhere.png"}, "Shoot", "Hydro Cafe",
+        {{dir / "elsewhere.png"},
+         "Shoot",
+         "Hydro Cafe",
          "elsewhere.png is neither a file in an approved inbox nor inside a project home. Nothing changed."},
-        {{home / "Hydro Cafe" / "x.png", home / "Lotus Spa" / "y.png"}, "S", std::nullopt,
+        {{home / "Hydro Cafe" / "x.png", home / "Lotus Spa" / "y.png"},
+         "S",
+         std::nullopt,
          "The files lie in different folders; choose files of one folder to group. Nothing changed."},
-        {{a}, "Shoot", "Hydro Cafe",
+        {{a},
+         "Shoot",
+         "Hydro Cafe",
          "Cannot make the folder Shoot: Name conflict: Shoot already exists. Nothing was overwritten. Nothing "
          "changed."},
     };

@@ -52,7 +52,8 @@ TEST_F(ProjectCommandsTest, NewProjectMakesItsFoldersEvenUnderDryRunAndRefusesWh
         {"   ", "\"\" cannot be a folder name. No project was created."},
         {"Notes", (home / "Notes").string() + " already exists. No project was created."},
     };
-    for (const auto& [name, text] : refused) EXPECT_EQ(refusal([&] { ProjectCommands::newProject(*engine, name); }), text);
+    for (const auto& [name, text] : refused)
+        EXPECT_EQ(refusal([&] { ProjectCommands::newProject(*engine, name); }), text);
     EXPECT_EQ(readFile(home / "Notes"), "a file where the folder would go");
     EXPECT_EQ(engine->state().projects.size(), 3u);
 }

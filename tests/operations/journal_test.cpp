@@ -42,9 +42,14 @@ OperationJournal::Clock fixedClock() {
     return [] { return Date{1000.25}; };
 }
 
-TEST(JournalTest, PrepareRecordsPlannedEntriesAndMarksSetStatusAndOutcome) {
+class JournalTest : public ::testing::Test {
+protected:
     TempDir dir;
-    OperationJournal journal(dir / "journal.json", fixedClock());
+    std::filesystem::path path = dir / "journal.json";
+};
+
+TEST_F(JournalTest, PrepareRecordsPlannedEntriesAndMarksSetStatusAndOutcome) {
+    OperationJournal journal(path, fixedClock());
     const auto ops = makeBatch(3);
     journal.prepare(ops);
     ASSERT_EQ(journal.document().entries.size(), 3u);
@@ -74,9 +79,8 @@ TEST(JournalTest, PrepareRecordsPlannedEntriesAndMarksSetStatusAndOutcome) {
     EXPECT_EQ(journal.entry(ops[1].id)->outcome, std::nullopt);
 }
 
-TEST(JournalTest, RefusalsChangeNothing) {
-    TempDir dir;
-    OperationJournal journal(dir / "journal.json", fixedClock());
+TEST_F(JournalTest, RefusalsChangeNothing) {
+    OperationJournal journal(path, fixedClock());
     const auto ops = makeBatch(2);
     journal.prepare(ops);
     const JournalDocument before = journal.document();
@@ -96,16 +100,15 @@ TEST(JournalTest, RefusalsChangeNothing) {
 
     EXPECT_EQ(journal.document(), before);
     EXPECT_EQ(readFile(journal.logUrl()), logBefore);
-    OperationJournal reopened(dir / "journal.json", fixedClock());
+    OperationJournal reopened(path, fixedClock());
     EXPECT_EQ(reopened.document(), before);
 }
 
 // A batch's end and a restart keep a small log as it is, so a one-file batch never
 // rewrites the document; once the log passes its share of the document, it is folded.
-TEST(JournalTest, TheLogIsKeptAcrossBatchesAndRestartsUntilAFoldIsDue) {
-    TempDir dir;
-    auto journal = std::make_unique<OperationJournal>(dir / "journal.json", fixedClock());
-    const std::string documentBefore = readFile(dir / "journal.json");
+TEST_F(JournalTest, TheLogIsKeptAcrossBatchesAndRestartsUntilAFoldIsDue) {
+    auto journal = std::make_unique<OperationJournal>(path, fixedClock());
+    const std::string documentBefore = readFile(path);
     const auto ops = makeBatch(3);
     journal->prepare(ops);
     journal->mark(ops[0].id, OperationStatus::started);
@@ -115,27 +118,25 @@ TEST(JournalTest, TheLogIsKeptAcrossBatchesAndRestartsUntilAFoldIsDue) {
     const std::string log = readFile(journal->logUrl());
     EXPECT_FALSE(log.empty());
 
-    journal = std::make_unique<OperationJournal>(dir / "journal.json", fixedClock());
+    journal = std::make_unique<OperationJournal>(path, fixedClock());
     EXPECT_EQ(journal->document(), expected);
-    EXPECT_EQ(readFile(dir / "journal.json"), documentBefore);
+    EXPECT_EQ(readFile(path), documentBefore);
     EXPECT_EQ(readFile(journal->logUrl()), log);
     journal->mark(ops[1].id, OperationStatus::started);  // appended after what was found
-    journal = std::make_unique<OperationJournal>(dir / "journal.json", fixedClock());
+    journal = std::make_unique<OperationJournal>(path, fixedClock());
     EXPECT_EQ(journal->entry(ops[1].id)->status, OperationStatus::started);
 
     while (std::filesystem::file_size(journal->logUrl()) < OperationJournal::kFoldMinimum)
         journal->prepare(makeBatch(50));
     journal->settle();
     EXPECT_EQ(std::filesystem::file_size(journal->logUrl()), 0u);
-    EXPECT_EQ(decodeValue<JournalDocument>(parseDocument(readFile(dir / "journal.json"))), journal->document());
+    EXPECT_EQ(decodeValue<JournalDocument>(parseDocument(readFile(path))), journal->document());
 }
 
 // A missing journal begins empty at version one, and opening writes it. The fold
 // writes the document entry by entry; it must be byte for byte the form every other
 // store writes, empty or not, whatever the entries hold.
-TEST(JournalTest, FoldWritesTheStoresDocumentForm) {
-    TempDir dir;
-    const auto path = dir / "journal.json";
+TEST_F(JournalTest, FoldWritesTheStoresDocumentForm) {
     OperationJournal journal(path, fixedClock());
     EXPECT_EQ(journal.document(), JournalDocument{});
     EXPECT_EQ(journal.document().schemaVersion, 1);
@@ -178,9 +179,7 @@ TEST(JournalTest, FoldWritesTheStoresDocumentForm) {
 // the whole records before it (a torn last record was never acknowledged); a damaged
 // record with an intact one after it is acknowledged history, so the open is refused
 // and both files stay byte for byte as they were, whichever byte was hit.
-TEST(JournalTest, TornLastRecordIsDroppedAndAnyOtherDamageIsRefused) {
-    TempDir dir;
-    const auto path = dir / "journal.json";
+TEST_F(JournalTest, TornLastRecordIsDroppedAndAnyOtherDamageIsRefused) {
     std::string document;
     std::vector<JournalDocument> states;  // the document after k records
     std::vector<std::uintmax_t> starts;   // where record k begins; the last is the log's size
@@ -244,9 +243,7 @@ TEST(JournalTest, TornLastRecordIsDroppedAndAnyOtherDamageIsRefused) {
 // already holds (the fold wrote it, the log was not yet emptied) are not applied
 // twice, and a log holding only a torn record is replaced with an empty one at the
 // open, so that appends do not go after the torn bytes (reading stops there).
-TEST(JournalTest, LeftoverLogsAreHarmless) {
-    TempDir dir;
-    const auto path = dir / "journal.json";
+TEST_F(JournalTest, LeftoverLogsAreHarmless) {
     const auto ops = makeBatch(2);
     JournalDocument expected;
     std::string log;
@@ -275,9 +272,7 @@ TEST(JournalTest, LeftoverLogsAreHarmless) {
 
 // Files the journal cannot trust are refused, and both stay byte for byte as they
 // were (no log is made beside a document of an unknown version).
-TEST(JournalTest, UntrustworthyFilesAreRefusedAndLeftAsTheyWere) {
-    TempDir dir;
-    const auto path = dir / "journal.json";
+TEST_F(JournalTest, UntrustworthyFilesAreRefusedAndLeftAsTheyWere) {
     const auto ops = makeBatch(1);
     JournalDocument doubled;
     std::string markLog;
@@ -333,12 +328,11 @@ struct FaultyCalls {
 // Fails each sync of a batch in turn. The failing call reports the error, the journal
 // then refuses to record anything (so the failed sync is never retried into a success),
 // and a reopened journal holds every acknowledged record.
-TEST(JournalTest, FailedSyncIsReportedAndNeverRetriedIntoSuccess) {
+TEST_F(JournalTest, FailedSyncIsReportedAndNeverRetriedIntoSuccess) {
     const int kSteps = 7;  // one prepare and six marks
     for (int failing = 1; failing <= kSteps; ++failing) {
         SCOPED_TRACE("failing sync " + std::to_string(failing));
-        TempDir dir;
-        const auto path = dir / "journal.json";
+        std::filesystem::remove_all(dir.path()), std::filesystem::create_directory(dir.path());
         FaultyCalls faults;
         faults.failFsyncAt = failing;
         JournalDocument acknowledged;
@@ -387,9 +381,7 @@ TEST(JournalTest, FailedSyncIsReportedAndNeverRetriedIntoSuccess) {
 // A completed mark may wait for the next record's sync: it is written at once (a
 // crashed process leaves it on disk), costs no sync of its own, and the next mark or
 // the fold makes it durable.
-TEST(JournalTest, DeferredMarkRidesOnTheNextSync) {
-    TempDir dir;
-    const auto path = dir / "journal.json";
+TEST_F(JournalTest, DeferredMarkRidesOnTheNextSync) {
     FaultyCalls faults;
     OperationJournal journal(path, fixedClock(), faults.calls());
     const auto ops = makeBatch(2);
@@ -412,9 +404,7 @@ TEST(JournalTest, DeferredMarkRidesOnTheNextSync) {
     EXPECT_EQ(reopened.entry(ops[1].id)->status, OperationStatus::completed);
 }
 
-TEST(JournalTest, CheckpointRecoversAfterAFailedAppend) {
-    TempDir dir;
-    const auto path = dir / "journal.json";
+TEST_F(JournalTest, CheckpointRecoversAfterAFailedAppend) {
     FaultyCalls faults;
     faults.failWriteAt = 2;  // the first mark is cut in half by a full disk
     const auto ops = makeBatch(2);
@@ -434,9 +424,7 @@ TEST(JournalTest, CheckpointRecoversAfterAFailedAppend) {
 
 // A checkpoint that fails half-way must not leave marks going to a log that is no
 // longer at its path.
-TEST(JournalTest, FailedCheckpointStopsRecordingUntilOneSucceeds) {
-    TempDir dir;
-    const auto path = dir / "journal.json";
+TEST_F(JournalTest, FailedCheckpointStopsRecordingUntilOneSucceeds) {
     const auto ops = makeBatch(1);
     {
         OperationJournal journal(path, fixedClock());
