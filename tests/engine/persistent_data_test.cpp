@@ -66,6 +66,7 @@ TEST(PersistentDataTest, UnreadableStoresStopStartUpAndAreLeftAsTheyWere) {
                                  "Unsupported or invalid settings store. Restore a valid backup; file "
                                  "operations are disabled.";
     const std::string studio = failed + "Unsupported or invalid Studio data. Restore a valid backup.";
+    const std::string v1 = R"({"schemaVersion": 1, )";
     const struct {
         const char* file;
         std::string content;
@@ -75,18 +76,13 @@ TEST(PersistentDataTest, UnreadableStoresStopStartUpAndAreLeftAsTheyWere) {
         {"state.json", formatDocument(encodeValue(inverted)), settings},
         {"state.json", "{\"schemaVersion\": 1}", failed + "The data could not be read…"},
         {"deferred-names.json", "{broken", failed + "…"},
-        {"studio.json", "{\"schemaVersion\": 1, \"projects\": {", failed + "The data could not be read…"},
-        {"studio.json", "{\"schemaVersion\": 2}", studio},
-        {"studio.json", "{\"schemaVersion\": 1, \"projects\": []}", studio},
-        {"studio.json", "{\"schemaVersion\": 1, \"projects\": {\"A\": {\"references\": [{\"path\": \"rel/x.png\"}]}}}",
-         studio},
-        {"studio.json",
-         "{\"schemaVersion\": 1, \"projects\": {\"A\": {\"filters\": [{\"name\": \"a\", \"kind\": \"video\"}]}}}",
-         studio},
-        {"studio.json",
-         "{\"schemaVersion\": 1, \"projects\": {\"A\": {\"filters\": [{\"name\": \"a\"}, {\"name\": \"a\"}]}}}",
-         studio},
-        {"studio.json", "{\"schemaVersion\": 1, \"lastOpenedProject\": 7}", studio},
+        {"studio.json", v1 + R"("projects": {)", failed + "The data could not be read…"},
+        {"studio.json", R"({"schemaVersion": 2})", studio},
+        {"studio.json", v1 + R"("projects": []})", studio},
+        {"studio.json", v1 + R"("projects": {"A": {"references": [{"path": "rel/x.png"}]}}})", studio},
+        {"studio.json", v1 + R"("projects": {"A": {"filters": [{"name": "a", "kind": "video"}]}}})", studio},
+        {"studio.json", v1 + R"("projects": {"A": {"filters": [{"name": "a"}, {"name": "a"}]}}})", studio},
+        {"studio.json", v1 + R"("lastOpenedProject": 7})", studio},
     };
     for (const auto& c : cases) {
         TempDir dir;
