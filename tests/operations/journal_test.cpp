@@ -404,10 +404,14 @@ TEST_F(JournalTest, DeferredMarkRidesOnTheNextSync) {
     EXPECT_EQ(reopened.entry(ops[1].id)->status, OperationStatus::completed);
 }
 
-TEST_F(JournalTest, CheckpointRecoversAfterAFailedAppend) {
+// After an append cut short by a full disk, or a checkpoint that failed half-way
+// (which must not leave marks going to a log no longer at its path), nothing is
+// recorded until a checkpoint succeeds; then recording goes on from what was
+// acknowledged.
+TEST_F(JournalTest, AFailedAppendOrCheckpointStopsRecordingUntilACheckpointSucceeds) {
     FaultyCalls faults;
     faults.failWriteAt = 2;  // the first mark is cut in half by a full disk
-    const auto ops = makeBatch(2);
+    const auto ops = makeBatch(3);
     {
         OperationJournal journal(path, fixedClock(), faults.calls());
         journal.prepare(ops);
@@ -415,32 +419,22 @@ TEST_F(JournalTest, CheckpointRecoversAfterAFailedAppend) {
         EXPECT_EQ(journal.entry(ops[0].id)->status, OperationStatus::planned);
         journal.checkpoint();  // the document as acknowledged, and a fresh log
         journal.mark(ops[1].id, OperationStatus::started);
-    }
-    OperationJournal reopened(path, fixedClock());
-    EXPECT_EQ(reopened.entry(ops[0].id)->status, OperationStatus::planned);
-    EXPECT_EQ(reopened.entry(ops[1].id)->status, OperationStatus::started);
-    EXPECT_TRUE(reopened.isConsistent());
-}
 
-// A checkpoint that fails half-way must not leave marks going to a log that is no
-// longer at its path.
-TEST_F(JournalTest, FailedCheckpointStopsRecordingUntilOneSucceeds) {
-    const auto ops = makeBatch(1);
-    {
-        OperationJournal journal(path, fixedClock());
-        journal.prepare(ops);
         // A folder where the fresh log should go makes the second step of the fold fail.
         std::filesystem::remove(journal.logUrl());
         std::filesystem::create_directory(journal.logUrl());
         EXPECT_ANY_THROW(journal.checkpoint());
-        EXPECT_EQ(refusalOf([&] { journal.mark(ops[0].id, OperationStatus::started); }),
+        EXPECT_EQ(refusalOf([&] { journal.mark(ops[2].id, OperationStatus::started); }),
                   "The journal could not be made durable. Nothing more is recorded until it is written again.");
         std::filesystem::remove(journal.logUrl());
         journal.checkpoint();
-        journal.mark(ops[0].id, OperationStatus::started);
+        journal.mark(ops[2].id, OperationStatus::started);
     }
     OperationJournal reopened(path, fixedClock());
-    EXPECT_EQ(reopened.entry(ops[0].id)->status, OperationStatus::started);
+    EXPECT_EQ(reopened.entry(ops[0].id)->status, OperationStatus::planned);
+    EXPECT_EQ(reopened.entry(ops[1].id)->status, OperationStatus::started);
+    EXPECT_EQ(reopened.entry(ops[2].id)->status, OperationStatus::started);
+    EXPECT_TRUE(reopened.isConsistent());
 }
 
 }  // namespace
