@@ -1,12 +1,13 @@
 // Start-up of the stores: which failures stop the engine, which only disable a
 // feature, and that nothing unreadable is ever written over.
+#include "engine/persistent_data.h"
+
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <system_error>
 
 #include "app/application_lock.h"
-#include "engine/persistent_data.h"
 #include "model/kelo_error.h"
 #include "support/temp_dir.h"
 
@@ -50,8 +51,8 @@ TEST(PersistentDataTest, FirstStartLoadsDefaultsAndWritesNoStore) {
     EXPECT_FALSE(data.zipCleanupLedger);
     EXPECT_FALSE(data.aiStorageIssue);
     EXPECT_TRUE(std::filesystem::is_directory(dir / "tmp"));
-    for (const char* name : {"state.json", "journal.json", "online-ai.json", "zip-cleanup.json", "studio.json",
-                             "deferred-names.json"})
+    for (const char* name :
+         {"state.json", "journal.json", "online-ai.json", "zip-cleanup.json", "studio.json", "deferred-names.json"})
         EXPECT_FALSE(std::filesystem::exists(dir / name)) << name;
 }
 
@@ -61,8 +62,11 @@ TEST(PersistentDataTest, UnreadableStoresStopStartUpAndAreLeftAsTheyWere) {
     future.schemaVersion = 2;
     inverted.settings.thresholds = {50, 60};
     const std::string failed = "Persistent data could not be loaded. File operations are disabled. ";
-    const std::string settings = failed + "Unsupported or invalid settings store. Restore a valid backup; file "
-                                          "operations are disabled.";
+    const std::string settings = failed +
+                                 "Unsupported or invalid settings store. Restore a valid backup; file "
+                                 "operations are disabled.";
+    const std::string studio = failed + "Unsupported or invalid Studio data. Restore a valid backup.";
+    const std::string v1 = R"({"schemaVersion": 1, )";
     const struct {
         const char* file;
         std::string content;
@@ -72,7 +76,13 @@ TEST(PersistentDataTest, UnreadableStoresStopStartUpAndAreLeftAsTheyWere) {
         {"state.json", formatDocument(encodeValue(inverted)), settings},
         {"state.json", "{\"schemaVersion\": 1}", failed + "The data could not be read…"},
         {"deferred-names.json", "{broken", failed + "…"},
-        {"studio.json", "{\"schemaVersion\": 2}", failed + "Unsupported or invalid Studio data. Restore a valid backup."},
+        {"studio.json", v1 + R"("projects": {)", failed + "The data could not be read…"},
+        {"studio.json", R"({"schemaVersion": 2})", studio},
+        {"studio.json", v1 + R"("projects": []})", studio},
+        {"studio.json", v1 + R"("projects": {"A": {"references": [{"path": "rel/x.png"}]}}})", studio},
+        {"studio.json", v1 + R"("projects": {"A": {"filters": [{"name": "a", "kind": "video"}]}}})", studio},
+        {"studio.json", v1 + R"("projects": {"A": {"filters": [{"name": "a"}, {"name": "a"}]}}})", studio},
+        {"studio.json", v1 + R"("lastOpenedProject": 7})", studio},
     };
     for (const auto& c : cases) {
         TempDir dir;
@@ -89,13 +99,12 @@ TEST(PersistentDataTest, UnreadableStoresStopStartUpAndAreLeftAsTheyWere) {
     TempDir dir;
     writeValidPair(dir.path());
     std::filesystem::remove(dir / "journal.json");
-    EXPECT_EQ(fatalError(dir.path()), failed + "The operation journal is missing. File operations are disabled. "
-                                                "Restore the matching journal backup.");
+    EXPECT_EQ(fatalError(dir.path()), failed +
+                                          "The operation journal is missing. File operations are disabled. "
+                                          "Restore the matching journal backup.");
     std::filesystem::remove(dir / "state.json");
     writeFile(dir / "journal.json", "{}");
     EXPECT_EQ(fatalError(dir.path()), "");
-    writeFile(dir / "studio.json", "{\"schemaVersion\": 1, \"pinned\": [\"a\"]}");
-    EXPECT_EQ(loadPersistentData(dir.path()).studio.workspace["pinned"][0], "a");
 }
 
 TEST(PersistentDataTest, GarbledOnlineAIDataOnlyDisablesAIAndIsNotWrittenOver) {
@@ -103,8 +112,9 @@ TEST(PersistentDataTest, GarbledOnlineAIDataOnlyDisablesAIAndIsNotWrittenOver) {
     for (const std::string& garbled : {std::string("not json"), std::string("{\"schemaVersion\": 1}")}) {
         writeFile(dir / "online-ai.json", garbled);
         PersistentData data = loadPersistentData(dir.path());
-        EXPECT_EQ(data.aiStorageIssue, "Online AI data unavailable. Restore online-ai.json from backup. File "
-                                       "organization remains available.");
+        EXPECT_EQ(data.aiStorageIssue,
+                  "Online AI data unavailable. Restore online-ai.json from backup. File "
+                  "organization remains available.");
         AIState fresh;
         fresh.configuration.revision = data.ai.configuration.revision;
         EXPECT_EQ(data.ai, fresh);

@@ -1,6 +1,6 @@
-// Project commands end to end on real temporary folders: new projects and their
-// folders, aliases, archiving, trashing a job folder and name suggestions, checking
-// the disk, the state a restarted engine reads, and the snapshot.
+// Project commands through the engine: new projects and their folders, aliases,
+// archiving, trashing a job folder and name suggestions, checking the disk and the
+// snapshot. The folder rules themselves are the operations layer's tests.
 #include "engine/project_commands.h"
 
 #include <gtest/gtest.h>
@@ -23,63 +23,51 @@ protected:
     void SetUp() override { makeFolders({"Hydro Cafe", "Lotus Spa/Export"}); }
 };
 
-TEST_F(ProjectCommandsTest, NewProjectCreatesItsFolderWithCategoryFoldersEvenUnderDryRun) {
-    auto engine = startWithFolders();
-    ASSERT_TRUE(engine->state().settings.dryRun);  // a new state starts in dry run
-
-    const SnapshotPtr snapshot = ProjectCommands::newProject(*engine, "  Moon Bakery ");
-    const fs::path folder = home / "Moon Bakery";
-    for (const char* category : {"Working", "Export", "Assets", "Reference"})
-        EXPECT_TRUE(fs::is_directory(folder / category)) << category;
-    const Project* project = projectNamed(*snapshot->state, "Moon Bakery");
-    ASSERT_NE(project, nullptr);
-    EXPECT_EQ(project->destinationFolder, folder);
-    EXPECT_EQ(project->status, ProjectStatus::active);
-    EXPECT_EQ(snapshot->messages,
-              (std::vector<std::string>{"Created the project Moon Bakery at " + folder.string() + "."}));
-
-    // Saved, and a later scan does not discover the folder a second time.
-    const Uuid id = project->id;
-    engine.reset();
-    auto restarted = start();
-    const SnapshotPtr again = restarted->scan();
-    ASSERT_NE(projectNamed(*again->state, "Moon Bakery"), nullptr);
-    EXPECT_EQ(projectNamed(*again->state, "Moon Bakery")->id, id);
-    EXPECT_EQ(again->state->projects.size(), 3u);
-}
-
-TEST_F(ProjectCommandsTest, NewProjectRefusals) {
+TEST_F(ProjectCommandsTest, NewProjectMakesItsFoldersEvenUnderDryRunAndRefusesWhatItCannotMake) {
     auto engine = start();
     engine->addGrant(inbox, FolderGrant::Role::watch);
     EXPECT_EQ(refusal([&] { ProjectCommands::newProject(*engine, "Moon"); }),
               "Approve a project home first. No project was created.");
-
     engine->addGrant(home, FolderGrant::Role::projectHome);
-    EXPECT_EQ(refusal([&] { ProjectCommands::newProject(*engine, "hydro café"); }),
-              "A project called Hydro Cafe already exists. No project was created.");
-    EXPECT_EQ(refusal([&] { ProjectCommands::newProject(*engine, "a:b"); }),
-              "\"a:b\" cannot be a folder name. No project was created.");
-    EXPECT_EQ(refusal([&] { ProjectCommands::newProject(*engine, "   "); }),
-              "\"\" cannot be a folder name. No project was created.");
+    ASSERT_TRUE(engine->state().settings.dryRun);  // a new state starts in dry run
+
+    const SnapshotPtr snapshot = ProjectCommands::newProject(*engine, "  Moon Bakery ");
+    const fs::path folder = home / "Moon Bakery";
+    EXPECT_TRUE(fs::is_directory(folder / "Reference"));
+    const Project* project = projectNamed(*snapshot->state, "Moon Bakery");
+    ASSERT_NE(project, nullptr);
+    EXPECT_EQ(project->destinationFolder, folder);
+    EXPECT_EQ(snapshot->messages,
+              (std::vector<std::string>{"Created the project Moon Bakery at " + folder.string() + "."}));
+    // A later scan does not discover the folder a second time.
+    const Uuid id = project->id;
+    const SnapshotPtr again = engine->scan();
+    EXPECT_EQ(projectNamed(*again->state, "Moon Bakery")->id, id);
+    EXPECT_EQ(again->state->projects.size(), 3u);
+
     writeFile(home / "Notes", "a file where the folder would go");
-    EXPECT_EQ(refusal([&] { ProjectCommands::newProject(*engine, "Notes"); }),
-              (home / "Notes").string() + " already exists. No project was created.");
+    const std::pair<const char*, std::string> refused[] = {
+        {"hydro café", "A project called Hydro Cafe already exists. No project was created."},
+        {"a:b", "\"a:b\" cannot be a folder name. No project was created."},
+        {"   ", "\"\" cannot be a folder name. No project was created."},
+        {"Notes", (home / "Notes").string() + " already exists. No project was created."},
+    };
+    for (const auto& [name, text] : refused)
+        EXPECT_EQ(refusal([&] { ProjectCommands::newProject(*engine, name); }), text);
     EXPECT_EQ(readFile(home / "Notes"), "a file where the folder would go");
-    EXPECT_EQ(engine->state().projects.size(), 2u);
+    EXPECT_EQ(engine->state().projects.size(), 3u);
 }
 
-TEST_F(ProjectCommandsTest, AliasesChangeWhatMatchesAndAreSaved) {
+TEST_F(ProjectCommandsTest, AliasesChangeWhatMatches) {
     writeFile(inbox / "mimosa menu.psd", "psd");
     auto engine = startWithFolders();
-    const auto before = classificationNamed(*engine->snapshot(), "mimosa menu.psd");
-    EXPECT_EQ(before.candidates.front().score, 0);
+    EXPECT_EQ(classificationNamed(*engine->snapshot(), "mimosa menu.psd").candidates.front().score, 0);
 
     const SnapshotPtr added = ProjectCommands::addAlias(*engine, "hydro cafe", "Mimosa");
     EXPECT_EQ(added->messages, (std::vector<std::string>{"Added the alias Mimosa to Hydro Cafe."}));
     const auto& after = classificationNamed(*added, "mimosa menu.psd");
     EXPECT_EQ(after.candidates.front().projectID, projectNamed(*added->state, "Hydro Cafe")->id);
     EXPECT_EQ(after.candidates.front().signals.front().reason, "Alias: Mimosa");
-    EXPECT_EQ(after.candidates.front().signals.front().points, 72);
 
     EXPECT_EQ(refusal([&] { ProjectCommands::addAlias(*engine, "Lotus Spa", "MIMOSA"); }),
               "Mimosa already names the project Hydro Cafe. Nothing changed.");
@@ -87,8 +75,6 @@ TEST_F(ProjectCommandsTest, AliasesChangeWhatMatchesAndAreSaved) {
               "A project called Hydro Cafe already exists. Nothing changed.");
     EXPECT_EQ(refusal([&] { ProjectCommands::removeAlias(*engine, "Lotus Spa", "Mimosa"); }),
               "Mimosa is not an alias of Lotus Spa. Nothing changed.");
-
-    EXPECT_EQ(projectNamed(engine->state(), "Hydro Cafe")->aliases, (std::vector<std::string>{"Mimosa"}));
     const SnapshotPtr removed = ProjectCommands::removeAlias(*engine, "Hydro Cafe", "mimosa");
     EXPECT_TRUE(projectNamed(*removed->state, "Hydro Cafe")->aliases.empty());
     EXPECT_EQ(classificationNamed(*removed, "mimosa menu.psd").candidates.front().score, 0);
@@ -98,9 +84,7 @@ TEST_F(ProjectCommandsTest, ArchiveKeepsAConfirmedFileFromBeingReady) {
     writeFile(inbox / "hydro cafe post.psd", "psd");
     auto engine = startWithFolders();
     LearningCommands::feedback(*engine, inbox / "hydro cafe post.psd", "Hydro Cafe", true);
-    const auto& confirmed = classificationNamed(*engine->snapshot(), "hydro cafe post.psd");
-    ASSERT_EQ(confirmed.candidates.front().score, 100);
-    EXPECT_EQ(confirmed.state, ConfidenceState::ready);
+    ASSERT_EQ(classificationNamed(*engine->snapshot(), "hydro cafe post.psd").state, ConfidenceState::ready);
 
     const SnapshotPtr archived = ProjectCommands::archiveProject(*engine, "Hydro Cafe");
     EXPECT_EQ(projectNamed(*archived->state, "Hydro Cafe")->status, ProjectStatus::archived);
@@ -109,30 +93,11 @@ TEST_F(ProjectCommandsTest, ArchiveKeepsAConfirmedFileFromBeingReady) {
     EXPECT_EQ(capped.state, ConfidenceState::probably);
     EXPECT_EQ(refusal([&] { ProjectCommands::archiveProject(*engine, "Hydro Cafe"); }),
               "Hydro Cafe is already archived. Nothing changed.");
-    EXPECT_TRUE(fs::is_directory(home / "Hydro Cafe"));
 
     const SnapshotPtr reopened = ProjectCommands::reopenProject(*engine, "Hydro Cafe");
     EXPECT_EQ(classificationNamed(*reopened, "hydro cafe post.psd").state, ConfidenceState::ready);
     EXPECT_EQ(refusal([&] { ProjectCommands::reopenProject(*engine, "Lotus Spa"); }),
               "Lotus Spa is not archived. Nothing changed.");
-}
-
-TEST_F(ProjectCommandsTest, TrashProjectRefusesTheHomeRootAndNestedFolders) {
-    auto engine = startWithFolders();
-    AppState next = engine->state();
-    next.projects.push_back(Project::make("Root", home));
-    fs::create_directories(home / "Lotus Spa" / "Sub Job");
-    next.projects.push_back(Project::make("Sub Job", home / "Lotus Spa" / "Sub Job"));
-    engine->commitState(next);
-    setDryRun(*engine, false);
-
-    const std::string notDirect =
-        "Chỉ xóa thư mục job trực tiếp trong thư mục dự án đã cấp quyền; không xóa thư mục gốc.";
-    EXPECT_EQ(refusal([&] { ProjectCommands::trashProject(*engine, "Root"); }), notDirect);
-    EXPECT_EQ(refusal([&] { ProjectCommands::trashProject(*engine, "Sub Job"); }), notDirect);
-    EXPECT_TRUE(fs::is_directory(home / "Lotus Spa" / "Sub Job"));
-    EXPECT_FALSE(fs::exists(trashHome / "Trash" / "files"));
-    EXPECT_EQ(engine->state().projects.size(), 4u);
 }
 
 TEST_F(ProjectCommandsTest, TrashProjectMovesTheJobFolderAndForgetsTheProject) {
@@ -141,29 +106,30 @@ TEST_F(ProjectCommandsTest, TrashProjectMovesTheJobFolderAndForgetsTheProject) {
     auto engine = startWithFolders();
     LearningCommands::feedback(*engine, inbox / "spa flyer.pdf", "Lotus Spa", true);
 
-    // Dry run reports and leaves everything as it was.
     const SnapshotPtr simulated = ProjectCommands::trashProject(*engine, "Lotus Spa");
     EXPECT_EQ(simulated->messages,
               (std::vector<std::string>{"Would move the folder of Lotus Spa (" + (home / "Lotus Spa").string() +
                                         ") to the Trash. " + std::string(kDryRunMessage)}));
     EXPECT_TRUE(fs::exists(home / "Lotus Spa" / "Export" / "logo.png"));
-    EXPECT_NE(projectNamed(engine->state(), "Lotus Spa"), nullptr);
 
+    // The folder rules are checked before anything moves.
     setDryRun(*engine, false);
+    AppState next = engine->state();
+    next.projects.push_back(Project::make("Root", home));
+    engine->commitState(next);
+    EXPECT_EQ(refusal([&] { ProjectCommands::trashProject(*engine, "Root"); }),
+              "Chỉ xóa thư mục job trực tiếp trong thư mục dự án đã cấp quyền; không xóa thư mục gốc.");
+    EXPECT_FALSE(fs::exists(trashHome / "Trash" / "files"));
+
     const SnapshotPtr trashed = ProjectCommands::trashProject(*engine, "Lotus Spa");
     const fs::path inTrash = trashHome / "Trash" / "files" / "Lotus Spa";
     EXPECT_FALSE(fs::exists(home / "Lotus Spa"));
     EXPECT_EQ(readFile(inTrash / "Export" / "logo.png"), "png");
-    EXPECT_TRUE(fs::exists(trashHome / "Trash" / "info" / "Lotus Spa.trashinfo"));
-    ASSERT_FALSE(trashed->messages.empty());
-    EXPECT_EQ(trashed->messages[0], "Moved the folder of Lotus Spa to the Trash: " + inTrash.string());
+    EXPECT_EQ(trashed->messages.at(0), "Moved the folder of Lotus Spa to the Trash: " + inTrash.string());
     EXPECT_EQ(projectNamed(*trashed->state, "Lotus Spa"), nullptr);
     EXPECT_TRUE(trashed->state->assignments.empty());
-    EXPECT_TRUE(fs::exists(inbox / "spa flyer.pdf"));
-
     engine->scan();  // the folder is gone: not discovered again
     EXPECT_EQ(projectNamed(engine->state(), "Lotus Spa"), nullptr);
-    EXPECT_EQ(engine->state().projects.size(), 1u);
 }
 
 TEST_F(ProjectCommandsTest, DeferredSuggestionsStayDeferredAfterARestartAndAcceptedOnesBecomeProjects) {
@@ -177,17 +143,13 @@ TEST_F(ProjectCommandsTest, DeferredSuggestionsStayDeferredAfterARestartAndAccep
         return out;
     };
     ASSERT_EQ(tokens(*engine->snapshot()), (std::vector<std::string>{"kiwi", "mango"}));
-
-    const SnapshotPtr deferred = ProjectCommands::deferNameSuggestion(*engine, "Mango");
-    EXPECT_EQ(tokens(*deferred), (std::vector<std::string>{"kiwi"}));
-    EXPECT_NE(readFile(data / "deferred-names.json").find("\"mango\""), std::string::npos);
+    EXPECT_EQ(tokens(*ProjectCommands::deferNameSuggestion(*engine, "Mango")), (std::vector<std::string>{"kiwi"}));
     EXPECT_EQ(refusal([&] { ProjectCommands::deferNameSuggestion(*engine, "mango"); }),
               "No project name is suggested for mango. Nothing changed.");
 
     engine.reset();
     engine = start();
     EXPECT_EQ(tokens(*engine->scan()), (std::vector<std::string>{"kiwi"}));
-
     const SnapshotPtr accepted = ProjectCommands::acceptNameSuggestion(*engine, "kiwi");
     const Project* kiwi = projectNamed(*accepted->state, "Kiwi");
     ASSERT_NE(kiwi, nullptr);

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <map>
 #include <memory>
 #include <set>
@@ -123,6 +124,12 @@ struct Scenario {
     }
 };
 
-std::set<std::string> readCompleted(const fs::path& file);
+// The ids a batch reported as completed, one a line in `file`.
+inline std::set<std::string> readCompleted(const fs::path& file) {
+    std::set<std::string> ids;
+    std::ifstream in(file);
+    for (std::string line; std::getline(in, line);) ids.insert(line);
+    return ids;
+}
 
 }  // namespace kelo::testing

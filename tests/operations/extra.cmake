@@ -1,5 +1,3 @@
-target_sources(${folder}_tests PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/operations/batch_scenario.cpp)
-
 # The program the fault harness runs under strace: one batch, nothing else.
 add_executable(kelo_fault_batch ${CMAKE_CURRENT_SOURCE_DIR}/operations/fault_batch_main.cpp)
 target_link_libraries(kelo_fault_batch PRIVATE kelo_core)

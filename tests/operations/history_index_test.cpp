@@ -27,6 +27,8 @@ struct JournalBuilder {
     }
 };
 
+// A batch is counted without its folder creations; one skipped whole at preview
+// has nothing to undo.
 TEST(HistoryIndexTest, CountsABatchAndLeavesFolderCreationsOut) {
     EXPECT_TRUE(HistoryIndex::build({}).empty());
     JournalBuilder journal;
@@ -37,28 +39,21 @@ TEST(HistoryIndexTest, CountsABatchAndLeavesFolderCreationsOut) {
     journal.add(batch, OperationType::rename, OperationStatus::failed, OperationOutcome::failed);
     journal.add(batch, OperationType::move, OperationStatus::failed, OperationOutcome::skipped);
     journal.add(batch, OperationType::move, OperationStatus::started);  // interrupted: listed, counted nowhere
+    const Uuid skippedBatch = Uuid::random();
+    journal.add(skippedBatch, OperationType::move, OperationStatus::failed, OperationOutcome::skipped);
+    journal.add(skippedBatch, OperationType::rename, OperationStatus::failed, OperationOutcome::skipped);
 
     const auto history = HistoryIndex::build(journal.entries);
-    ASSERT_EQ(history.size(), 1u);
-    const HistoryBatch& b = history[0];
+    ASSERT_EQ(history.size(), 2u);
+    EXPECT_EQ((std::vector{history[0].skipped, history[0].failed}), (std::vector{2, 0}));
+    EXPECT_FALSE(history[0].canUndo);
+    const HistoryBatch& b = history[1];
     EXPECT_EQ(b.id, batch);
     EXPECT_EQ(b.indices, (std::vector<std::size_t>{1, 2, 3, 4, 5}));
     EXPECT_EQ(b.date, Date{101});  // the oldest counted entry, not the folder creation
     EXPECT_EQ((std::vector{b.moved, b.renamed, b.failed, b.skipped, b.undone}), (std::vector{2, 0, 1, 1, 0}));
     EXPECT_TRUE(b.canUndo);
     EXPECT_EQ(b.names, (std::vector<std::string>{"f1", "f2", "f3"}));  // the first three, oldest first
-}
-
-TEST(HistoryIndexTest, BatchSkippedAtPreviewCannotBeUndone) {
-    JournalBuilder journal;
-    const Uuid batch = Uuid::random();
-    journal.add(batch, OperationType::move, OperationStatus::failed, OperationOutcome::skipped);
-    journal.add(batch, OperationType::rename, OperationStatus::failed, OperationOutcome::skipped);
-    const auto history = HistoryIndex::build(journal.entries);
-    ASSERT_EQ(history.size(), 1u);
-    EXPECT_EQ(history[0].skipped, 2);
-    EXPECT_EQ(history[0].failed, 0);
-    EXPECT_FALSE(history[0].canUndo);
 }
 
 // After an undo run, the first batch counts its entries as undone and offers no undo;

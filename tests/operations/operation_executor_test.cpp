@@ -40,7 +40,9 @@ protected:
     }
 
     // Hides the scenario's own plan, which has no operations here.
-    OperationPlan plan(std::vector<PlannedOperation> operations) { return {Uuid::random(), now, std::move(operations)}; }
+    OperationPlan plan(std::vector<PlannedOperation> operations) {
+        return {Uuid::random(), now, std::move(operations)};
+    }
 
     static const JournalEntry& entryOf(const OperationExecutor& executor, const Uuid& id) {
         const JournalEntry* entry = executor.journal().entry(id);
@@ -61,43 +63,35 @@ TEST_F(OperationExecutorTest, DryRunReportsEverythingSkippedAndChangesNothing) {
     const BatchResult result = executor->execute(p, scope, true);
     EXPECT_TRUE(result.completed.empty());
     EXPECT_EQ(result.skipped.at(p.operations[0].id), "Mô phỏng: chưa thay đổi tệp.");
-    EXPECT_EQ(result.skipped.at(p.operations[1].id),
-              "Name conflict: b.psd already exists. Nothing was overwritten.");
+    EXPECT_EQ(result.skipped.at(p.operations[1].id), "Name conflict: b.psd already exists. Nothing was overwritten.");
     EXPECT_EQ(result.summary(), "0 completed, 2 skipped, 0 failed. 0 overwritten.");
     EXPECT_TRUE(fs::exists(a));
     EXPECT_FALSE(fs::exists(project / "Working" / "a.psd"));
     EXPECT_TRUE(executor->journal().document().entries.empty());
 }
 
-TEST_F(OperationExecutorTest, ASharedDestinationSkipsTheSecondAndRunsTheFirst) {
-    auto executor = makeExecutor();
-    const Uuid batch = Uuid::random();
-    const auto a = inboxFile("a.png");
-    writeFile(dir / "Inbox2" / "a.png", "other");
-    AccessScope wider{{inbox, dir / "Inbox2"}, {home}};
-    const OperationPlan p = plan({move(a, project / "a.png", batch), move(dir / "Inbox2" / "a.png", project / "a.png", batch)});
-    const BatchResult result = executor->execute(p, wider, false);
-    EXPECT_EQ(result.completed, std::vector<Uuid>{p.operations[0].id});
-    EXPECT_EQ(result.skipped.at(p.operations[1].id), "Two files share a destination in this batch.");
-    EXPECT_EQ(readFile(project / "a.png"), "content of a.png");
-    EXPECT_EQ(readFile(dir / "Inbox2" / "a.png"), "other");
-    const JournalEntry& skipped = entryOf(*executor, p.operations[1].id);
-    EXPECT_EQ(skipped.status, OperationStatus::failed);
-    EXPECT_EQ(skipped.outcome, OperationOutcome::skipped);
-}
-
-TEST_F(OperationExecutorTest, ChangedSourceFailsAndTheRestOfTheBatchGoesOn) {
+// A second file bound for a taken destination and a file changed since planning are
+// skipped, journaled as skipped, and the rest of the batch goes on.
+TEST_F(OperationExecutorTest, SkippedOperationsAreJournaledAndTheRestOfTheBatchGoesOn) {
     auto executor = makeExecutor();
     const Uuid batch = Uuid::random();
     const auto a = inboxFile("a.png");
     const auto b = inboxFile("b.png");
-    OperationPlan p = plan({move(a, project / "a.png", batch), move(b, project / "b.png", batch)});
-    writeFile(a, "rewritten after the plan was made");
-    const BatchResult result = executor->execute(p, scope, false);
-    EXPECT_EQ(result.skipped.at(p.operations[0].id),
-              "Source changed since the plan was created. File left untouched.");
+    writeFile(dir / "Inbox2" / "a.png", "other");
+    AccessScope wider{{inbox, dir / "Inbox2"}, {home}};
+    const OperationPlan p = plan({move(b, project / "b.png", batch), move(a, project / "a.png", batch),
+                                  move(dir / "Inbox2" / "a.png", project / "a.png", batch)});
+    writeFile(b, "rewritten after the plan was made");
+    const BatchResult result = executor->execute(p, wider, false);
     EXPECT_EQ(result.completed, std::vector<Uuid>{p.operations[1].id});
-    EXPECT_EQ(readFile(a), "rewritten after the plan was made");
+    EXPECT_EQ(result.skipped.at(p.operations[0].id), "Source changed since the plan was created. File left untouched.");
+    EXPECT_EQ(result.skipped.at(p.operations[2].id), "Two files share a destination in this batch.");
+    EXPECT_EQ(readFile(project / "a.png"), "content of a.png");
+    EXPECT_EQ(readFile(dir / "Inbox2" / "a.png"), "other");
+    EXPECT_EQ(readFile(b), "rewritten after the plan was made");
+    const JournalEntry& skipped = entryOf(*executor, p.operations[2].id);
+    EXPECT_EQ(skipped.status, OperationStatus::failed);
+    EXPECT_EQ(skipped.outcome, OperationOutcome::skipped);
 }
 
 TEST_F(OperationExecutorTest, UndoRestoresAndASecondUndoNoLongerMatches) {
@@ -190,7 +184,8 @@ TEST_F(OperationExecutorTest, AFailedSyncAfterTheMoveStopsTheBatchAndRecoveryCom
     const auto a = inboxFile("a.png");
     const auto b = inboxFile("b.png");
     const Uuid batch = Uuid::random();
-    OperationPlan p = plan({move(a, project / "Export" / "a.png", batch), move(b, project / "Export" / "b.png", batch)});
+    OperationPlan p =
+        plan({move(a, project / "Export" / "a.png", batch), move(b, project / "Export" / "b.png", batch)});
     {
         auto executor = makeExecutor(failingSync);
         syncs = 2;  // the next sync (the first after the rename) fails

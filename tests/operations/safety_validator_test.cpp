@@ -106,6 +106,13 @@ TEST_F(SafetyValidatorTest, RulesOfRootsNamesAndRenames) {
         {op(rename, inbox / "a.pdf", inbox / "a.png"), kRename},
         {op(rename, inbox / "a.pdf", inbox / "a"), kRename},
         {op(rename, inbox / "a.pdf", inbox / "sub/b.pdf"), kRename},
+        {op(move, inbox / "a.pdf", job / "b.pdf"), "Name conflict: b.pdf already exists. Nothing was overwritten."},
+        {op(OperationType::createDirectory, home, job), "Name conflict: Job already exists. Nothing was overwritten."},
+        // Files leave an inbox only from its top, land only in project homes, and may
+        // move between places inside them.
+        {op(move, inbox / "sub/deep.pdf", job / "deep.pdf"), kRoles},
+        {op(move, job / "b.pdf", inbox / "b.pdf"), kRoles},
+        {op(move, job / "b.pdf", home / "Other/b.pdf"), ""},
     };
     for (const auto& c : cases)
         EXPECT_EQ(refusal(c.operation), c.refusal) << c.operation.source << " to " << c.operation.destination;
@@ -142,14 +149,6 @@ TEST_F(SafetyValidatorTest, ParentSwappedForALinkAfterPlanningIsRefused) {
     fs::create_directory_symlink(dir / "Outside", job);
     EXPECT_EQ(refusal(planned), linkMessage(job));
     EXPECT_TRUE(fs::is_empty(dir / "Outside"));
-}
-
-TEST_F(SafetyValidatorTest, NothingIsEverReplaced) {
-    writeFile(job / "a.pdf", "other");
-    EXPECT_EQ(refusal(fileIt()), "Name conflict: a.pdf already exists. Nothing was overwritten.");
-    fs::create_directories(job / "Working");
-    EXPECT_EQ(refusal(op(OperationType::createDirectory, job, job / "Working")),
-              "Name conflict: Working already exists. Nothing was overwritten.");
 }
 
 TEST_F(SafetyValidatorTest, SourceMustBeTheFileThePlanSaw) {
@@ -191,26 +190,15 @@ TEST_F(SafetyValidatorTest, RecentlyModifiedFilesAreLeftAlone) {
     EXPECT_EQ(refusal(op(OperationType::createDirectory, job, job / "New")), "");
 }
 
-TEST_F(SafetyValidatorTest, MovesFollowTheFolderRoles) {
-    // From a sub-folder of an inbox: not a loose file of that inbox.
-    EXPECT_EQ(refusal(op(OperationType::move, inbox / "sub/deep.pdf", job / "deep.pdf")), kRoles);
-    // Into an inbox: files land only in project homes.
-    writeFile(job / "j.pdf", "j");
-    setModified(job / "j.pdf", kModified);
-    EXPECT_EQ(refusal(op(OperationType::move, job / "j.pdf", inbox / "j.pdf")), kRoles);
-    // Within project homes: allowed.
-    fs::create_directories(home / "Other");
-    EXPECT_EQ(refusal(op(OperationType::move, job / "j.pdf", home / "Other/j.pdf")), "");
-    // No home at all: every move fails.
-    scope.homes.clear();
-    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", inbox / "sub/a.pdf")), kRoles);
-}
-
-TEST_F(SafetyValidatorTest, SubFolderOfAnInboxMayMoveWhenItLiesInAHome) {
+// A sub-folder of an inbox may be a project home of its own; with no home at all,
+// every move fails the roles.
+TEST_F(SafetyValidatorTest, RolesFollowTheScope) {
     scope = AccessScope{{inbox}, {inbox / "sub"}};
     fs::create_directories(inbox / "sub/Job");
     EXPECT_EQ(refusal(op(OperationType::move, inbox / "sub/deep.pdf", inbox / "sub/Job/deep.pdf")), "");
     EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", inbox / "sub/Job/a.pdf")), "");
+    scope.homes.clear();
+    EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", inbox / "sub/a.pdf")), kRoles);
 }
 
 TEST_F(SafetyValidatorTest, DestinationFolderMustBeAWritableFolder) {
