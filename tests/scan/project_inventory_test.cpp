@@ -98,7 +98,8 @@ TEST(ProjectInventoryTest, LinksPackagesAndSpecialFilesInsideAreRefused) {
     fs::create_directories(dir / "B/Assets/Photos.photoslibrary");
     fs::create_directories(dir / "C");
     ASSERT_EQ(::mkfifo((dir / "C/pipe").c_str(), 0600), 0);
-    for (const fs::path& entry : {dir / "A/Export/shortcut.pdf", dir / "B/Assets/Photos.photoslibrary", dir / "C/pipe"}) {
+    for (const fs::path& entry :
+         {dir / "A/Export/shortcut.pdf", dir / "B/Assets/Photos.photoslibrary", dir / "C/pipe"}) {
         const fs::path project = dir.path() / *entry.lexically_relative(dir.path()).begin();
         EXPECT_EQ(refusals(project), kHandoffPrefix + entry.native() + "|" + kStudioPrefix + entry.native());
     }
