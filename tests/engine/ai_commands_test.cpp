@@ -1,13 +1,11 @@
 // Online AI settings, its one writer and the gate before a request, on a real
-// engine and data directory: what is refused, what reaches the disk, and that the
-// daily counter survives a restart and a crash between reserving and sending.
+// engine and data directory: what is refused and what reaches the disk. The daily
+// counter across restarts and crashes is proven with real requests.
 #include "engine/ai_commands.h"
 
 #include <gtest/gtest.h>
 
 #include "access/path_safety.h"
-#include "engine/file_commands.h"
-#include "engine/project_commands.h"
 #include "scan/metadata.h"
 #include "support/engine_fixture.h"
 
@@ -71,37 +69,6 @@ TEST_F(AICommandsTest, ConfigureChecksTheCapAndFoldersAndRenewsTheRevision) {
     EXPECT_EQ(engine->ai().configuration.dailyLimit, 50);
 }
 
-TEST_F(AICommandsTest, ReservedUsageSurvivesARestartAndACrashBeforeSending) {
-    AICommands::configureAI(*engine, readyConfiguration(2));
-    const FileRecord first = dropped("a.png"), second = dropped("b.png"), third = dropped("c.png");
-    const Date now = engine->now();
-    const DayCalendar& calendar = engine->aiRuntime().calendar;
-
-    AIState next = engine->ai();
-    const Uuid sent = next.reserve(now, calendar, first);
-    AICommands::persistAI(*engine, next);
-    next = engine->ai();
-    next.reserve(now, calendar, second);
-    AICommands::persistAI(*engine, next);
-
-    // The engine stops with both requests "started", as a crash before their answers would.
-    engine.reset();
-    engine = start();
-    const AIState& reloaded = engine->ai();
-    EXPECT_EQ(reloaded.used(now, engine->aiRuntime().calendar), 2);
-    ASSERT_EQ(reloaded.records.size(), 2u);
-    EXPECT_EQ(reloaded.records[0].id, sent);
-    for (const auto& record : reloaded.records) {
-        EXPECT_EQ(record.status, AIRecordStatus::failed);
-        EXPECT_EQ(record.note, kInterruptedRequestNote);
-    }
-    EXPECT_NE(readFile(data / "online-ai.json").find("Interrupted request."), std::string::npos);
-    AIState after = reloaded;
-    EXPECT_EQ(refusal([&] { after.reserve(now, engine->aiRuntime().calendar, third); }), kAIUnavailableMessage);
-    EXPECT_EQ(refusal([&] { after.reserve(now.adding(86400), engine->aiRuntime().calendar, first); }),
-              kAIAlreadyProcessedMessage);
-}
-
 TEST_F(AICommandsTest, PersistRefusesInvalidStatesAndNeverWritesOverDamagedData) {
     AIState invalid = engine->ai();
     invalid.requestsToday = -1;
@@ -157,25 +124,6 @@ TEST_F(AICommandsTest, ArchivedProjectsAndLinkedPathsAreRefused) {
     testing::makeOlder(inbox / "real.png", std::chrono::hours(2));
     const FileRecord linked = Metadata::record(inbox / "linked" / "real.png", inbox);
     EXPECT_NE(validation(linked).find("Symbolic links are outside"), std::string::npos);
-}
-
-TEST_F(AICommandsTest, RecordsFollowAReviewedRename) {
-    AICommands::configureAI(*engine, readyConfiguration());
-    const FileRecord file = dropped("draft.png");
-    AIState next = engine->ai();
-    next.reserve(engine->now(), engine->aiRuntime().calendar, file);
-    next.records.back().status = AIRecordStatus::suggested;
-    AICommands::persistAI(*engine, next);
-
-    FileCommands::renameFile(*engine, inbox / "draft.png", "final.png");
-    ASSERT_TRUE(fs::exists(inbox / "final.png"));
-    const AIRecord& record = engine->ai().records.back();
-    EXPECT_EQ(record.file.url, inbox / "final.png");
-    EXPECT_EQ(record.status, AIRecordStatus::dismissed);
-    EXPECT_EQ(record.note, kAIRenamedNote);
-    engine.reset();
-    engine = start();
-    EXPECT_EQ(engine->ai().records.back().status, AIRecordStatus::dismissed);
 }
 
 }  // namespace

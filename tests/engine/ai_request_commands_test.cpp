@@ -140,6 +140,7 @@ TEST_F(AIRequestTest, SuggestionIsReservedOnDiskFirstThenAcceptedAndRenamedThrou
     const SnapshotPtr renamed = AICommands::aiRename(*engine, outcome.record);
     EXPECT_TRUE(fs::exists(inbox / "LS-Social-Post1.jpg"));
     EXPECT_EQ(record(outcome.record).note, kAIRenamedNote);
+    EXPECT_NE(readFile(data / "online-ai.json").find("LS-Social-Post1.jpg"), std::string::npos) << "followed and saved";
     EXPECT_EQ(refusal([&] { AICommands::aiRename(*engine, outcome.record); }), kAISuggestionGone);
 
     // The key reached the server in its header, and nowhere else.
