@@ -38,44 +38,38 @@ protected:
 
 testing::SecretServiceSession* AICommandTest::session_ = nullptr;
 
-TEST_F(AICommandTest, ConfigureSaveForgetAndTheKeyStaysOutOfEveryOutputAndFile) {
-    auto [status, out] = kelo("ai configure --daily-cap 51");
-    EXPECT_EQ(status, 1);
-    EXPECT_EQ(out, "Choose a local daily cap between 1 and 50 requests.\n");
-    std::tie(status, out) = kelo("ai configure --folder '" + (dir / "Elsewhere").string() + "'");
-    EXPECT_EQ(out, "Choose only currently approved folders for online AI.\n");
-
-    std::tie(status, out) = kelo("ai configure --enabled on --free-tier-confirmed yes --data-use-acknowledged yes "
-                                 "--daily-cap 3 --folder '" + inbox.string() + "' --json");
-    ASSERT_EQ(status, 0) << out;
-    Json snapshot = Json::parse(out);
+TEST_F(AICommandTest, SettingsAndKeyCommandsAndTheKeyStaysOutOfEveryOutputAndFile) {
+    struct Step {
+        std::string arguments, input;
+        int status;
+        std::string fragment;
+    };
+    const Step steps[] = {
+        {"ai configure --daily-cap 51", "", 1, "Choose a local daily cap between 1 and 50 requests.\n"},
+        {"ai configure --folder '" + (dir / "Elsewhere").string() + "'", "", 1,
+         "Choose only currently approved folders for online AI.\n"},
+        {"ai configure --enabled on --free-tier-confirmed yes --data-use-acknowledged yes --daily-cap 3 --folder '" +
+             inbox.string() + "'",
+         "", 0, "Online AI: ready"},
+        {"ai", "", 0, "today: 0 of 3 requests"},
+        {"ai key save", "not a key", 1, "Enter a valid Gemini API key in Settings.\n"},
+        {"ai key save", kKey, 0, "key: saved in keyring"},
+        {"ai key status", "", 0, "key: saved in keyring"},
+        {"ai key session", kKey, 0, "key: this session only"},
+        {"ai records", "", 0, "No online AI requests yet.\n"},
+        {"ai key forget", "", 0, "Online AI: off"},
+        {"ai key status", "", 0, "key: none"},
+    };
+    for (const Step& step : steps) {
+        const auto [status, out] = kelo(step.arguments, step.input);
+        EXPECT_EQ(status, step.status) << step.arguments << "\n" << out;
+        EXPECT_NE(out.find(step.fragment), std::string::npos) << step.arguments << "\n" << out;
+    }
+    const Json snapshot = Json::parse(kelo("ai key status --json").second);
     EXPECT_EQ(snapshot["ai"]["configuration"]["dailyLimit"], 3);
     EXPECT_EQ(snapshot["ai"]["configuration"]["allowedFolders"], Json::array({PathSafety::key(inbox)}));
-    EXPECT_EQ(snapshot["aiHasKey"], false);
-    std::tie(status, out) = kelo("ai");
-    EXPECT_NE(out.find("Online AI: ready"), std::string::npos) << out;
-    EXPECT_NE(out.find("today: 0 of 3 requests"), std::string::npos) << out;
-
-    std::tie(status, out) = kelo("ai key save", "not a key");
-    EXPECT_EQ(status, 1);
-    EXPECT_EQ(out, "Enter a valid Gemini API key in Settings.\n");
-    std::tie(status, out) = kelo("ai key save --json", kKey);
-    ASSERT_EQ(status, 0) << out;
-    EXPECT_EQ(Json::parse(out)["aiHasKey"], true);
-    std::tie(status, out) = kelo("ai key status");
-    EXPECT_NE(out.find("key: saved in keyring"), std::string::npos) << out;
-    std::tie(status, out) = kelo("ai key session --json", kKey);
-    EXPECT_EQ(Json::parse(out)["aiSessionKey"], true);
-    std::tie(status, out) = kelo("ai records");
-    EXPECT_EQ(out, "No online AI requests yet.\n");
-
-    std::tie(status, out) = kelo("ai key forget --json");
-    ASSERT_EQ(status, 0) << out;
-    snapshot = Json::parse(out);
-    EXPECT_EQ(snapshot["aiHasKey"], false);
     EXPECT_EQ(snapshot["ai"]["configuration"]["enabled"], false);
-    std::tie(status, out) = kelo("ai key status --json");
-    EXPECT_EQ(Json::parse(out)["aiHasKey"], false);
+    EXPECT_EQ(snapshot["aiHasKey"], false);
 
     EXPECT_EQ(outputs.find(kKey), std::string::npos);
     for (const auto& entry : std::filesystem::recursive_directory_iterator(dir.path())) {
