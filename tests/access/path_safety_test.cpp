@@ -1,3 +1,5 @@
+// Path safety: standard keys, containment (and the access scope built on it),
+// valid names, ignored system files, and links anywhere on a path.
 #include "access/path_safety.h"
 
 #include <gtest/gtest.h>
@@ -5,6 +7,7 @@
 #include <filesystem>
 #include <string>
 
+#include "access/access_scope.h"
 #include "model/kelo_error.h"
 #include "support/refusal.h"
 #include "support/temp_dir.h"
@@ -48,6 +51,16 @@ TEST(PathSafetyTest, ContainsByWholeCaseSensitiveComponents) {
         {"/a/b", "/a/x/../b/c", true},
     };
     for (const auto& c : cases) EXPECT_EQ(PathSafety::contains(c.root, c.path), c.contained) << c.root << " " << c.path;
+}
+
+// Containment itself is proven with PathSafety::contains; this is that both lists count.
+TEST(AccessScopeTest, AllowsOnlyInsideWatchedFoldersAndHomes) {
+    AccessScope scope{{"/home/u/Downloads"}, {"/home/u/Projects/"}};
+    EXPECT_TRUE(scope.allows("/home/u/Downloads/sub/a.pdf"));
+    EXPECT_TRUE(scope.allows("/home/u/Projects/Job/Working/a.psd"));
+    EXPECT_FALSE(scope.allows("/home/u/Downloads2/a.pdf"));
+    EXPECT_FALSE(scope.allows("/home/u"));
+    EXPECT_FALSE(AccessScope{}.allows("/"));
 }
 
 TEST(PathSafetyTest, ValidNameLimitsAndForbiddenCharacters) {
