@@ -49,14 +49,6 @@ std::string adviceFor(const Uuid& project, const std::string& stem) {
     return Json{{"candidates", {{{"content", {{"parts", {{{"text", output}}}}}}, {"finishReason", "STOP"}}}}}.dump();
 }
 
-GeminiTransport loopback(const testing::TlsTestServer& server) {
-    GeminiTransport transport;
-    transport.baseUrl = server.baseUrl();
-    transport.extraCertificate = server.certificateFile();
-    transport.idleTimeout = std::chrono::seconds(2);
-    return transport;
-}
-
 class AICommandsTest : public testing::EngineFixture {
 protected:
     testing::TlsTestServer server;
@@ -82,7 +74,11 @@ protected:
     void configure(Engine& e, std::int64_t cap, bool automatic) {
         AICommands::configureAI(e, readyConfiguration(cap, automatic));
         AICommands::useSessionAIKey(e, kKey);
-        e.aiRuntime().transport = loopback(server);
+        GeminiTransport transport;
+        transport.baseUrl = server.baseUrl();
+        transport.extraCertificate = server.certificateFile();
+        transport.idleTimeout = std::chrono::seconds(2);
+        e.aiRuntime().transport = transport;
     }
 
     // A small real JPEG in the inbox, scanned.
@@ -123,9 +119,8 @@ protected:
 };
 
 TEST_F(AICommandsTest, ConfigureChecksTheCapAndFoldersAndRenewsTheRevision) {
-    for (std::int64_t cap : {0, 51}) {
+    for (std::int64_t cap : {0, 51})
         EXPECT_EQ(refusal([&] { AICommands::configureAI(*engine, readyConfiguration(cap)); }), kAIDailyCapMessage);
-    }
     EXPECT_FALSE(fs::exists(data / "online-ai.json")) << "a refusal writes nothing";
 
     AIConfiguration elsewhere = readyConfiguration();
