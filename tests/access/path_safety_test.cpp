@@ -1,3 +1,5 @@
+// Path safety: standard keys, containment (and the access scope built on it),
+// valid names, ignored system files, and links anywhere on a path.
 #include "access/path_safety.h"
 
 #include <gtest/gtest.h>
@@ -5,6 +7,7 @@
 #include <filesystem>
 #include <string>
 
+#include "access/access_scope.h"
 #include "model/kelo_error.h"
 #include "support/refusal.h"
 #include "support/temp_dir.h"
@@ -50,6 +53,16 @@ TEST(PathSafetyTest, ContainsByWholeCaseSensitiveComponents) {
     for (const auto& c : cases) EXPECT_EQ(PathSafety::contains(c.root, c.path), c.contained) << c.root << " " << c.path;
 }
 
+// Containment itself is proven with PathSafety::contains; this is that both lists count.
+TEST(AccessScopeTest, AllowsOnlyInsideWatchedFoldersAndHomes) {
+    AccessScope scope{{"/home/u/Downloads"}, {"/home/u/Projects/"}};
+    EXPECT_TRUE(scope.allows("/home/u/Downloads/sub/a.pdf"));
+    EXPECT_TRUE(scope.allows("/home/u/Projects/Job/Working/a.psd"));
+    EXPECT_FALSE(scope.allows("/home/u/Downloads2/a.pdf"));
+    EXPECT_FALSE(scope.allows("/home/u"));
+    EXPECT_FALSE(AccessScope{}.allows("/"));
+}
+
 TEST(PathSafetyTest, ValidNameLimitsAndForbiddenCharacters) {
     // "đ" is two bytes in UTF-8: 127 of them and one ASCII letter make 255 bytes.
     std::string multibyte;
@@ -84,16 +97,13 @@ protected:
     }
 };
 
-TEST_F(SymbolicComponentsTest, PlainPathsAndMissingTailsPass) {
-    writeFile(dir / "inbox/a.txt", "x");
-    EXPECT_EQ(refusal(dir / "inbox/a.txt"), "");
-    EXPECT_EQ(refusal(dir / "inbox/not/yet/there.txt"), "");
-    EXPECT_EQ(refusal("/"), "");
-}
-
 TEST_F(SymbolicComponentsTest, LinkAnywhereIsRefusedWithItsPrefix) {
     fs::create_directories(dir / "real/sub");
     writeFile(dir / "real/file.txt", "x");
+    // Plain paths pass, even with a tail that does not exist yet.
+    EXPECT_EQ(refusal(dir / "real/file.txt"), "");
+    EXPECT_EQ(refusal(dir / "real/not/yet/there.txt"), "");
+    EXPECT_EQ(refusal("/"), "");
     fs::create_directory_symlink(dir / "real", dir / "link");
     fs::create_symlink(dir / "real/file.txt", dir / "real/file-link.txt");
     fs::create_symlink(dir / "nowhere", dir / "real/dangling");

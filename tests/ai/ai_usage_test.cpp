@@ -124,16 +124,16 @@ TEST(AIUsageTest, RecordsFollowCompletedMovesAndRenames) {
     for (const auto& record : {moved, renamed, untouched}) state.reserve(kNoon, utc, record);
     state.records[0].status = AIRecordStatus::suggested;
 
-    PlannedOperation move{Uuid::random(), Uuid::random(),      moved.url,   "/work/P/Logo/a.png",
-                          moved.identity, OperationType::move, std::nullopt};
-    PlannedOperation rename{Uuid::random(),   Uuid::random(),        renamed.url, "/inbox/b2.png",
-                            renamed.identity, OperationType::rename, std::nullopt};
+    const auto operation = [](const FileRecord& from, const char* to, FileIdentity identity,
+                              OperationType type = OperationType::move) {
+        return PlannedOperation{Uuid::random(), Uuid::random(), from.url, to, identity, type, std::nullopt};
+    };
     FileIdentity otherIdentity = untouched.identity;
     otherIdentity.size += 1;
-    PlannedOperation stale{Uuid::random(), Uuid::random(),      untouched.url, "/x/c.png",
-                           otherIdentity,  OperationType::move, std::nullopt};
-    PlannedOperation notDone{Uuid::random(),     Uuid::random(),      untouched.url, "/y/c.png",
-                             untouched.identity, OperationType::move, std::nullopt};
+    const PlannedOperation move = operation(moved, "/work/P/Logo/a.png", moved.identity),
+                           rename = operation(renamed, "/inbox/b2.png", renamed.identity, OperationType::rename),
+                           stale = operation(untouched, "/x/c.png", otherIdentity),
+                           notDone = operation(untouched, "/y/c.png", untouched.identity);
 
     EXPECT_TRUE(state.follow({move, rename, stale, notDone}, {move.id, rename.id, stale.id}));
     EXPECT_EQ(state.records[0].file.url, "/work/P/Logo/a.png");

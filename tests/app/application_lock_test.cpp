@@ -1,8 +1,9 @@
 // The single-instance lock, across real processes.
+#include "app/application_lock.h"
+
 #include <gtest/gtest.h>
 #include <signal.h>
 
-#include "app/application_lock.h"
 #include "model/kelo_error.h"
 #include "support/child_process.h"
 #include "support/refusal.h"
@@ -12,6 +13,8 @@ namespace kelo {
 namespace {
 
 using testing::TempDir;
+
+const std::string kRunning = "Another Kelo instance is running. File operations are disabled in this instance.";
 
 std::string lockError(const std::filesystem::path& dir) {
     return testing::refusalOf([&] { ApplicationLock lock(dir); });
@@ -26,7 +29,7 @@ TEST(ApplicationLockTest, SecondInstanceIsRefusedUntilTheFirstDiesEvenByKill9) {
         for (;;) ::pause();
     });
     ASSERT_TRUE(child.awaitReports(1));
-    EXPECT_EQ(lockError(data), "Another Kelo instance is running. File operations are disabled in this instance.");
+    EXPECT_EQ(lockError(data), kRunning);
 
     child.kill();
     EXPECT_EQ(child.wait(), 128 + SIGKILL);
@@ -34,19 +37,14 @@ TEST(ApplicationLockTest, SecondInstanceIsRefusedUntilTheFirstDiesEvenByKill9) {
     // The leftover file is harmless and was never written.
     EXPECT_TRUE(std::filesystem::exists(data / "session.lock"));
     EXPECT_EQ(std::filesystem::file_size(data / "session.lock"), 0u);
-}
 
-TEST(ApplicationLockTest, ReleasedOnDestructionInTheSameProcess) {
-    TempDir dir;
+    // flock locks belong to the open file description, so a second open in the same
+    // process is refused too, until the first lock is destroyed.
     {
-        ApplicationLock first(dir.path());
-        EXPECT_GE(first.descriptor(), 0);
-        // flock locks belong to the open file description, so a second open in the
-        // same process is refused too.
-        EXPECT_EQ(lockError(dir.path()),
-                  "Another Kelo instance is running. File operations are disabled in this instance.");
+        ApplicationLock first(data);
+        EXPECT_EQ(lockError(data), kRunning);
     }
-    EXPECT_EQ(lockError(dir.path()), "");
+    EXPECT_EQ(lockError(data), "");
 }
 
 TEST(ApplicationLockTest, SymbolicLinkLockFileIsNotFollowed) {

@@ -1,42 +1,90 @@
-// Online AI settings, its one writer and the gate before a request, on a real
-// engine and data directory: what is refused, what reaches the disk, and that the
-// daily counter survives a restart and a crash between reserving and sending.
+// Online AI on a real engine and data directory, against a real HTTPS server on
+// loopback: the settings and their one writer, the gate before a request, the
+// reservation on disk before the server sees anything, each outcome recorded once
+// with its effect, nothing sent twice on its own, the daily counter across a
+// restart and a crash, accepting through the journal, and the key kept out of
+// every file and every output.
 #include "engine/ai_commands.h"
 
 #include <gtest/gtest.h>
 
 #include "access/path_safety.h"
+#include "ai/gemini_payload.h"
+#include "engine/ai_advice_commands.h"
+#include "engine/ai_key_commands.h"
+#include "engine/ai_request_commands.h"
+#include "engine/ai_request_task.h"
 #include "engine/file_commands.h"
-#include "engine/project_commands.h"
+#include "engine/snapshot_json.h"
+#include "preview/thumbnailer.h"
 #include "scan/metadata.h"
 #include "support/engine_fixture.h"
+#include "support/tls_test_server.h"
 
 namespace kelo {
 namespace {
 
+using testing::CannedResponse;
 using testing::readFile;
 using testing::writeFile;
 namespace fs = std::filesystem;
 
+const std::string kKey = "AIzaFlowKey_0123456789-abcdefXYZ";
+const std::string kEndpoint(GeminiPayload::kEndpointPath);
+
+CannedResponse answer(int status, std::string body = "{}") {
+    CannedResponse response;
+    response.status = status;
+    response.body = std::move(body);
+    return response;
+}
+
+std::string adviceFor(const Uuid& project, const std::string& stem) {
+    const std::string output = Json{
+        {"project_id", project.text()},
+        {"category", "Export"},
+        {"stem", stem},
+        {"reason", "Tên tệp có Lotus."},
+        {"confidence", "high"}}.dump();
+    return Json{{"candidates", {{{"content", {{"parts", {{{"text", output}}}}}}, {"finishReason", "STOP"}}}}}.dump();
+}
+
 class AICommandsTest : public testing::EngineFixture {
 protected:
+    testing::TlsTestServer server;
     std::unique_ptr<Engine> engine;
+    Uuid lotus;
 
     void SetUp() override {
         makeFolders({"Lotus Spa"});
         engine = startWithFolders(false);
+        lotus = projectNamed(engine->state(), "Lotus Spa")->id;
     }
 
-    AIConfiguration readyConfiguration(std::int64_t cap = 10) {
+    AIConfiguration readyConfiguration(std::int64_t cap = 10, bool automatic = false) {
         AIConfiguration configuration;
         configuration.enabled = configuration.freeTierConfirmed = configuration.dataUseAcknowledged = true;
+        configuration.automatic = automatic;
         configuration.dailyLimit = cap;
         configuration.allowedFolders = {PathSafety::key(inbox)};
         return configuration;
     }
 
-    FileRecord dropped(const std::string& name) {
-        writeFile(inbox / name, "pixels of " + name);
+    // Ready, with a session key, sending to the loopback server.
+    void configure(Engine& e, std::int64_t cap, bool automatic) {
+        AICommands::configureAI(e, readyConfiguration(cap, automatic));
+        AICommands::useSessionAIKey(e, kKey);
+        GeminiTransport transport;
+        transport.baseUrl = server.baseUrl();
+        transport.extraCertificate = server.certificateFile();
+        transport.idleTimeout = std::chrono::seconds(2);
+        e.aiRuntime().transport = transport;
+    }
+
+    // A small real JPEG in the inbox, scanned.
+    FileRecord image(const std::string& name) {
+        RasterImage pixels{48, 32, 48 * 4, std::vector<std::uint8_t>(48 * 32 * 4, 180)};
+        writeFile(inbox / name, *encodeJpeg(pixels, 90));
         engine->scan();
         return engine->findFile(inbox / name);
     }
@@ -44,12 +92,35 @@ protected:
     std::string validation(const FileRecord& file) {
         return refusal([&] { AICommands::validateAIFile(*engine, file, engine->openScope()); });
     }
+
+    const AIRecord& record(const Uuid& id) {
+        for (const auto& r : engine->ai().records)
+            if (r.id == id) return r;
+        throw std::runtime_error("no record");
+    }
+
+    // Lifts a pause or a switch-off so the next case starts ready.
+    void reopen() {
+        AIState next = engine->ai();
+        next.pausedUntil.reset();
+        next.configuration.enabled = true;
+        AICommands::persistAI(*engine, next);
+    }
+
+    std::size_t sent() const { return server.requestsFor(kEndpoint); }
+};
+
+class AIRequestTest : public AICommandsTest {
+protected:
+    void SetUp() override {
+        AICommandsTest::SetUp();
+        configure(*engine, 10, false);
+    }
 };
 
 TEST_F(AICommandsTest, ConfigureChecksTheCapAndFoldersAndRenewsTheRevision) {
-    for (std::int64_t cap : {0, 51}) {
+    for (std::int64_t cap : {0, 51})
         EXPECT_EQ(refusal([&] { AICommands::configureAI(*engine, readyConfiguration(cap)); }), kAIDailyCapMessage);
-    }
     EXPECT_FALSE(fs::exists(data / "online-ai.json")) << "a refusal writes nothing";
 
     AIConfiguration elsewhere = readyConfiguration();
@@ -71,37 +142,6 @@ TEST_F(AICommandsTest, ConfigureChecksTheCapAndFoldersAndRenewsTheRevision) {
     EXPECT_EQ(engine->ai().configuration.dailyLimit, 50);
 }
 
-TEST_F(AICommandsTest, ReservedUsageSurvivesARestartAndACrashBeforeSending) {
-    AICommands::configureAI(*engine, readyConfiguration(2));
-    const FileRecord first = dropped("a.png"), second = dropped("b.png"), third = dropped("c.png");
-    const Date now = engine->now();
-    const DayCalendar& calendar = engine->aiRuntime().calendar;
-
-    AIState next = engine->ai();
-    const Uuid sent = next.reserve(now, calendar, first);
-    AICommands::persistAI(*engine, next);
-    next = engine->ai();
-    next.reserve(now, calendar, second);
-    AICommands::persistAI(*engine, next);
-
-    // The engine stops with both requests "started", as a crash before their answers would.
-    engine.reset();
-    engine = start();
-    const AIState& reloaded = engine->ai();
-    EXPECT_EQ(reloaded.used(now, engine->aiRuntime().calendar), 2);
-    ASSERT_EQ(reloaded.records.size(), 2u);
-    EXPECT_EQ(reloaded.records[0].id, sent);
-    for (const auto& record : reloaded.records) {
-        EXPECT_EQ(record.status, AIRecordStatus::failed);
-        EXPECT_EQ(record.note, kInterruptedRequestNote);
-    }
-    EXPECT_NE(readFile(data / "online-ai.json").find("Interrupted request."), std::string::npos);
-    AIState after = reloaded;
-    EXPECT_EQ(refusal([&] { after.reserve(now, engine->aiRuntime().calendar, third); }), kAIUnavailableMessage);
-    EXPECT_EQ(refusal([&] { after.reserve(now.adding(86400), engine->aiRuntime().calendar, first); }),
-              kAIAlreadyProcessedMessage);
-}
-
 TEST_F(AICommandsTest, PersistRefusesInvalidStatesAndNeverWritesOverDamagedData) {
     AIState invalid = engine->ai();
     invalid.requestsToday = -1;
@@ -118,7 +158,7 @@ TEST_F(AICommandsTest, PersistRefusesInvalidStatesAndNeverWritesOverDamagedData)
 }
 
 TEST_F(AICommandsTest, ValidationRefusesInOrderUntilTheFileIsQuietAndUnchanged) {
-    const FileRecord file = dropped("poster.png");
+    const FileRecord file = image("poster.png");
     EXPECT_EQ(validation(file), kAINotReadyForFile);
 
     AIConfiguration homeOnly = readyConfiguration();
@@ -159,23 +199,184 @@ TEST_F(AICommandsTest, ArchivedProjectsAndLinkedPathsAreRefused) {
     EXPECT_NE(validation(linked).find("Symbolic links are outside"), std::string::npos);
 }
 
-TEST_F(AICommandsTest, RecordsFollowAReviewedRename) {
-    AICommands::configureAI(*engine, readyConfiguration());
-    const FileRecord file = dropped("draft.png");
-    AIState next = engine->ai();
-    next.reserve(engine->now(), engine->aiRuntime().calendar, file);
-    next.records.back().status = AIRecordStatus::suggested;
-    AICommands::persistAI(*engine, next);
+TEST_F(AIRequestTest, SuggestionIsReservedOnDiskFirstThenAcceptedAndRenamedThroughTheJournal) {
+    const FileRecord file = image("lotus-post.jpg");
+    std::string storedWhenArrived;
+    server.onRequest([&](const auto&) { storedWhenArrived = readFile(data / "online-ai.json"); });
+    server.respond(kEndpoint, answer(200, adviceFor(lotus, "LS-Social-Post1")));
 
-    FileCommands::renameFile(*engine, inbox / "draft.png", "final.png");
-    ASSERT_TRUE(fs::exists(inbox / "final.png"));
-    const AIRecord& record = engine->ai().records.back();
-    EXPECT_EQ(record.file.url, inbox / "final.png");
-    EXPECT_EQ(record.status, AIRecordStatus::dismissed);
-    EXPECT_EQ(record.note, kAIRenamedNote);
+    const AIDraft draft = AICommands::prepareAI(*engine, file);
+    EXPECT_EQ(sent(), 0u) << "preparing sends nothing";
+    EXPECT_EQ(draft.context, GeminiPayload::context(file, draft.projects, std::nullopt));
+    EXPECT_EQ(draft.projects.front(), (AIProjectContext{lotus, "Lotus Spa"}));
+    EXPECT_EQ(std::pair(draft.width, draft.height), std::pair(48, 32));
+
+    const AICommands::AIOutcome outcome = AICommands::sendAI(*engine, draft);
+    ASSERT_TRUE(outcome.suggested) << ::testing::PrintToString(outcome.snapshot->messages);
+    EXPECT_EQ(sent(), 1u);
+    const Json stored = Json::parse(storedWhenArrived);
+    EXPECT_EQ(stored["requestsToday"], 1);
+    EXPECT_EQ(stored["records"][0]["status"], "started");
+    EXPECT_EQ(record(outcome.record).status, AIRecordStatus::suggested);
+    EXPECT_EQ(record(outcome.record).advice->filename, "LS-Social-Post1.jpg");
+
+    // Accepting is the manual sort: journaled, undoable, and the record follows the file.
+    const SnapshotPtr accepted = AICommands::acceptAIProject(*engine, outcome.record);
+    EXPECT_FALSE(fs::exists(inbox / "lotus-post.jpg"));
+    const fs::path moved = record(outcome.record).file.url;
+    EXPECT_TRUE(PathSafety::contains(home / "Lotus Spa", moved) && fs::exists(moved)) << moved;
+    EXPECT_EQ(record(outcome.record).status, AIRecordStatus::dismissed);
+    EXPECT_EQ(refusal([&] { AICommands::acceptAIProject(*engine, outcome.record); }), kAISuggestionGone);
+    ASSERT_FALSE(accepted->history->empty());
+    FileCommands::undoBatch(*engine, accepted->history->front().id.text());
+    EXPECT_TRUE(fs::exists(inbox / "lotus-post.jpg"));
+    EXPECT_EQ(record(outcome.record).file.url, inbox / "lotus-post.jpg");
+
+    const SnapshotPtr renamed = AICommands::aiRename(*engine, outcome.record);
+    EXPECT_TRUE(fs::exists(inbox / "LS-Social-Post1.jpg"));
+    EXPECT_EQ(record(outcome.record).note, kAIRenamedNote);
+    EXPECT_NE(readFile(data / "online-ai.json").find("LS-Social-Post1.jpg"), std::string::npos) << "followed and saved";
+    EXPECT_EQ(refusal([&] { AICommands::aiRename(*engine, outcome.record); }), kAISuggestionGone);
+
+    // The key reached the server in its header, and nowhere else.
+    EXPECT_EQ(server.requests().front().headers.at("x-goog-api-key"), kKey);
+    for (const auto& entry : fs::recursive_directory_iterator(dir.path()))
+        if (entry.is_regular_file()) EXPECT_EQ(readFile(entry.path()).find(kKey), std::string::npos) << entry.path();
+    for (const SnapshotPtr& snapshot : {outcome.snapshot, accepted, renamed})
+        EXPECT_EQ(snapshotJson(*snapshot).dump().find(kKey), std::string::npos);
+}
+
+TEST_F(AIRequestTest, EveryFailureIsRecordedOnceWithItsEffectAndKeepsItsUsage) {
+    const Date now = engine->now();
+    const std::string failed(kRequestFailedText);
+    const auto rejected = [](int code) {
+        return "Gemini rejected this request (HTTP " + std::to_string(code) +
+               "). No retry. Check Free Tier key/model access in Settings.";
+    };
+    struct Case {
+        std::string name;
+        CannedResponse response;
+        std::string text;
+        bool switchedOff;
+        std::optional<Date> pausedUntil;
+        bool changeWhileOut = false;
+    };
+    const std::vector<Case> cases = {
+        {"forbidden", answer(403), rejected(403), true, std::nullopt},
+        {"server", answer(500), rejected(500), false, now.adding(300)},
+        {"quota", answer(429), std::string(kQuotaExhaustedText), false, engine->aiRuntime().calendar.nextMidnight(now)},
+        {"invalid", answer(200, adviceFor(lotus, "-bad")), failed, false, now.adding(300)},
+        {"changed", answer(200, adviceFor(lotus, "LS-Post")), failed, false, now.adding(300), true},
+    };
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        const Case& c = cases[i];
+        SCOPED_TRACE(c.name);
+        reopen();
+        const FileRecord file = image(c.name + ".jpg");
+        server.onRequest([&](const auto&) {
+            if (c.changeWhileOut) writeFile(file.url, "edited while the request was out");
+        });
+        server.respond(kEndpoint, c.response);
+        const AIDraft draft = AICommands::prepareAI(*engine, file);
+        const Uuid revision = engine->ai().configuration.revision;
+
+        const auto outcome = AICommands::sendAI(*engine, draft);
+        EXPECT_FALSE(outcome.suggested);
+        EXPECT_EQ(outcome.snapshot->messages, std::vector<std::string>{c.text});
+        EXPECT_EQ(record(outcome.record).status, AIRecordStatus::failed);
+        EXPECT_EQ(record(outcome.record).note, c.text);
+        EXPECT_EQ(engine->ai().used(now, engine->aiRuntime().calendar), static_cast<std::int64_t>(i + 1));
+        EXPECT_EQ(sent(), i + 1);
+        EXPECT_EQ(!engine->ai().configuration.enabled, c.switchedOff);
+        EXPECT_EQ(engine->ai().configuration.revision != revision, c.switchedOff) << "pending drafts turn stale";
+        EXPECT_EQ(engine->ai().pausedUntil, c.pausedUntil);
+    }
+}
+
+TEST_F(AIRequestTest, TimedOutRequestStaysFailedUntilTheOneRetryAndACrashKeepsItsUsage) {
+    configure(*engine, 3, true);
+    const FileRecord file = image("slow.jpg");
+    CannedResponse silent;
+    silent.hang = true;
+    server.respond(kEndpoint, silent);
+    const auto timedOut = AICommands::sendAI(*engine, AICommands::prepareAI(*engine, file));
+    EXPECT_EQ(record(timedOut.record).note, kRequestFailedText);
+    EXPECT_EQ(engine->ai().pausedUntil, engine->now().adding(300));
+
+    // Past the pause, neither a new request nor automatic mode sends it again.
+    clockNow = clockNow.adding(301);
+    EXPECT_EQ(refusal([&] { AICommands::sendAI(*engine, AICommands::prepareAI(*engine, file)); }),
+              kAIAlreadyProcessedMessage);
+    AICommands::automaticAI(*engine);
+    EXPECT_EQ(sent(), 1u);
+
+    server.respond(kEndpoint, answer(200, adviceFor(lotus, "LS-Slow")));
+    const auto retried = AICommands::sendAI(*engine, AICommands::retryAI(*engine, timedOut.record));
+    EXPECT_TRUE(retried.suggested);
+    EXPECT_EQ(record(timedOut.record).status, AIRecordStatus::failed) << "the failure stays on record";
+    EXPECT_EQ(sent(), 2u);
+    EXPECT_EQ(engine->ai().used(engine->now(), engine->aiRuntime().calendar), 2);
+    for (const Uuid& id : {timedOut.record, retried.record})
+        EXPECT_EQ(refusal([&] { AICommands::retryAI(*engine, id); }), kAIRetryRefused);
+
+    // A crash between reserving and sending: the reservation is on disk, so the
+    // request counts against the cap after the restart and is never sent.
+    AICommands::reserveAI(*engine, AICommands::prepareAI(*engine, image("crash.jpg")));
     engine.reset();
     engine = start();
-    EXPECT_EQ(engine->ai().records.back().status, AIRecordStatus::dismissed);
+    configure(*engine, 3, false);
+    EXPECT_EQ(engine->ai().records.back().note, kInterruptedRequestNote);
+    EXPECT_EQ(engine->ai().used(engine->now(), engine->aiRuntime().calendar), 3);
+    engine->scan();
+    EXPECT_EQ(refusal([&] { AICommands::sendAI(*engine, AICommands::prepareAI(*engine, image("late.jpg"))); }),
+              kAIUnavailableMessage);
+    EXPECT_EQ(sent(), 2u);
+}
+
+TEST_F(AIRequestTest, StaleDraftsCostNothingAndAutomaticRequestsAreSpacedOut) {
+    server.respond(kEndpoint, answer(200, adviceFor(lotus, "LS-Auto")));
+    const AIDraft draft = AICommands::prepareAI(*engine, image("a.jpg"));
+    configure(*engine, 10, true);
+    EXPECT_EQ(refusal([&] { AICommands::sendAI(*engine, draft); }), kAISettingsChanged);
+    EXPECT_EQ(engine->ai().requestsToday, 0);
+    EXPECT_EQ(sent(), 0u);
+
+    image("b.jpg");
+    AICommands::automaticAI(*engine);
+    EXPECT_EQ(sent(), 1u);
+    clockNow = clockNow.adding(10);
+    AICommands::automaticAI(*engine);
+    EXPECT_EQ(sent(), 1u) << "automatic requests are 20 seconds apart";
+    clockNow = clockNow.adding(10);
+    AICommands::automaticAI(*engine);
+    EXPECT_EQ(sent(), 2u);
+    clockNow = clockNow.adding(20);
+    AICommands::automaticAI(*engine);
+    EXPECT_EQ(sent(), 2u) << "both files had their one request";
+}
+
+TEST_F(AIRequestTest, WaitingForGeminiLeavesTheEngineFreeAndCanBeCancelled) {
+    engine.reset();
+    EngineWorker worker(data, [this] { return clockNow; });
+    worker.run([&](Engine& e) { return configure(e, 10, false); }).get();
+    writeFile(inbox / "wait.png", "not read: an attachment is sent instead");
+    worker.scan().get();
+    RasterImage pixels{16, 16, 64, std::vector<std::uint8_t>(16 * 16 * 4, 90)};
+    writeFile(dir / "export.jpg", *encodeJpeg(pixels, 90));
+    const AIDraft draft = AIRequestTask::prepare(worker, inbox / "wait.png", dir / "export.jpg").get();
+
+    CannedResponse silent;
+    silent.hang = true;
+    server.respond(kEndpoint, silent);
+    std::stop_source stop;
+    auto outcome = AIRequestTask::send(worker, draft, stop.get_token());
+    ASSERT_TRUE(server.waitForRequests(1));
+    EXPECT_EQ(worker.snapshot().get()->ai->records.back().status, AIRecordStatus::started);
+    stop.request_stop();
+    const auto ended = outcome.get();
+    EXPECT_EQ(ended.snapshot->messages, std::vector<std::string>{std::string(kRequestCancelledText)});
+    EXPECT_EQ(ended.snapshot->ai->requestsToday, 1);
+    EXPECT_FALSE(ended.snapshot->ai->pausedUntil);
 }
 
 }  // namespace

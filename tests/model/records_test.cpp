@@ -1,21 +1,23 @@
-// Round trips and strict reading of the persisted records.
+// Round trips and strict reading of the persisted records, and the encodings of
+// values inside them: file URLs, UUIDs, base64 and dates.
 #include <gtest/gtest.h>
 
 #include <limits>
 
 #include "model/app_state.h"
 #include "model/category.h"
+#include "model/date.h"
+#include "model/encoding.h"
 #include "model/file_record.h"
 #include "model/settings.h"
+#include "model/uuid.h"
 
 namespace kelo {
 namespace {
 
-Json roundTrip(const Json& value) { return parseDocument(formatDocument(value)); }
-
 template <class T>
 T reread(const T& value) {
-    return decodeValue<T>(roundTrip(encodeValue(value)));
+    return decodeValue<T>(parseDocument(formatDocument(encodeValue(value))));
 }
 
 AppState richState() {
@@ -36,7 +38,8 @@ AppState richState() {
     state.grants.push_back(grant);
 
     state.learning.associations.push_back({"hydro", project.id, 2, 1});
-    state.learning.feedback.push_back({Uuid::random(), Date{1.5}, "HY post.psd", {"hy", "post"}, project.id, std::nullopt});
+    state.learning.feedback.push_back(
+        {Uuid::random(), Date{1.5}, "HY post.psd", {"hy", "post"}, project.id, std::nullopt});
     state.assignments["/a/x.pdf|1|2|3|1700000000.0"] = {"/a/x.pdf|1|2|3|1700000000.0", project.id, Category::export_};
     state.ignored = {"f1", "f2"};
     state.ignoredClusters = {"hydro"};
@@ -55,7 +58,8 @@ TEST(RecordsTest, EveryRecordReadsBackEqual) {
     EXPECT_EQ(reread(state), state);
     EXPECT_EQ(reread(AppState{}), AppState{});
 
-    FileRecord record{"/in/Bài đăng #2 50%.psd", "/in", {16777230, 4231, 5120, Date{1.25}}, Date{0.5}, "image/vnd.adobe.photoshop"};
+    FileRecord record{
+        "/in/Bài đăng #2 50%.psd", "/in", {16777230, 4231, 5120, Date{1.25}}, Date{0.5}, "image/vnd.adobe.photoshop"};
     EXPECT_EQ(reread(record), record);
     record.contentType.reset();
     EXPECT_EQ(reread(record), record);
@@ -114,45 +118,34 @@ TEST(RecordsTest, AbsentOptionalsAreLeftOutAndReadAsAbsent) {
 TEST(RecordsTest, MissingRequiredKeysOrWrongTypesFailTheWholeRead) {
     const Json good = encodeValue(richState());
     EXPECT_NO_THROW(decodeValue<AppState>(good));
-
-    for (const char* key : {"schemaVersion", "projects", "grants", "learning", "assignments", "ignored",
-                            "ignoredClusters", "settings"}) {
+    // Each required key left out (no value), then values of the wrong kind.
+    const auto fails = [&](const char* at, const std::optional<Json>& value) {
         Json broken = good;
-        broken.erase(key);
-        EXPECT_THROW(decodeValue<AppState>(broken), DecodingError) << key;
-    }
-    for (const char* key : {"id", "name", "destinationFolder", "aliases", "status", "createdAt"}) {
-        Json broken = good;
-        broken["projects"][0].erase(key);
-        EXPECT_THROW(decodeValue<AppState>(broken), DecodingError) << key;
-    }
-    for (const char* key : {"thresholds", "dryRun", "debug"}) {
-        Json broken = good;
-        broken["settings"].erase(key);
-        EXPECT_THROW(decodeValue<AppState>(broken), DecodingError) << key;
-    }
-
-    auto mutated = [&](auto change) {
-        Json broken = good;
-        change(broken);
-        return broken;
+        const Json::json_pointer pointer(at);
+        if (value)
+            broken[pointer] = *value;
+        else
+            broken[pointer.parent_pointer()].erase(pointer.back());
+        EXPECT_THROW(decodeValue<AppState>(broken), DecodingError) << at;
     };
-    EXPECT_THROW(decodeValue<AppState>(mutated([](Json& j) { j["schemaVersion"] = "1"; })), DecodingError);
-    EXPECT_THROW(decodeValue<AppState>(mutated([](Json& j) { j["schemaVersion"] = 1.5; })), DecodingError);
-    EXPECT_THROW(decodeValue<AppState>(mutated([](Json& j) { j["settings"]["dryRun"] = 1; })), DecodingError);
-    EXPECT_THROW(decodeValue<AppState>(mutated([](Json& j) { j["projects"][0]["status"] = "paused"; })),
-                 DecodingError);
-    EXPECT_THROW(decodeValue<AppState>(mutated([](Json& j) { j["projects"][0]["id"] = "not-a-uuid"; })),
-                 DecodingError);
-    EXPECT_THROW(decodeValue<AppState>(mutated([](Json& j) { j["projects"][0]["destinationFolder"] = "/no/scheme"; })),
-                 DecodingError);
-    EXPECT_THROW(decodeValue<AppState>(mutated([](Json& j) { j["grants"][0]["bookmark"] = "*not base64*"; })),
-                 DecodingError);
-    EXPECT_THROW(decodeValue<AppState>(mutated([](Json& j) { j["projects"][0]["lastActivity"] = "yesterday"; })),
-                 DecodingError);
+    for (const char* at :
+         {"/schemaVersion", "/projects", "/grants", "/learning", "/assignments", "/ignored", "/ignoredClusters",
+          "/settings", "/projects/0/id", "/projects/0/name", "/projects/0/destinationFolder", "/projects/0/aliases",
+          "/projects/0/status", "/projects/0/createdAt", "/settings/thresholds", "/settings/dryRun", "/settings/debug"})
+        fails(at, std::nullopt);
+    fails("/schemaVersion", "1");
+    fails("/schemaVersion", 1.5);
+    fails("/settings/dryRun", 1);
+    fails("/projects/0/status", "paused");
+    fails("/projects/0/id", "not-a-uuid");
+    fails("/projects/0/destinationFolder", "/no/scheme");
+    fails("/grants/0/bookmark", "*not base64*");
+    fails("/projects/0/lastActivity", "yesterday");
 
+    Json broken = good;
+    broken["settings"]["thresholds"].erase("ready");
     try {
-        decodeValue<AppState>(mutated([](Json& j) { j["settings"]["thresholds"].erase("ready"); }));
+        decodeValue<AppState>(broken);
         FAIL() << "expected a decoding error";
     } catch (const DecodingError& e) {
         EXPECT_EQ(e.path(), "settings.thresholds.ready");
@@ -188,31 +181,91 @@ TEST(RecordsTest, NormalizeName) {
 TEST(RecordsTest, NamingDetailFallsBackToPresetThenTep) {
     Settings settings;
     EXPECT_EQ(settings.suggestedNamingDetail(), "Tep");
-    settings.usagePreset = UsagePreset::study;
-    EXPECT_EQ(settings.suggestedNamingDetail(), "Bai");
-    settings.usagePreset = UsagePreset::design;
-    EXPECT_EQ(settings.suggestedNamingDetail(), "Post");
+    for (const auto& [preset, detail] :
+         {std::pair{UsagePreset::study, "Bai"}, std::pair{UsagePreset::design, "Post"}}) {
+        settings.usagePreset = preset;
+        EXPECT_EQ(settings.suggestedNamingDetail(), detail);
+    }
     settings.namingDetail = "Slide";
     EXPECT_EQ(settings.suggestedNamingDetail(), "Slide");
 }
 
 TEST(RecordsTest, FingerprintNamesPathIdentityAndModificationTime) {
-    FileRecord record{"/Users/a/Downloads/x.pdf", "/Users/a/Downloads",
-                      {16777230, 4231, 5120, Date::fromUnix(1700000000.25)}, Date{}, std::nullopt};
+    FileRecord record{"/Users/a/Downloads/x.pdf",
+                      "/Users/a/Downloads",
+                      {16777230, 4231, 5120, Date::fromUnix(1700000000.25)},
+                      Date{},
+                      std::nullopt};
     EXPECT_EQ(record.fingerprint(), "/Users/a/Downloads/x.pdf|16777230|4231|5120|1700000000.25");
     record.identity.modified = Date::fromUnix(1700000000);
     EXPECT_EQ(record.fingerprint(), "/Users/a/Downloads/x.pdf|16777230|4231|5120|1700000000.0");
     record.identity.modified = Date::fromTimespec(1700000000, 500000000);
     EXPECT_EQ(record.fingerprint(), "/Users/a/Downloads/x.pdf|16777230|4231|5120|1700000000.5");
-    const std::string before = record.fingerprint();
-    record.identity.modified = Date::fromTimespec(1700000001, 500000000);  // touched
-    EXPECT_NE(record.fingerprint(), before);
 
     EXPECT_EQ(record.filename(), "x.pdf");
     EXPECT_EQ((FileRecord{"/a/Photo.JPG", "/a", {}, {}, {}}.fileExtension()), "jpg");
     EXPECT_EQ((FileRecord{"/a/archive.tar.gz", "/a", {}, {}, {}}.fileExtension()), "gz");
     EXPECT_EQ((FileRecord{"/a/README", "/a", {}, {}, {}}.fileExtension()), "");
     EXPECT_EQ((FileRecord{"/a/.hidden", "/a", {}, {}, {}}.fileExtension()), "");
+}
+
+TEST(EncodingTest, FileUrlsRoundTripEveryByteANameCanHold) {
+    std::string everyByte = "/";
+    for (int c = 1; c < 256; ++c)
+        if (c != '/') everyByte += static_cast<char>(c);
+    for (const std::string& path : {std::string("/home/d/Bài Đăng #1 100%.psd"), std::string("/a/new\nline?x=1&y"),
+                                    std::string("/a/\xff\xfe invalid utf8"), everyByte}) {
+        const std::string url = fileUrl(path);
+        EXPECT_EQ(url.rfind("file:///", 0), 0u) << url;
+        EXPECT_EQ(url.find(' '), std::string::npos);
+        EXPECT_EQ(url.find('#'), std::string::npos);
+        ASSERT_TRUE(pathFromFileUrl(url)) << url;
+        EXPECT_EQ(pathFromFileUrl(url)->native(), path);
+    }
+    EXPECT_EQ(fileUrl("/a b/c"), "file:///a%20b/c");
+    EXPECT_FALSE(pathFromFileUrl("/a/b"));
+    EXPECT_FALSE(pathFromFileUrl("file://relative"));
+    EXPECT_FALSE(pathFromFileUrl("file:///bad%zz"));
+    EXPECT_FALSE(pathFromFileUrl("file:///cut%4"));
+    EXPECT_FALSE(pathFromFileUrl("file:///nul%00byte"));
+}
+
+TEST(EncodingTest, Base64RoundTripsAllLengths) {
+    Bytes bytes;
+    for (int n = 0; n < 10; ++n) {
+        auto text = base64Encode(bytes);
+        auto back = base64Decode(text);
+        ASSERT_TRUE(back) << text;
+        EXPECT_EQ(*back, bytes);
+        bytes.push_back(static_cast<std::uint8_t>(250 + n));
+    }
+    EXPECT_EQ(base64Encode(Bytes{'M', 'a'}), "TWE=");
+    EXPECT_FALSE(base64Decode("abc"));
+    EXPECT_FALSE(base64Decode("a*c="));
+}
+
+TEST(EncodingTest, UuidTextIsUpperCaseAndParsesEitherCase) {
+    const Uuid id = Uuid::random();
+    const std::string text = id.text();
+    ASSERT_EQ(text.size(), 36u);
+    EXPECT_EQ(text[14], '4');  // version 4
+    for (char c : text) EXPECT_FALSE(c >= 'a' && c <= 'z') << text;
+    EXPECT_EQ(Uuid::parse(text), id);
+    std::string lower = text;
+    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    EXPECT_EQ(Uuid::parse(lower), id);
+    EXPECT_FALSE(Uuid::parse("E621E1F8C36C495A93FC0C247A3E6E5F"));
+    EXPECT_FALSE(Uuid::parse("G621E1F8-C36C-495A-93FC-0C247A3E6E5F"));
+    EXPECT_NE(Uuid::random(), Uuid::random());
+}
+
+TEST(EncodingTest, DatesCountFrom2001AndPrintShortest) {
+    EXPECT_DOUBLE_EQ(Date::fromUnix(978307200).sinceReference, 0);
+    EXPECT_DOUBLE_EQ(Date::fromTimespec(978307201, 250000000).sinceReference, 1.25);
+    EXPECT_EQ(shortestDecimal(1700000000.0), "1700000000.0");
+    EXPECT_EQ(shortestDecimal(1700000000.25), "1700000000.25");
+    EXPECT_EQ(shortestDecimal(0.1), "0.1");
+    EXPECT_EQ(shortestDecimal(-3), "-3.0");
 }
 
 }  // namespace

@@ -1,3 +1,5 @@
+// What a scan records: the metadata of one file, and the scanner's listing of the
+// inboxes, with what it refuses and reports.
 #include "scan/file_scanner.h"
 
 #include <fcntl.h>
@@ -7,15 +9,20 @@
 #include <algorithm>
 #include <filesystem>
 #include <string>
+#include <system_error>
 #include <vector>
 
+#include "model/kelo_error.h"
+#include "scan/metadata.h"
 #include "support/child_process.h"
+#include "support/refusal.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::setModified;
 using testing::TempDir;
 using testing::writeFile;
 
@@ -41,44 +48,17 @@ TEST(FileScannerTest, ListsOnlyTopLevelRegularVisibleFilesSortedByPath) {
 }
 
 // Names that are prefixes of one another, and bytes above 0x7f, are where a
-// comparison by C string or by signed char goes wrong.
-TEST(FileScannerTest, NamesSortInPlainByteOrder) {
+// comparison by C string or by signed char goes wrong; several roots sort as one list.
+TEST(FileScannerTest, RecordsOfEveryRootSortInPlainByteOrder) {
     TempDir dir;
     for (const char* name : {"\xc3\xa9t\xc3\xa9.pdf", "a.pdf", "a", "Z.pdf", "a b.pdf", "a.pdf.zip"})
-        writeFile(dir / "in" / name, "x");
-    EXPECT_EQ(names(FileScanner::scan({dir / "in"})),
-              (std::vector<std::string>{"Z.pdf", "a", "a b.pdf", "a.pdf", "a.pdf.zip", "\xc3\xa9t\xc3\xa9.pdf"}));
-}
-
-// Each file is typed by its whole name, so no shortcut by extension may merge
-// these: case matters to some globs and some types span two extensions.
-TEST(FileScannerTest, ContentTypeComesFromTheWholeName) {
-    TempDir dir;
-    for (const char* name : {"main.c", "main.C", "REPORT.PDF", "report.pdf", "backup.tar.gz", "backup.gz", "Makefile"})
-        writeFile(dir / "in" / name, "x");
-    std::vector<std::string> types;
-    for (const auto& file : FileScanner::scan({dir / "in"}).files)
-        types.push_back(file.filename() + " " + file.contentType.value_or("-"));
-    EXPECT_EQ(types, (std::vector<std::string>{
-                         "Makefile text/x-makefile",
-                         "REPORT.PDF application/pdf",
-                         "backup.gz application/gzip",
-                         "backup.tar.gz application/x-compressed-tar",
-                         "main.C text/x-c++src",
-                         "main.c text/x-csrc",
-                         "report.pdf application/pdf",
-                     }));
-}
-
-TEST(FileScannerTest, RecordsFromSeveralRootsAreSortedTogether) {
-    TempDir dir;
-    writeFile(dir / "z/a.txt", "1");
-    writeFile(dir / "a/z.txt", "2");
+        writeFile(dir / "z" / name, "x");
+    writeFile(dir / "a/z.txt", "x");
     const ScanResult result = FileScanner::scan({dir / "z", dir / "a/"});
-    ASSERT_EQ(result.files.size(), 2u);
-    EXPECT_EQ(result.files[0].url, dir / "a/z.txt");
+    EXPECT_EQ(names(result), (std::vector<std::string>{"z.txt", "Z.pdf", "a", "a b.pdf", "a.pdf", "a.pdf.zip",
+                                                       "\xc3\xa9t\xc3\xa9.pdf"}));
     EXPECT_EQ(result.files[0].sourceFolder, dir / "a");
-    EXPECT_EQ(result.files[1].url, dir / "z/a.txt");
+    EXPECT_EQ(result.files[1].contentType, "application/pdf") << "records carry their metadata";
 }
 
 TEST(FileScannerTest, UnreadableRootsBecomeOneLineEachAndOthersAreStillScanned) {
@@ -129,6 +109,58 @@ TEST(FileScannerTest, ParentThatMayOnlyBeSearchedDoesNotStopTheScan) {
         return std::to_string(result.files.size()) + " files, " + std::to_string(result.errors.size()) + " errors";
     });
     EXPECT_EQ(answer, "1 files, 0 errors");
+}
+
+std::string refusal(const fs::path& path) {
+    return testing::refusalOf([&] { Metadata::identity(path); });
+}
+
+TEST(MetadataTest, IdentityIsDeviceInodeSizeAndModified) {
+    TempDir dir;
+    writeFile(dir / "x.pdf", "12345");
+    setModified(dir / "x.pdf", 1700000000, 250000000);
+    struct stat info {};
+    ASSERT_EQ(::stat((dir / "x.pdf").c_str(), &info), 0);
+    EXPECT_EQ(Metadata::identity(dir / "x.pdf"),
+              (FileIdentity{static_cast<std::uint64_t>(info.st_dev), static_cast<std::uint64_t>(info.st_ino), 5,
+                            Date::fromUnix(1700000000.25)}));
+    EXPECT_EQ(testing::systemErrorOf([&] { Metadata::identity(dir / "gone.pdf"); }), ENOENT);
+}
+
+TEST(MetadataTest, LinksFoldersAndSpecialFilesAreRefusedByName) {
+    TempDir dir;
+    writeFile(dir / "real.txt", "x");
+    fs::create_symlink(dir / "real.txt", dir / "link.txt");
+    fs::create_directory(dir / "folder.pdf");
+    ASSERT_EQ(::mkfifo((dir / "pipe").c_str(), 0600), 0);
+    for (const char* name : {"link.txt", "folder.pdf", "pipe"})
+        EXPECT_EQ(refusal(dir / name), std::string("Source is missing, symbolic, or not a regular file: ") + name);
+    EXPECT_THROW(Metadata::record(dir / "link.txt", dir.path()), KeloError);
+}
+
+// The type comes from the whole name, so no shortcut by extension may merge these:
+// case matters to some globs, some types span two extensions, and a name GIO
+// cannot place has none.
+TEST(MetadataTest, RecordCarriesSourceCreationAndATypeFromTheWholeName) {
+    TempDir dir;
+    const Date before = Date::now().adding(-5);
+    const std::pair<const char*, std::optional<std::string>> cases[] = {
+        {"main.c", "text/x-csrc"},
+        {"main.C", "text/x-c++src"},
+        {"REPORT.PDF", "application/pdf"},
+        {"backup.tar.gz", "application/x-compressed-tar"},
+        {"backup.gz", "application/gzip"},
+        {"Makefile", "text/x-makefile"},
+        {"notes", std::nullopt}};
+    for (const auto& [name, type] : cases) {
+        writeFile(dir / name, "x");
+        const FileRecord record = Metadata::record(dir / name, dir.path());
+        EXPECT_EQ(record.contentType, type) << name;
+        EXPECT_EQ(record.url, dir / name);
+        EXPECT_EQ(record.sourceFolder, dir.path());
+        EXPECT_GE(record.created, before);
+        EXPECT_LE(record.created, Date::now().adding(5));
+    }
 }
 
 }  // namespace

@@ -89,32 +89,31 @@ TEST(ProjectInventoryTest, PeekSummarisesTheSameWalk) {
     EXPECT_EQ(empty.lastModified, std::nullopt);
 }
 
-TEST(ProjectInventoryTest, LinksPackagesAndSpecialFilesInsideAreRefused) {
+// Both readers refuse the same things with their own texts: a link, package or
+// special file inside, and a project that is itself a package or behind a link.
+TEST(ProjectInventoryTest, LinksPackagesAndSpecialFilesAreRefused) {
     TempDir dir;
     writeFile(dir / "outside.pdf", "secret");
-
     writeFile(dir / "A/Export/x.png", "x");
     fs::create_symlink(dir / "outside.pdf", dir / "A/Export/shortcut.pdf");
     fs::create_directories(dir / "B/Assets/Photos.photoslibrary");
     fs::create_directories(dir / "C");
     ASSERT_EQ(::mkfifo((dir / "C/pipe").c_str(), 0600), 0);
-    for (const fs::path& entry : {dir / "A/Export/shortcut.pdf", dir / "B/Assets/Photos.photoslibrary", dir / "C/pipe"}) {
-        const fs::path project = dir.path() / *entry.lexically_relative(dir.path()).begin();
-        EXPECT_EQ(refusals(project), kHandoffPrefix + entry.native() + "|" + kStudioPrefix + entry.native());
-    }
-}
-
-TEST(ProjectInventoryTest, TheProjectItselfMustBeAnOrdinaryFolder) {
-    TempDir dir;
     fs::create_directories(dir / "Movie.fcpbundle/Media");
-    const std::string package = "Choose an ordinary project folder, not a package.";
-    EXPECT_EQ(refusals(dir / "Movie.fcpbundle"), package + "|" + package);
-
-    fs::create_directories(dir / "Real");
-    fs::create_directory_symlink(dir / "Real", dir / "Alias");
+    fs::create_directory_symlink(dir / "B", dir / "Alias");
+    const auto inside = [](const fs::path& entry) {
+        return kHandoffPrefix + entry.native() + "|" + kStudioPrefix + entry.native();
+    };
+    const auto both = [](const std::string& text) { return text + "|" + text; };
     const std::string link = "Symbolic links are outside Kelo's safe operation scope: " + (dir / "Alias").native();
-    EXPECT_EQ(refusals(dir / "Alias"), link + "|" + link);
-    EXPECT_EQ(refusals(dir / "Alias/../Real"), link + "|" + link);
+    const std::pair<fs::path, std::string> cases[] = {
+        {dir / "A", inside(dir / "A/Export/shortcut.pdf")},
+        {dir / "B", inside(dir / "B/Assets/Photos.photoslibrary")},
+        {dir / "C", inside(dir / "C/pipe")},
+        {dir / "Movie.fcpbundle", both("Choose an ordinary project folder, not a package.")},
+        {dir / "Alias", both(link)},
+        {dir / "Alias/../B", both(link)}};
+    for (const auto& [project, refusal] : cases) EXPECT_EQ(refusals(project), refusal) << project;
     EXPECT_THROW(ProjectInventory::read(dir / "Missing"), std::system_error);
 }
 
