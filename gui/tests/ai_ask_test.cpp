@@ -19,24 +19,16 @@
 
 using namespace kelo;
 using namespace kelo::gui;
-using kelo::testing::CannedResponse;
 namespace fs = std::filesystem;
 
 namespace {
 
-enum PageIndex { kMatch = kAIMatchPage, kSettings = kAISettingsPage };
-const std::string& kKey = kAITestKey;
-const std::string& kEndpoint = kAIEndpoint;
 using Stage = AIAskDialog::Stage;
-
-CannedResponse answerFor(const Uuid& project) {
-    return adviceAnswer(project);
-}
 
 struct Window : AIWindow {
     AIAskDialog* ask(const fs::path& which) {
-        auto* match = static_cast<MatchPage*>(window.page(kMatch));
-        window.showPage(kMatch);
+        auto* match = static_cast<MatchPage*>(window.page(kAIMatchPage));
+        window.showPage(kAIMatchPage);
         if (match->selectFiles({QString::fromStdString(which.string())}) != 1) return nullptr;
         return match->askAI();
     }
@@ -45,10 +37,6 @@ struct Window : AIWindow {
 
 bool reaches(AIAskDialog* dialog, Stage stage) {
     return QTest::qWaitFor([&] { return dialog->stage() == stage; }, 20000);
-}
-
-bool leavesPreparing(AIAskDialog* dialog) {
-    return QTest::qWaitFor([&] { return dialog->stage() != Stage::preparing; }, 20000);
 }
 
 // An export of `size` bytes (a sparse file: only its size and name are read first).
@@ -74,7 +62,7 @@ private Q_SLOTS:
         auto* settings = dialog->findChild<QPushButton*>("aiAskOpenSettings");
         QVERIFY(settings->isVisible());
         settings->click();
-        QVERIFY(w.window.page(kSettings)->isVisible());
+        QVERIFY(w.window.page(kAISettingsPage)->isVisible());
         QCOMPARE(w.server.requests().size(), std::size_t(0));
     }
 
@@ -98,7 +86,7 @@ private Q_SLOTS:
         dialog->send();
         QVERIFY(reaches(dialog, Stage::advice));
         QCOMPARE(w.server.requests().size(), std::size_t(1));
-        QVERIFY(w.server.requests().front().headers.at("x-goog-api-key") == kKey);
+        QVERIFY(w.server.requests().front().headers.at("x-goog-api-key") == kAITestKey);
         QCOMPARE(dialog->findChild<QLabel*>("aiAdviceProject")->text(), QStringLiteral("Lotus Spa"));
         QCOMPARE(dialog->findChild<QLabel*>("aiAdviceReason")->text(), QStringLiteral("Tên tệp có chữ LS."));
 
@@ -117,10 +105,10 @@ private Q_SLOTS:
     void aCancelledRequestGetsOneRetryThenIsDismissed() {
         Window w;
         w.setUpAI();
-        const CannedResponse answer = answerFor(w.model.snapshot()->state->projects.front().id);
-        CannedResponse silent;
+        const testing::CannedResponse answer = adviceAnswer(w.model.snapshot()->state->projects.front().id);
+        testing::CannedResponse silent;
         silent.hang = true;
-        w.server.respond(kEndpoint, silent);
+        w.server.respond(kAIEndpoint, silent);
         AIAskDialog* dialog = w.ask();
         QVERIFY(reaches(dialog, Stage::review));
         dialog->send();
@@ -129,7 +117,7 @@ private Q_SLOTS:
         QVERIFY(reaches(dialog, Stage::failed));
         QCOMPARE(dialog->message(), QString::fromUtf8(kRequestCancelledText.data()));
 
-        w.server.respond(kEndpoint, answer);
+        w.server.respond(kAIEndpoint, answer);
         dialog->findChild<QPushButton*>("aiAskRetry")->click();
         QVERIFY(reaches(dialog, Stage::review));
         dialog->send();
@@ -149,9 +137,7 @@ private Q_SLOTS:
         Window w;
         w.setUpAI();
         const fs::path brief = w.inbox / "LS brief.pdf";
-        std::ofstream(brief) << "%PDF-1.4";
-        const timespec old[2] = {{1767607200, 0}, {1767607200, 0}};
-        ::utimensat(AT_FDCWD, brief.c_str(), old, 0);
+        writePicture(brief);  // its name decides: no preview is made of a PDF
         w.model.scan();
         QVERIFY(settle(w.model));
         const fs::path exports = w.root / "Exports";
@@ -187,7 +173,7 @@ private Q_SLOTS:
                 QCOMPARE(dialog->message(), QString::fromUtf8(AIPreview::kUnsupportedText.data()));
                 QVERIFY(dialog->findChild<QPushButton*>("aiAskAttach")->isVisible());
                 dialog->attach(c.attachment);
-                QVERIFY2(leavesPreparing(dialog), c.name);
+                QVERIFY2(QTest::qWaitFor([&] { return dialog->stage() != Stage::preparing; }, 20000), c.name);
                 message = dialog->stage() == Stage::refused ? dialog->message() : QString();
                 if (dialog->stage() == Stage::review) {
                     QCOMPARE(dialog->draft()->width, 300);

@@ -32,11 +32,6 @@ struct Window : AIWindow {
         model.scan();
         return settle(model) && QTest::qWaitFor([&] { return !strip->automatic().running(); }, 20000) && settle(model);
     }
-    const AIRecord& record(const Uuid& id) const {
-        for (const AIRecord& r : model.snapshot()->ai->records)
-            if (r.id == id) return r;
-        throw std::out_of_range("no such record");
-    }
 };
 
 }  // namespace
@@ -53,12 +48,7 @@ private Q_SLOTS:
         QCOMPARE(w.server.requests().size(), std::size_t(1));  // two eligible files, one request
         QVERIFY(w.strip->isVisible());
         QCOMPARE(w.strip->shown()->status, AIRecordStatus::suggested);
-        const QString text = w.strip->findChild<QLabel*>("aiAutomaticText")->text();
-        QVERIFY2(text.contains(QStringLiteral("Lotus Spa")) && text.contains(QStringLiteral("LS-Social-Post1")),
-                 qPrintable(text));
-
-        QVERIFY(w.scan());  // within 20 seconds of the last request
-        QCOMPARE(w.server.requests().size(), std::size_t(1));
+        QVERIFY(w.strip->findChild<QLabel*>("aiAutomaticText")->text().contains("Lotus Spa, tên tệp «LS-Social-Post1"));
 
         const fs::path sent = w.strip->shown()->file.url;
         AIAskDialog* dialog = w.strip->open();
@@ -96,9 +86,7 @@ private Q_SLOTS:
         w.configure(false, 3);
         QVERIFY(QTest::qWaitFor([&] { return !w.strip->automatic().running(); }, 20000));
         QVERIFY(settle(w.model));
-        const AIRecord& cancelled = w.record(w.strip->automatic().sent().back());
-        QCOMPARE(cancelled.note.value_or(""), std::string(kRequestCancelledText));
-        QCOMPARE(w.strip->shown()->id, cancelled.id);
+        QCOMPARE(w.strip->shown()->note.value_or(""), std::string(kRequestCancelledText));
         QCOMPARE(w.model.snapshot()->ai->requestsToday, std::int64_t(2));
         QCOMPARE(w.server.requests().size(), std::size_t(2));
     }

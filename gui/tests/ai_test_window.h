@@ -26,11 +26,11 @@ enum AIPageIndex { kAIMatchPage = 1, kAISettingsPage = 5 };
 inline const std::string kAITestKey = "AIzaAskTestKey_0123456789-abcdefg";
 inline const std::string kAIEndpoint(GeminiPayload::kEndpointPath);
 
-inline testing::CannedResponse adviceAnswer(const Uuid& project, const std::string& stem = "LS-Social-Post1") {
+inline testing::CannedResponse adviceAnswer(const Uuid& project) {
     const std::string output = Json{
         {"project_id", project.text()},
         {"category", "Export"},
-        {"stem", stem},
+        {"stem", "LS-Social-Post1"},
         {"reason", "Tên tệp có chữ LS."},
         {"confidence", "high"}}.dump();
     testing::CannedResponse response;
