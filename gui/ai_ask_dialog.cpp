@@ -229,7 +229,7 @@ void AIAskDialog::poll() {
         model_.endBackgroundWork();
         progress_->end();
         try {
-            record(sending_.get());
+            recordAnswer(sending_.get());
         } catch (const std::exception& error) {
             // Refused before anything was sent (settings changed, no key, the cap).
             showRefusal(QString::fromStdString(error.what()));
@@ -269,7 +269,7 @@ void AIAskDialog::cancel() {
 // The answer is recorded as a command of the model, so the outcome's snapshot (the
 // raised count, the record, the failure text) reaches Match, Settings and the
 // status log like any other.
-void AIAskDialog::record(AIRequestTask::SentAIRequest sent) {
+void AIAskDialog::recordAnswer(AIRequestTask::SentAIRequest sent) {
     auto outcome = std::make_shared<AICommands::AIOutcome>();
     act(
         [sent = std::move(sent), outcome](Engine& engine) {

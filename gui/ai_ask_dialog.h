@@ -80,7 +80,7 @@ private:
     void poll();
     void showRefusal(const QString& sentence);
     void showReview(AIDraft draft);
-    void record(AIRequestTask::SentAIRequest sent);
+    void recordAnswer(AIRequestTask::SentAIRequest sent);
     void showOutcome(const AICommands::AIOutcome& outcome);
     void showAdvice(const AIRecord& record);
     void showDone(const QString& sentence);
