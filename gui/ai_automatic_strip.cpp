@@ -40,13 +40,13 @@ AIAutomaticStrip::AIAutomaticStrip(AppModel& model, QWidget* parent) : QFrame(pa
     text_->setWordWrap(true);
     open_ = new QPushButton(utf8(text::kAutomaticOpen), this);
     open_->setObjectName(QStringLiteral("aiAutomaticOpen"));
-    auto* hide = new QPushButton(utf8(text::kAutomaticHide), this);
-    hide->setObjectName(QStringLiteral("aiAutomaticHide"));
+    hide_ = new QPushButton(utf8(text::kAutomaticHide), this);
+    hide_->setObjectName(QStringLiteral("aiAutomaticHide"));
     layout->addWidget(text_, 1);
     layout->addWidget(open_);
-    layout->addWidget(hide);
+    layout->addWidget(hide_);
     connect(open_, &QPushButton::clicked, this, [this] { open(); });
-    connect(hide, &QPushButton::clicked, this, [this] {
+    connect(hide_, &QPushButton::clicked, this, [this] {
         if (shown_) hidden_.insert(shown_->id.text());
         render();
     });
@@ -70,6 +70,7 @@ void AIAutomaticStrip::render() {
         }
     if (shown_) text_->setText(describe(*snapshot, *shown_));
     open_->setEnabled(shown_ && model_.canOperate());
+    hide_->setEnabled(shown_.has_value());
     setVisible(shown_.has_value());
 }
 

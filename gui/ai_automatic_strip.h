@@ -39,6 +39,7 @@ private:
     AIAutomatic* automatic_;
     QLabel* text_;
     QPushButton* open_;
+    QPushButton* hide_;
     std::optional<AIRecord> shown_;
     std::set<std::string> hidden_;  // records the user put away ("Ẩn"), by id
 };
