@@ -82,6 +82,22 @@ struct AIAskDialog::Acting {
 };
 
 AIAskDialog::AIAskDialog(AppModel& model, std::filesystem::path file, QWidget* parent)
+    : AIAskDialog(model, std::move(file), parent, true) {
+    prepare(std::nullopt);
+}
+
+AIAskDialog::AIAskDialog(AppModel& model, const AIRecord& record, QWidget* parent)
+    : AIAskDialog(model, record.file.url, parent, true) {
+    record_ = record;
+    if (record.status == AIRecordStatus::suggested && record.advice) {
+        showAdvice(record);
+    } else {
+        message_->setText(record.note ? qs(*record.note) : QString());
+        setStage(record.status == AIRecordStatus::failed ? Stage::failed : Stage::done);
+    }
+}
+
+AIAskDialog::AIAskDialog(AppModel& model, std::filesystem::path file, QWidget* parent, bool)
     : QDialog(parent), model_(model), file_(std::move(file)) {
     setObjectName(QStringLiteral("aiAskDialog"));
     setWindowTitle(utf8(text::kAskAITitle).arg(qs(file_.filename().string())));
@@ -118,13 +134,21 @@ AIAskDialog::AIAskDialog(AppModel& model, std::filesystem::path file, QWidget* p
     connect(&poll_, &QTimer::timeout, this, [this] { poll(); });
     connect(&model_, &AppModel::snapshotChanged, this, [this] { poll(); });
     connect(&model_, &AppModel::refused, this, [this] { poll(); });
-    prepare(std::nullopt);
 }
 
 AIAskDialog::~AIAskDialog() {
-    // A request still out is stopped; its future waits for the stop to land.
+    // A request still out is stopped; its future waits for the stop to land, and
+    // what came back is recorded before the dialog goes.
     stop_.request_stop();
     if (preparing_.valid() || sending_.valid()) model_.endBackgroundWork();
+    if (!sending_.valid()) return;
+    try {
+        const AIRequestTask::SentAIRequest sent = sending_.get();
+        if (EngineWorker* worker = model_.worker())
+            worker->run([&](Engine& engine) { return AICommands::recordAI(engine, sent.request, sent.result); }).get();
+    } catch (const std::exception&) {
+        // Refused before anything was sent.
+    }
 }
 
 bool AIAskDialog::working() const {
@@ -205,7 +229,7 @@ void AIAskDialog::poll() {
         model_.endBackgroundWork();
         progress_->end();
         try {
-            showOutcome(sending_.get());
+            recordAnswer(sending_.get());
         } catch (const std::exception& error) {
             // Refused before anything was sent (settings changed, no key, the cap).
             showRefusal(QString::fromStdString(error.what()));
@@ -233,7 +257,7 @@ void AIAskDialog::send() {
     stop_ = std::stop_source();
     progress_->begin(utf8(text::kAskAISending), stop_);
     model_.beginBackgroundWork();
-    sending_ = AIRequestTask::send(*worker, *draft_, stop_.get_token());
+    sending_ = AIRequestTask::reserveAndSend(*worker, *draft_, stop_.get_token());
     setStage(Stage::sending);
     poll_.start();
 }
@@ -242,12 +266,25 @@ void AIAskDialog::cancel() {
     stop_.request_stop();
 }
 
-// The engine's snapshot of the outcome goes to the model as a fresh one carrying its
-// messages, so Match, Settings and the status log show the raised count and the text.
+// The answer is recorded as a command of the model, so the outcome's snapshot (the
+// raised count, the record, the failure text) reaches Match, Settings and the
+// status log like any other.
+void AIAskDialog::recordAnswer(AIRequestTask::SentAIRequest sent) {
+    auto outcome = std::make_shared<AICommands::AIOutcome>();
+    act(
+        [sent = std::move(sent), outcome](Engine& engine) {
+            *outcome = AICommands::recordAI(engine, sent.request, sent.result);
+            return outcome->snapshot;
+        },
+        [this, outcome](const QString& refusal) {
+            if (!refusal.isEmpty()) return showRefusal(refusal);
+            showOutcome(*outcome);
+        });
+}
+
 void AIAskDialog::showOutcome(const AICommands::AIOutcome& outcome) {
     const std::vector<std::string> messages =
         outcome.snapshot ? outcome.snapshot->messages : std::vector<std::string>{};
-    model_.submit(utf8(text::kCommandAskAI), [messages](Engine& engine) { return engine.snapshot(messages); });
     record_.reset();
     if (outcome.snapshot && outcome.snapshot->ai)
         for (const AIRecord& r : outcome.snapshot->ai->records)

@@ -6,8 +6,12 @@
 // cancels it; then the advice (project, file name, reason, confidence) with accept,
 // rename and dismiss, or the failure with its one explicit retry.
 //
+// Opened on a request already answered (an automatic one), it starts at its advice
+// or its failure.
+//
 // Main thread only; the preview and the request run on other threads and are
-// polled, so the window never waits. `model` must outlive the dialog. Closed while
+// polled, so the window never waits; the outcome is recorded through the model, so
+// its snapshot arrives like any command's. `model` must outlive the dialog. Closed while
 // work is under way, the dialog stops what can be stopped and deletes itself once
 // the work ended: make it with new and let it go.
 #pragma once
@@ -24,6 +28,7 @@
 
 #include "ai/ai_draft.h"
 #include "engine/ai_request_commands.h"
+#include "engine/ai_request_task.h"
 #include "gui/app_model.h"
 
 class QGroupBox;
@@ -40,6 +45,8 @@ class AIAskDialog : public QDialog {
 public:
     // Starts checking and preparing `file` (an inbox file) at once.
     AIAskDialog(AppModel& model, std::filesystem::path file, QWidget* parent = nullptr);
+    // Starts at the advice of a "suggested" record, or the failure of a "failed" one.
+    AIAskDialog(AppModel& model, const AIRecord& record, QWidget* parent = nullptr);
     ~AIAskDialog() override;
 
     enum class Stage { preparing, refused, review, sending, advice, failed, done };
@@ -63,6 +70,7 @@ protected:
     void reject() override;
 
 private:
+    AIAskDialog(AppModel& model, std::filesystem::path file, QWidget* parent, bool);  // the widgets only
     static QPushButton* button(const char* label, const char* name, QWidget* parent);
     QWidget* buildMessagePage();
     QWidget* buildReviewPage();
@@ -72,6 +80,7 @@ private:
     void poll();
     void showRefusal(const QString& sentence);
     void showReview(AIDraft draft);
+    void recordAnswer(AIRequestTask::SentAIRequest sent);
     void showOutcome(const AICommands::AIOutcome& outcome);
     void showAdvice(const AIRecord& record);
     void showDone(const QString& sentence);
@@ -113,7 +122,7 @@ private:
     std::future<void> checking_;  // the gate, on the engine thread
     std::optional<std::filesystem::path> attachment_;
     std::future<AIDraft> preparing_;
-    std::future<AICommands::AIOutcome> sending_;
+    std::future<AIRequestTask::SentAIRequest> sending_;  // recorded through the model once back
     std::stop_source stop_;
     struct Acting;
     std::shared_ptr<Acting> acting_;  // an accept, rename or dismiss sent through the model

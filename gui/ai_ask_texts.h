@@ -43,4 +43,12 @@ inline constexpr char kAdviceDone[] = "Đã xong. Có thể hoàn tác trong L�
 inline constexpr char kAdviceDismissed[] = "Đã bỏ qua gợi ý. Tệp vẫn ở nguyên chỗ cũ.";
 inline constexpr char kCommandAskAI[] = "Hỏi AI";
 
+// Automatic mode's outcome on Match.
+inline constexpr char kCommandAutomaticAI[] = "AI tự động";
+inline constexpr char kAutomaticAdvice[] = "AI tự động gợi ý cho «%1»: %2, tên tệp «%3».";
+inline constexpr char kAutomaticAdviceNoProject[] = "AI tự động chưa nhận ra dự án cho «%1»; tên tệp đề xuất «%2».";
+inline constexpr char kAutomaticFailed[] = "AI tự động không có gợi ý cho «%1»: %2";
+inline constexpr char kAutomaticOpen[] = "Xem gợi ý…";
+inline constexpr char kAutomaticHide[] = "Ẩn";
+
 }  // namespace kelo::gui::text

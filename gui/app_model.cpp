@@ -28,10 +28,15 @@ AppModel::~AppModel() = default;
 // long journal can take a moment), so the window paints at once. Commands sent
 // meanwhile wait for it and run after the first scan.
 void AppModel::start(const std::filesystem::path& dataDirectory) {
+    start(dataDirectory, Date::now);
+}
+
+void AppModel::start(const std::filesystem::path& dataDirectory, Clock clock) {
     const bool wasBusy = busy();
     startupFailure_.clear();
-    starting_ =
-        std::async(std::launch::async, [dataDirectory] { return std::make_unique<EngineWorker>(dataDirectory); });
+    starting_ = std::async(std::launch::async, [dataDirectory, clock = std::move(clock)] {
+        return std::make_unique<EngineWorker>(dataDirectory, clock);
+    });
     if (!wasBusy) startPolling();
 }
 
@@ -87,6 +92,7 @@ void AppModel::deliverFinished() {
                 snapshot_ = std::move(next);
                 refusal_.clear();
                 Q_EMIT snapshotChanged();
+                if (done.label == text::kCommandScan) Q_EMIT scanned();
             }
         } catch (const std::exception& error) {
             refuse(QString::fromStdString(error.what()));

@@ -35,6 +35,8 @@ public:
     // snapshot; busy() until it has started. When the engine cannot start,
     // startupFailure() says why and every command is refused.
     void start(const std::filesystem::path& dataDirectory);
+    // The same on an injected clock, for tests.
+    void start(const std::filesystem::path& dataDirectory, Clock clock);
 
     bool canOperate() const { return worker_ != nullptr; }
     // The running engine, for work that runs beside it (duplicate search, packing);
@@ -68,6 +70,8 @@ Q_SIGNALS:
     void snapshotChanged();
     void busyChanged(bool busy);
     void refused(const QString& message);
+    // After snapshotChanged, when the snapshot came from a scan.
+    void scanned();
 
 private:
     struct Pending {

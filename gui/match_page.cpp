@@ -27,6 +27,7 @@
 #include "access/path_safety.h"
 #include "gui/ai_ask_dialog.h"
 #include "gui/ai_ask_texts.h"
+#include "gui/ai_automatic_strip.h"
 #include "gui/match_model.h"
 #include "gui/presentation.h"
 #include "gui/project_drop_list.h"
@@ -156,6 +157,7 @@ MatchPage::MatchPage(AppModel& model, QWidget* parent) : Page(model, parent) {
     dryRunNote_->setObjectName(QStringLiteral("matchDryRun"));
     dryRunNote_->setWordWrap(true);
     layout->addWidget(dryRunNote_);
+    layout->addWidget(new AIAutomaticStrip(model_, this));  // automatic online AI's last outcome
 
     auto* sortRow = new QHBoxLayout;
     sort_ = new QPushButton(text::kSortInto, this);

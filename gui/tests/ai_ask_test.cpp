@@ -2,98 +2,49 @@
 // server on loopback standing in for Gemini, the key given for this session only.
 // The dialog refuses with the engine's sentence until online AI is set up, shows
 // the preview and context before anything leaves, and its advice sorts the file for
-// real; a request cancelled in flight gets its one retry.
-#include <QImage>
+// real; a request cancelled in flight gets its one retry; an exported PNG/JPG
+// attached for a file without a preview is checked before it is used.
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QTableView>
 #include <QtTest>
+#include <fstream>
+#include <thread>
 
-#include "access/path_safety.h"
+#include "ai/ai_preview.h"
 #include "ai/gemini_failure.h"
-#include "ai/gemini_payload.h"
-#include "engine/ai_commands.h"
-#include "engine/ai_key_commands.h"
 #include "gui/ai_ask_dialog.h"
-#include "gui/main_window.h"
 #include "gui/match_page.h"
-#include "gui/tests/isolated_app.h"
-#include "model/json_codec.h"
-#include "support/tls_test_server.h"
+#include "gui/tests/ai_test_window.h"
 
 using namespace kelo;
 using namespace kelo::gui;
-using kelo::testing::CannedResponse;
-using kelo::testing::TlsTestServer;
 namespace fs = std::filesystem;
 
 namespace {
 
-enum PageIndex { kOverview, kMatch, kProjects, kStudio, kHistory, kSettings };
-const std::string kKey = "AIzaAskTestKey_0123456789-abcdefg";
-const std::string kEndpoint(GeminiPayload::kEndpointPath);
 using Stage = AIAskDialog::Stage;
 
-CannedResponse answerFor(const Uuid& project) {
-    const std::string output = Json{
-        {"project_id", project.text()},
-        {"category", "Export"},
-        {"stem", "LS-Social-Post1"},
-        {"reason", "Tên tệp có chữ LS."},
-        {"confidence", "high"}}.dump();
-    CannedResponse response;
-    response.body =
-        Json{{"candidates", {{{"content", {{"parts", {{{"text", output}}}}}}, {"finishReason", "STOP"}}}}}.dump();
-    return response;
-}
-
-struct Window {
-    testing::TempDir root;
-    fs::path inbox = root / "Downloads";
-    fs::path file = inbox / "LS banner.png";
-    TlsTestServer server;
-    AppModel model;
-    MainWindow window{model};
-
-    Window() {
-        qputenv("KELO_GEMINI_ENDPOINT", QByteArray::fromStdString(server.baseUrl()));
-        qputenv("KELO_GEMINI_CA_FILE", QByteArray::fromStdString(server.certificateFile().string()));
-        fs::create_directories(root / "Projects/Lotus Spa");
-        fs::create_directories(inbox);
-        QImage image(1600, 900, QImage::Format_RGB32);
-        image.fill(QColor(0x2a, 0x6f, 0x5b));
-        image.save(QString::fromStdString(file.string()), "PNG");
-        fs::last_write_time(file, fs::file_time_type::clock::now() - std::chrono::hours(2));
-        window.show();
-        model.start(root / "data");
-        model.addGrant(inbox, FolderGrant::Role::watch);
-        model.addGrant(root / "Projects", FolderGrant::Role::projectHome);
-        settle(model);
-        Settings settings = model.snapshot()->state->settings;
-        settings.dryRun = false;
-        model.updateSettings(settings);
-        settle(model);
-    }
-    void setUpAI() {
-        AIConfiguration c = model.snapshot()->ai->configuration;
-        c.enabled = c.freeTierConfirmed = c.dataUseAcknowledged = true;
-        c.allowedFolders = {PathSafety::key(inbox)};
-        model.submit("ai", [c](Engine& engine) { return AICommands::configureAI(engine, c); });
-        model.submit("key", [](Engine& engine) { return AICommands::useSessionAIKey(engine, kKey); });
-        settle(model);
-        server.respond(kEndpoint, answerFor(model.snapshot()->state->projects.front().id));
-    }
-    AIAskDialog* ask() {
-        auto* match = static_cast<MatchPage*>(window.page(kMatch));
-        window.showPage(kMatch);
-        if (match->selectFiles({QString::fromStdString(file.string())}) != 1) return nullptr;
+struct Window : AIWindow {
+    AIAskDialog* ask(const fs::path& which) {
+        auto* match = static_cast<MatchPage*>(window.page(kAIMatchPage));
+        window.showPage(kAIMatchPage);
+        if (match->selectFiles({QString::fromStdString(which.string())}) != 1) return nullptr;
         return match->askAI();
     }
+    AIAskDialog* ask() { return ask(file); }
 };
 
 bool reaches(AIAskDialog* dialog, Stage stage) {
     return QTest::qWaitFor([&] { return dialog->stage() == stage; }, 20000);
+}
+
+// An export of `size` bytes (a sparse file: only its size and name are read first).
+fs::path sizedExport(const fs::path& folder, const std::string& name, std::uintmax_t size) {
+    const fs::path path = folder / name;
+    std::ofstream(path).put('x');
+    fs::resize_file(path, size);
+    return path;
 }
 
 }  // namespace
@@ -111,7 +62,7 @@ private Q_SLOTS:
         auto* settings = dialog->findChild<QPushButton*>("aiAskOpenSettings");
         QVERIFY(settings->isVisible());
         settings->click();
-        QVERIFY(w.window.page(kSettings)->isVisible());
+        QVERIFY(w.window.page(kAISettingsPage)->isVisible());
         QCOMPARE(w.server.requests().size(), std::size_t(0));
     }
 
@@ -135,7 +86,7 @@ private Q_SLOTS:
         dialog->send();
         QVERIFY(reaches(dialog, Stage::advice));
         QCOMPARE(w.server.requests().size(), std::size_t(1));
-        QVERIFY(w.server.requests().front().headers.at("x-goog-api-key") == kKey);
+        QVERIFY(w.server.requests().front().headers.at("x-goog-api-key") == kAITestKey);
         QCOMPARE(dialog->findChild<QLabel*>("aiAdviceProject")->text(), QStringLiteral("Lotus Spa"));
         QCOMPARE(dialog->findChild<QLabel*>("aiAdviceReason")->text(), QStringLiteral("Tên tệp có chữ LS."));
 
@@ -154,10 +105,10 @@ private Q_SLOTS:
     void aCancelledRequestGetsOneRetryThenIsDismissed() {
         Window w;
         w.setUpAI();
-        const CannedResponse answer = answerFor(w.model.snapshot()->state->projects.front().id);
-        CannedResponse silent;
+        const testing::CannedResponse answer = adviceAnswer(w.model.snapshot()->state->projects.front().id);
+        testing::CannedResponse silent;
         silent.hang = true;
-        w.server.respond(kEndpoint, silent);
+        w.server.respond(kAIEndpoint, silent);
         AIAskDialog* dialog = w.ask();
         QVERIFY(reaches(dialog, Stage::review));
         dialog->send();
@@ -166,7 +117,7 @@ private Q_SLOTS:
         QVERIFY(reaches(dialog, Stage::failed));
         QCOMPARE(dialog->message(), QString::fromUtf8(kRequestCancelledText.data()));
 
-        w.server.respond(kEndpoint, answer);
+        w.server.respond(kAIEndpoint, answer);
         dialog->findChild<QPushButton*>("aiAskRetry")->click();
         QVERIFY(reaches(dialog, Stage::review));
         dialog->send();
@@ -178,6 +129,63 @@ private Q_SLOTS:
         QVERIFY(w.model.snapshot()->ai->records.back().status == AIRecordStatus::dismissed);
         QCOMPARE(w.model.snapshot()->ai->requestsToday, std::int64_t(2));
         dialog->close();
+    }
+
+    // A PDF has no preview of its own; an exported PNG/JPG attached instead is what
+    // is shown and sent, unless it breaks one of the attachment's rules.
+    void anAttachedExportStandsInForAFileWithoutPreview() {
+        Window w;
+        w.setUpAI();
+        const fs::path brief = w.inbox / "LS brief.pdf";
+        writePicture(brief);  // its name decides: no preview is made of a PDF
+        w.model.scan();
+        QVERIFY(settle(w.model));
+        const fs::path exports = w.root / "Exports";
+        fs::create_directories(exports);
+        writePicture(exports / "export.png", 300, 200);
+
+        struct Case {
+            const char* name;
+            fs::path attachment;
+            std::string_view refusal;  // empty: accepted
+            bool rewrittenWhileRead = false;
+        };
+        const Case cases[] = {
+            {"export", exports / "export.png", {}},
+            {"20 MB", sizedExport(exports, "big.jpg", AIPreview::kAttachmentLimit), AIPreview::kAttachmentText},
+            {"GIF", sizedExport(exports, "export.gif", 1000), AIPreview::kAttachmentText},
+            {"rewritten", sizedExport(exports, "saving.png", AIPreview::kAttachmentLimit - 1),
+             AIPreview::kAttachmentChangedText, true},
+        };
+        for (const Case& c : cases) {
+            // The design app saving the export again and again while it is read; a
+            // starved writer can miss one read, so it gets three.
+            std::jthread writer([&](std::stop_token stop) {
+                for (long tick = 1; c.rewrittenWhileRead && !stop.stop_requested(); ++tick) {
+                    const timespec times[2] = {{1767607200, tick}, {1767607200, tick}};
+                    ::utimensat(AT_FDCWD, c.attachment.c_str(), times, 0);
+                }
+            });
+            QString message;
+            for (int attempt = 0; attempt < (c.rewrittenWhileRead ? 3 : 1); ++attempt) {
+                AIAskDialog* dialog = w.ask(brief);
+                QVERIFY2(reaches(dialog, Stage::refused), c.name);
+                QCOMPARE(dialog->message(), QString::fromUtf8(AIPreview::kUnsupportedText.data()));
+                QVERIFY(dialog->findChild<QPushButton*>("aiAskAttach")->isVisible());
+                dialog->attach(c.attachment);
+                QVERIFY2(QTest::qWaitFor([&] { return dialog->stage() != Stage::preparing; }, 20000), c.name);
+                message = dialog->stage() == Stage::refused ? dialog->message() : QString();
+                if (dialog->stage() == Stage::review) {
+                    QCOMPARE(dialog->draft()->width, 300);
+                    QCOMPARE(dialog->draft()->height, 200);
+                }
+                dialog->close();
+                if (message == QString::fromUtf8(c.refusal.data(), c.refusal.size())) break;
+            }
+            writer.request_stop();
+            QCOMPARE(message, QString::fromUtf8(c.refusal.data(), c.refusal.size()));
+        }
+        QCOMPARE(w.server.requests().size(), std::size_t(0));
     }
 };
 

@@ -262,12 +262,49 @@ AIOutcome sendAI(Engine& engine, const AIDraft& draft, std::stop_token stop) {
     return recordAI(engine, request, sendReservedAI(request, stop));
 }
 
-std::optional<ReservedAIRequest> beginAutomaticAI(Engine& engine) {
+namespace {
+
+// Automatic mode may start a request now: switched on, within the cap and out of
+// any pause, spaced from the last request, none still out (a "started" record is
+// one waiting for its answer), and a key at hand, so a missing key never uses up
+// a file's one automatic attempt.
+bool automaticDue(Engine& engine) {
     const AIState& ai = engine.ai();
     const Date now = engine.now();
-    if (!ai.configuration.automatic || !ai.canRequest(now, engine.aiRuntime().calendar)) return std::nullopt;
-    if (ai.lastRequestAt && now.secondsSince(*ai.lastRequestAt) < kAutomaticSpacingSeconds) return std::nullopt;
+    if (!ai.configuration.automatic || !ai.canRequest(now, engine.aiRuntime().calendar)) return false;
+    if (ai.lastRequestAt && now.secondsSince(*ai.lastRequestAt) < kAutomaticSpacingSeconds) return false;
+    if (std::any_of(ai.records.begin(), ai.records.end(),
+                    [](const AIRecord& r) { return r.status == AIRecordStatus::started; }))
+        return false;
+    try {
+        return currentAIKey(engine).has_value();
+    } catch (const std::exception&) {
+        return false;
+    }
+}
 
+bool hasRecord(const AIState& state, const FileRecord& file) {
+    const std::string fingerprint = file.fingerprint();
+    return std::any_of(state.records.begin(), state.records.end(),
+                       [&](const AIRecord& r) { return r.file.fingerprint() == fingerprint; });
+}
+
+// Best effort: should the save fail, the file is simply tried again later, which
+// never sends it twice since nothing was sent for it.
+void recordAutomaticFailure(Engine& engine, const FileRecord& file) {
+    AIState next = engine.ai();
+    appendFailedRecord(next, file, engine.now(), kAIAutomaticFailedNote);
+    try {
+        persistAI(engine, next);
+    } catch (const std::exception&) {
+    }
+}
+
+}  // namespace
+
+std::optional<AIPreparation> chooseAutomaticAI(Engine& engine) {
+    if (!automaticDue(engine)) return std::nullopt;
+    const Date now = engine.now();
     std::vector<std::string> errors;
     const AccessScope scope = engine.openScope(&errors);
     auto roots = approvedRoots(engine);
@@ -278,18 +315,41 @@ std::optional<ReservedAIRequest> beginAutomaticAI(Engine& engine) {
             !AIEligibility::allowed(file, engine.ai().configuration, roots))
             continue;
         try {
-            return reserveAI(engine, prepareAI(engine, file));
+            return beginPrepareAI(engine, file);
         } catch (const std::exception&) {
-            AIState next = engine.ai();
-            appendFailedRecord(next, file, now, kAIAutomaticFailedNote);
-            try {
-                persistAI(engine, next);
-            } catch (const std::exception&) {
-            }
+            recordAutomaticFailure(engine, file);
             return std::nullopt;
         }
     }
     return std::nullopt;
+}
+
+std::optional<std::string> makeAutomaticAIPreview(const AIPreparation& preparation) {
+    try {
+        return makeAIPreview(preparation);
+    } catch (const std::exception&) {
+        return std::nullopt;
+    }
+}
+
+std::optional<ReservedAIRequest> reserveAutomaticAI(Engine& engine, const AIPreparation& preparation,
+                                                    std::optional<std::string> jpeg) {
+    if (!automaticDue(engine) || hasRecord(engine.ai(), preparation.file) ||
+        engine.ai().configuration.revision != preparation.configurationRevision)
+        return std::nullopt;
+    try {
+        if (!jpeg) refuse(AIPreview::kNoImagePreviewText);
+        return reserveAI(engine, finishPrepareAI(engine, preparation, std::move(*jpeg)));
+    } catch (const std::exception&) {
+        recordAutomaticFailure(engine, preparation.file);
+        return std::nullopt;
+    }
+}
+
+std::optional<ReservedAIRequest> beginAutomaticAI(Engine& engine) {
+    const auto preparation = chooseAutomaticAI(engine);
+    if (!preparation) return std::nullopt;
+    return reserveAutomaticAI(engine, *preparation, makeAutomaticAIPreview(*preparation));
 }
 
 SnapshotPtr automaticAI(Engine& engine, std::stop_token stop) {

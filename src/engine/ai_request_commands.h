@@ -110,12 +110,25 @@ AIOutcome sendAI(Engine& engine, const AIDraft& draft, std::stop_token stop = {}
 
 // --- Automatic mode and the user's retry. ---
 
-// When automatic mode is on, online AI may send, and the last request is at least
-// 20 seconds old: the first inbox file that is eligible for automatic sending in an
-// allowed folder, as a reserved request. Nothing when none is due. A file that
-// could not be prepared or reserved gets a "failed" record with
-// kAIAutomaticFailedNote, so it is never tried automatically again.
+// When automatic mode is on, online AI may send, a key is at hand, no request is out
+// and the last one is at least 20 seconds old: the first inbox file that is
+// eligible for automatic sending in an allowed folder, as a reserved request.
+// Nothing when none is due. A file that could not be prepared or reserved gets a
+// "failed" record with kAIAutomaticFailedNote, so it is never tried automatically
+// again. All on the engine thread; the phases below let the preview run beside it.
 std::optional<ReservedAIRequest> beginAutomaticAI(Engine& engine);
+// The same in phases, so that the preview (up to 25 seconds for a PSD) is made off
+// the engine thread as a manual request's is. Engine thread: the file chosen and
+// prepared up to its preview, when a request is due.
+std::optional<AIPreparation> chooseAutomaticAI(Engine& engine);
+// Any thread: the chosen file's preview, or nothing when none could be made.
+std::optional<std::string> makeAutomaticAIPreview(const AIPreparation& preparation);
+// Engine thread: the chosen file's request reserved. Nothing, and no record, when
+// a request is no longer due or the settings changed while the preview was made
+// (the file stays eligible); a file whose preview or request could not be made
+// gets its "failed" record.
+std::optional<ReservedAIRequest> reserveAutomaticAI(Engine& engine, const AIPreparation& preparation,
+                                                    std::optional<std::string> jpeg);
 // beginAutomaticAI, then the send and its record, at most one request per call.
 SnapshotPtr automaticAI(Engine& engine, std::stop_token stop = {});
 

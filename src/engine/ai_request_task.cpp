@@ -18,22 +18,37 @@ std::future<AIDraft> prepare(EngineWorker& worker, std::filesystem::path file,
     });
 }
 
-std::future<AICommands::AIOutcome> send(EngineWorker& worker, AIDraft draft, std::stop_token stop) {
+std::future<SentAIRequest> reserveAndSend(EngineWorker& worker, AIDraft draft, std::stop_token stop) {
     return std::async(std::launch::async, [&worker, draft = std::move(draft), stop] {
-        const AICommands::ReservedAIRequest request =
+        AICommands::ReservedAIRequest request =
             worker.run([&](Engine& engine) { return AICommands::reserveAI(engine, draft); }).get();
-        const GeminiClient::Result result = AICommands::sendReservedAI(request, stop);
-        return worker.run([&](Engine& engine) { return AICommands::recordAI(engine, request, result); }).get();
+        GeminiClient::Result result = AICommands::sendReservedAI(request, stop);
+        return SentAIRequest{std::move(request), std::move(result)};
     });
 }
 
-std::future<SnapshotPtr> automatic(EngineWorker& worker, std::stop_token stop) {
-    return std::async(std::launch::async, [&worker, stop] {
-        const auto request = worker.run([](Engine& engine) { return AICommands::beginAutomaticAI(engine); }).get();
-        if (!request) return worker.snapshot().get();
-        const GeminiClient::Result result = AICommands::sendReservedAI(*request, stop);
-        return worker.run([&](Engine& engine) { return AICommands::recordAI(engine, *request, result).snapshot; })
+std::future<AICommands::AIOutcome> send(EngineWorker& worker, AIDraft draft, std::stop_token stop) {
+    return std::async(std::launch::async, [&worker, draft = std::move(draft), stop] {
+        const SentAIRequest sent = reserveAndSend(worker, draft, stop).get();
+        return worker.run([&](Engine& engine) { return AICommands::recordAI(engine, sent.request, sent.result); })
             .get();
+    });
+}
+
+std::future<std::optional<SentAIRequest>> automatic(EngineWorker& worker, std::stop_token stop) {
+    return std::async(std::launch::async, [&worker, stop]() -> std::optional<SentAIRequest> {
+        const auto preparation = worker.run([](Engine& engine) { return AICommands::chooseAutomaticAI(engine); }).get();
+        if (!preparation) return std::nullopt;
+        auto jpeg = AICommands::makeAutomaticAIPreview(*preparation);
+        if (stop.stop_requested()) return std::nullopt;  // stopped while the preview was made: nothing reserved
+        auto request = worker
+                           .run([&](Engine& engine) {
+                               return AICommands::reserveAutomaticAI(engine, *preparation, std::move(jpeg));
+                           })
+                           .get();
+        if (!request) return std::nullopt;
+        GeminiClient::Result result = AICommands::sendReservedAI(*request, stop);
+        return SentAIRequest{std::move(*request), std::move(result)};
     });
 }
 

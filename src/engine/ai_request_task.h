@@ -15,15 +15,30 @@
 
 namespace kelo::AIRequestTask {
 
+// A reserved request whose answer or failure came back and is not recorded yet:
+// whoever holds it records it on the engine thread with AICommands::recordAI (a
+// front end through its own command queue, so the outcome's snapshot arrives like
+// any other). Never dropped: a quit before it is recorded leaves the record
+// "started", which the next start turns into an interrupted failure.
+struct SentAIRequest {
+    AICommands::ReservedAIRequest request;
+    GeminiClient::Result result;
+};
+
 // prepareAIAt with the preview made off the engine thread.
 std::future<AIDraft> prepare(EngineWorker& worker, std::filesystem::path file,
                              std::optional<std::filesystem::path> attachment = std::nullopt);
 
-// sendAI with the network call off the engine thread. `stop` cancels the request;
-// its usage stays reserved and the record says it was cancelled.
+// reserveAI on the engine thread, then the network call off it; not recorded.
+// `stop` cancels the request; its usage stays reserved.
+std::future<SentAIRequest> reserveAndSend(EngineWorker& worker, AIDraft draft, std::stop_token stop = {});
+
+// reserveAndSend, then recordAI on the engine thread.
 std::future<AICommands::AIOutcome> send(EngineWorker& worker, AIDraft draft, std::stop_token stop = {});
 
-// automaticAI with the network call off the engine thread.
-std::future<SnapshotPtr> automatic(EngineWorker& worker, std::stop_token stop = {});
+// One automatic request: the file chosen on the engine thread, its preview made
+// off it, the request reserved on the engine thread and sent off it; not recorded.
+// Nothing when no request was due.
+std::future<std::optional<SentAIRequest>> automatic(EngineWorker& worker, std::stop_token stop = {});
 
 }  // namespace kelo::AIRequestTask
