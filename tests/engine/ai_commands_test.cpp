@@ -241,7 +241,9 @@ TEST_F(AIRequestTest, SuggestionIsReservedOnDiskFirstThenAcceptedAndRenamedThrou
     // The key reached the server in its header, and nowhere else.
     EXPECT_EQ(server.requests().front().headers.at("x-goog-api-key"), kKey);
     for (const auto& entry : fs::recursive_directory_iterator(dir.path()))
-        if (entry.is_regular_file()) EXPECT_EQ(readFile(entry.path()).find(kKey), std::string::npos) << entry.path();
+        if (entry.is_regular_file()) {
+            EXPECT_EQ(readFile(entry.path()).find(kKey), std::string::npos) << entry.path();
+        }
     for (const SnapshotPtr& snapshot : {outcome.snapshot, accepted, renamed})
         EXPECT_EQ(snapshotJson(*snapshot).dump().find(kKey), std::string::npos);
 }
