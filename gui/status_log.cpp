@@ -54,7 +54,14 @@ StatusLog::StatusLog(QWidget* parent) : QWidget(parent) {
     latest_->setObjectName(QStringLiteral("messageBar"));
     latest_->setWordWrap(true);
     latest_->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    layout->addWidget(latest_);
+    layout->addWidget(latest_, 1);
+    close_ = new QToolButton(this);
+    close_->setObjectName(QStringLiteral("closeMessage"));
+    close_->setText(QStringLiteral("×"));
+    close_->setToolTip(text::kCloseMessage);
+    close_->setAutoRaise(true);
+    connect(close_, &QToolButton::clicked, this, &QWidget::hide);
+    layout->addWidget(close_, 0, Qt::AlignTop);
     latest_->hide();
     hide();
 
@@ -88,7 +95,11 @@ void StatusLog::show(const QStringList& lines, bool refusal) {
         record(line, refusal);
         shown << withFileNames(line);
     }
-    latest_->setText(shown.join(QLatin1Char('\n')));
+    // One line in view, so a long answer never pushes the pages down; the rest is
+    // in the tooltip and the log.
+    QString first = shown.value(0);
+    if (shown.size() > 1) first += QString::fromUtf8(text::kMoreMessages).arg(shown.size() - 1);
+    latest_->setText(first);
     latest_->setToolTip(lines.join(QLatin1Char('\n')));
     latest_->setProperty("refusal", refusal);
     latest_->style()->unpolish(latest_);

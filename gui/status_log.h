@@ -1,6 +1,7 @@
-// StatusLog: what the engine and the app last said to the user. The newest
-// messages stay in view above the pages (a refusal stands out in the danger
-// colour), and the last twenty, each with its time, are one click away on the
+// StatusLog: what the engine and the app last said to the user. The first line of
+// the newest messages stays in view above the pages, with how many more there are
+// (a refusal stands out in the danger colour; "×" puts the bar away), and the last
+// twenty, each with its time, are one click away on the
 // status bar's "Nhật ký" button, newest first. Files are named by their file name;
 // the full sentence, paths and all, is the line's tooltip.
 //
@@ -52,6 +53,7 @@ private:
     void openHistory();
 
     QLabel* latest_;
+    QToolButton* close_;
     QToolButton* historyButton_;
     QListWidget* history_;  // the popup
     std::deque<Entry> entries_;

@@ -22,6 +22,9 @@ inline constexpr char kEngineUnavailable[] = "Kelo chưa khởi động được
 inline constexpr char kRescan[] = "Quét lại";
 inline constexpr char kStatusHistory[] = "Nhật ký";
 inline constexpr char kStatusHistoryCount[] = "Nhật ký (%1)";
+// After the first line of a longer answer in the message bar.
+inline constexpr char kMoreMessages[] = "  (+%1 dòng trong Nhật ký)";
+inline constexpr char kCloseMessage[] = "Ẩn thông báo";
 inline constexpr char kCancelWork[] = "Dừng";
 inline constexpr char kOk[] = "Đồng ý";
 inline constexpr char kCancel[] = "Huỷ";

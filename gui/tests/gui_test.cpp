@@ -15,6 +15,7 @@
 #include <QTableWidget>
 #include <QTemporaryDir>
 #include <QTimer>
+#include <QToolButton>
 #include <QtTest>
 #include <future>
 
@@ -175,6 +176,11 @@ void GuiTest::statusLogNamesFilesAndKeepsTheLastMessages() {
     QVERIFY(entries.front().refusal);
     QCOMPARE(entries[1].text, QString("Renamed file 22.png."));  // newest first
     QVERIFY(!entries[1].refusal);
+    log.showMessages({"Saved /a/x.png.", "Second.", "Third."});  // one line in view, the rest counted
+    QCOMPARE(latest->text(), QString("Saved x.png.  (+2 dòng trong Nhật ký)"));
+    QCOMPARE(log.entries().front().text, QString("Third."));
+    log.findChild<QToolButton*>("closeMessage")->click();
+    QVERIFY(log.isHidden());
     log.showMessages({});
     QVERIFY(latest->isHidden());
     QCOMPARE(log.entries().size(), std::size_t(StatusLog::kKept));  // the log keeps what was said
