@@ -50,33 +50,22 @@ TEST_F(IncrementalSnapshotTest, RandomSortsRenamesCleansAndUndosMatchAFullScan) 
 
     SnapshotPtr last = dropFiles();
     for (int step = 0; step < 60; ++step) {
-        const auto& files = *last->files;
-        const int action = static_cast<int>(pick(10));
-        std::string what;
-        if (files.size() < 3) {
-            last = dropFiles();
-            continue;
-        }
-        const fs::path file = files[pick(files.size())].url;
-        if (action < 4) {
-            what = "sort " + file.filename().string();
+        if (last->files->size() < 3) last = dropFiles();
+        const fs::path file = (*last->files)[pick(last->files->size())].url;
+        const std::size_t action = pick(10);  // 4 sorts, 2 renames, 1 clean, 3 undos in 10
+        std::vector<std::string> undoable;
+        for (const auto& batch : *last->history)
+            if (batch.canUndo) undoable.push_back(batch.id.text());
+        if (action < 4)
             last = FileCommands::sortFile(*engine, file, projects[pick(projects.size())]);
-        } else if (action < 6) {
-            what = "rename " + file.filename().string();
+        else if (action < 6)
             last = FileCommands::renameFile(*engine, file,
                                             "renamed " + std::to_string(made++) + file.extension().string());
-        } else if (action < 7) {
-            what = "clean";
+        else if (action < 7 || undoable.empty())
             last = FileCommands::clean(*engine);
-        } else {
-            std::vector<std::string> undoable;
-            for (const auto& batch : *last->history)
-                if (batch.canUndo) undoable.push_back(batch.id.text());
-            if (undoable.empty()) continue;
-            what = "undo";
+        else
             last = FileCommands::undoBatch(*engine, undoable[pick(undoable.size())]);
-        }
-        expectAsScanned(*last, *engine->scan(), std::to_string(step) + ": " + what);
+        expectAsScanned(*last, *engine->scan(), "step " + std::to_string(step) + ", action " + std::to_string(action));
     }
     // The sequence reached the cases that matter.
     EXPECT_NE(projectNamed(engine->state(), "Client"), nullptr);
