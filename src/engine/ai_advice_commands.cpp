@@ -3,7 +3,6 @@
 #include "access/path_safety.h"
 #include "engine/ai_commands.h"
 #include "engine/file_commands.h"
-#include "engine/rescan.h"
 #include "model/kelo_error.h"
 #include "operations/operation_planner.h"
 #include "scan/metadata.h"
@@ -88,8 +87,9 @@ SnapshotPtr aiRename(Engine& engine, const Uuid& id, const std::optional<std::st
     const OperationPlan plan =
         OperationPlanner::reviewedRename(current, name.value_or(record.advice->filename), engine.now());
     // The reviewed rename of a manual rename; the record follows and is dismissed.
-    const auto run = engine.runPlan(plan, engine.openScope());
-    return rescanWith(engine, run.messages);
+    const AccessScope scope = engine.openScope();
+    const auto run = engine.runPlan(plan, scope);
+    return engine.refreshAfterBatch(plan, run.result, scope, run.messages);
 }
 
 }  // namespace kelo::AICommands

@@ -174,11 +174,17 @@ SnapshotPtr Engine::scan() {
     const auto discovered = discoverProjects(scope);
     messages.insert(messages.end(), discovered.begin(), discovered.end());
 
-    nameSuggestions_ = std::make_shared<const std::vector<NameSuggestion>>(ProjectNameSuggestions::collect(
-        clusters(*files_, state_->ignoredClusters), state_->projects, data_.deferredNames, state_->ignoredClusters));
+    collectNameSuggestions();
+    scanIssues_ = issues;
     const auto settled = HandoffCommands::settleHandoffs(*this);
     messages.insert(messages.end(), settled.begin(), settled.end());
     return snapshot(std::move(messages), std::move(issues));
+}
+
+void Engine::collectNameSuggestions() {
+    nameSuggestions_ = std::make_shared<const std::vector<NameSuggestion>>(
+        ProjectNameSuggestions::collect(clusters(*files_, state_->ignoredClusters), knownWords_.of(state_->projects),
+                                        data_.deferredNames, state_->ignoredClusters));
 }
 
 void Engine::checkZipCleanup(const AccessScope& scope, std::vector<std::string>& messages) {

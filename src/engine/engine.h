@@ -25,6 +25,7 @@
 #include "engine/persistent_data.h"
 #include "engine/snapshot.h"
 #include "model/date.h"
+#include "naming/known_project_words.h"
 #include "operations/history_view.h"
 #include "operations/operation_executor.h"
 #include "operations/trash.h"
@@ -48,6 +49,11 @@ public:
     // Regains the approved folders, settles interrupted operations, lists the
     // inboxes, discovers projects and collects name suggestions.
     SnapshotPtr scan();
+    // The end of a command that ran `plan` in `scope`: brings what the last scan found
+    // in step with what the executor changed, as a scan would see it (see
+    // batch_refresh.cpp), and returns the snapshot with `messages` first.
+    SnapshotPtr refreshAfterBatch(const OperationPlan& plan, const BatchResult& result, const AccessScope& scope,
+                                  std::vector<std::string> messages);
 
     // Replaces the settings after validating them; the new state is saved before it
     // takes effect, so a failed save leaves the old settings in force. Switching the
@@ -133,6 +139,7 @@ private:
     // Runs the automatic ZIP cleanup when its rule is on; the outcome becomes its
     // status, and a message when a ZIP was trashed or left alone.
     void checkZipCleanup(const AccessScope& scope, std::vector<std::string>& messages);
+    void collectNameSuggestions();
 
     Clock clock_;
     std::unique_ptr<ApplicationLock> lock_;
@@ -156,6 +163,8 @@ private:
     std::unique_ptr<ClassificationEngine> classifier_;
     LearningIndex learningIndex_;
     HistoryView history_;
+    KnownProjectWords knownWords_;
+    std::vector<std::string> scanIssues_;  // what the last scan found wrong, shown until the next
 };
 
 }  // namespace kelo

@@ -7,7 +7,6 @@
 
 #include "access/path_safety.h"
 #include "engine/learning_commands.h"
-#include "engine/rescan.h"
 #include "engine/sort_learning.h"
 #include "model/kelo_error.h"
 #include "naming/subjob_grouping.h"
@@ -54,12 +53,13 @@ SnapshotPtr placeOne(Engine& engine, const std::filesystem::path& path, const st
     if (keepBoth) plan.operations.front() = OperationPlanner::keepBoth(plan.operations.front(), {});
     const PlannedOperation& operation = plan.operations.front();
 
-    const auto run = engine.runPlan(plan, engine.openScope());
+    const AccessScope scope = engine.openScope();
+    const auto run = engine.runPlan(plan, scope);
     SortLearning::learn(engine,
                         {{operation.id, file, operation.destination, project.id, chosen,
                           SortLearning::rejectedSuggestion(classification ? &*classification : nullptr, project.id)}},
                         run.result);
-    return rescanWith(engine, run.messages);
+    return engine.refreshAfterBatch(plan, run.result, scope, run.messages);
 }
 
 }  // namespace
@@ -105,16 +105,18 @@ SnapshotPtr clean(Engine& engine) {
         decisions.push_back({operation.id, candidate.file, operation.destination, *candidate.predictedProject,
                              candidate.category, std::nullopt});
     }
-    const auto run = engine.runPlan(plan, engine.openScope());
+    const AccessScope scope = engine.openScope();
+    const auto run = engine.runPlan(plan, scope);
     SortLearning::learn(engine, decisions, run.result);
-    return rescanWith(engine, run.messages);
+    return engine.refreshAfterBatch(plan, run.result, scope, run.messages);
 }
 
 SnapshotPtr renameFile(Engine& engine, const std::filesystem::path& path, const std::string& newName) {
     const FileRecord file = engine.findFile(path);
     const OperationPlan plan = OperationPlanner::reviewedRename(file, newName, engine.now());
-    const auto run = engine.runPlan(plan, engine.openScope());
-    return rescanWith(engine, run.messages);
+    const AccessScope scope = engine.openScope();
+    const auto run = engine.runPlan(plan, scope);
+    return engine.refreshAfterBatch(plan, run.result, scope, run.messages);
 }
 
 SnapshotPtr undoBatch(Engine& engine, const std::string& batchId) {
@@ -123,12 +125,13 @@ SnapshotPtr undoBatch(Engine& engine, const std::string& batchId) {
     const OperationPlan plan = engine.executor().undoPlan(*id);
     if (plan.operations.empty())
         throw KeloError::unsafe("Nothing in batch " + batchId + " can be undone. Nothing changed.");
-    const auto run = engine.runPlan(plan, engine.openScope());
+    const AccessScope scope = engine.openScope();
+    const auto run = engine.runPlan(plan, scope);
     std::vector<std::string> messages = run.messages;
     if (const std::size_t reversed = SortLearning::forgetUndone(engine, plan, run.result); reversed > 0)
         messages.push_back("Took back what Kelo learned from " + std::to_string(reversed) + " of these moves.");
     appendLeftFolders(engine.executor().journal(), *id, messages);
-    return rescanWith(engine, std::move(messages));
+    return engine.refreshAfterBatch(plan, run.result, scope, std::move(messages));
 }
 
 }  // namespace kelo::FileCommands

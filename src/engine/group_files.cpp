@@ -9,7 +9,6 @@
 
 #include "access/path_safety.h"
 #include "engine/file_commands.h"
-#include "engine/rescan.h"
 #include "engine/sort_learning.h"
 #include "model/kelo_error.h"
 #include "operations/batch_group_planner.h"
@@ -168,7 +167,7 @@ SnapshotPtr groupFiles(Engine& engine, const std::vector<fs::path>& paths, const
     if (std::find(run.result.completed.begin(), run.result.completed.end(), folder.id) != run.result.completed.end())
         run.messages.insert(run.messages.begin(), "Made the folder " + folder.destination.string() + ".");
     SortLearning::learn(engine, decisions, run.result);
-    return rescanWith(engine, run.messages);
+    return engine.refreshAfterBatch(plan, run.result, scope, run.messages);
 }
 
 }  // namespace kelo::FileCommands

@@ -1,6 +1,7 @@
-// The end of every command that moved, renamed or trashed files: the inboxes
-// changed under the last scan, so list them again and return the new snapshot with
-// the command's own lines first. Engine thread only.
+// The end of a command that changed the inboxes outside a plan (the Trash) or the
+// approved folders themselves: list them again and return the new snapshot with the
+// command's own lines first. A command that ran a plan ends with
+// Engine::refreshAfterBatch instead. Engine thread only.
 #pragma once
 
 #include <string>

@@ -9,16 +9,6 @@ namespace kelo::ProjectNameSuggestions {
 
 namespace {
 
-std::set<std::string> knownWords(const std::vector<Project>& projects) {
-    std::set<std::string> words;
-    for (const auto& project : projects) {
-        for (auto& token : Tokens::all(project.name)) words.insert(std::move(token));
-        for (const auto& alias : project.aliases)
-            for (auto& token : Tokens::all(alias)) words.insert(std::move(token));
-    }
-    return words;
-}
-
 // The spelling most files use for the token ("Hydro" over "HYDRO"), found by
 // splitting each stem at the same boundaries the tokenizer uses.
 std::string preferredSpelling(const Cluster& cluster) {
@@ -47,10 +37,25 @@ std::string preferredSpelling(const Cluster& cluster) {
 
 }  // namespace
 
+std::set<std::string> knownWords(const std::vector<Project>& projects) {
+    std::set<std::string> words;
+    for (const auto& project : projects) {
+        for (auto& token : Tokens::all(project.name)) words.insert(std::move(token));
+        for (const auto& alias : project.aliases)
+            for (auto& token : Tokens::all(alias)) words.insert(std::move(token));
+    }
+    return words;
+}
+
 std::vector<NameSuggestion> collect(const std::vector<Cluster>& clusters, const std::vector<Project>& projects,
                                     const std::set<std::string>& deferred,
                                     const std::set<std::string>& ignoredClusters) {
-    const std::set<std::string> known = knownWords(projects);
+    return collect(clusters, knownWords(projects), deferred, ignoredClusters);
+}
+
+std::vector<NameSuggestion> collect(const std::vector<Cluster>& clusters, const std::set<std::string>& known,
+                                    const std::set<std::string>& deferred,
+                                    const std::set<std::string>& ignoredClusters) {
     std::vector<NameSuggestion> out;
     for (const auto& cluster : clusters) {
         if (known.contains(cluster.token) || deferred.contains(cluster.token) ||

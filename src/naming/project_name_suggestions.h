@@ -28,6 +28,13 @@ namespace ProjectNameSuggestions {
 // name is the token as most files of the cluster write it, first letter capitalised.
 std::vector<NameSuggestion> collect(const std::vector<Cluster>& clusters, const std::vector<Project>& projects,
                                     const std::set<std::string>& deferred, const std::set<std::string>& ignoredClusters);
+// The same with the projects' words given, as knownWords returns them.
+std::vector<NameSuggestion> collect(const std::vector<Cluster>& clusters, const std::set<std::string>& knownWords,
+                                    const std::set<std::string>& deferred,
+                                    const std::set<std::string>& ignoredClusters);
+
+// Every token of every project's name and aliases.
+std::set<std::string> knownWords(const std::vector<Project>& projects);
 
 }  // namespace ProjectNameSuggestions
 

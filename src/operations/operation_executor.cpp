@@ -122,7 +122,9 @@ BatchResult OperationExecutor::execute(const OperationPlan& plan, const AccessSc
     const auto previews = preview(plan, scope);
     if (dryRun) return simulate(previews);
 
-    journal_->prepare(plan.operations);
+    // Nothing on disk changes before a synced mark (started, failed) or the final
+    // settle, and each makes this record durable with it.
+    journal_->prepare(plan.operations, JournalLog::Sync::withNext);
     step("prepared");
     BatchResult result;
     for (const auto& preview : previews) {
@@ -154,7 +156,7 @@ void OperationExecutor::runOne(const PlannedOperation& operation, const AccessSc
             return fail(std::string(kAlreadyUndone));
     }
     try {
-        ensureDirectories(operation.destination.parent_path(), operation.batchID, scope);
+        ensureDirectories(operation.destination.parent_path(), operation.batchID, scope, &result.createdFolders);
     } catch (const std::exception& error) {
         return fail(describe(error));
     }
@@ -212,7 +214,7 @@ void OperationExecutor::markCompleted(const PlannedOperation& operation, Journal
 }
 
 void OperationExecutor::ensureDirectories(const std::filesystem::path& folder, const Uuid& batchID,
-                                          const AccessScope& scope) {
+                                          const AccessScope& scope, std::vector<std::filesystem::path>* created) {
     // Check the whole path before creating anything.
     std::vector<std::filesystem::path> missing;
     std::filesystem::path prefix;
@@ -246,6 +248,7 @@ void OperationExecutor::ensureDirectories(const std::filesystem::path& folder, c
         }
         journal_->mark(create.id, OperationStatus::completed);
         step("completed");
+        if (created != nullptr) created->push_back(path);
     }
 }
 

@@ -35,6 +35,7 @@ struct ValidationResult {
 // values here, so one bad file never stops the others.
 struct BatchResult {
     std::vector<Uuid> completed;  // in execution order
+    std::vector<std::filesystem::path> createdFolders;  // made on the way to a destination, in order
     std::map<Uuid, std::string> failed;
     std::map<Uuid, std::string> skipped;
 
@@ -63,7 +64,8 @@ public:
 
     // Creates, as journaled createDirectory operations of `batchID`, every missing
     // folder down to `folder`.
-    void ensureDirectories(const std::filesystem::path& folder, const Uuid& batchID, const AccessScope& scope);
+    void ensureDirectories(const std::filesystem::path& folder, const Uuid& batchID, const AccessScope& scope,
+                           std::vector<std::filesystem::path>* created = nullptr);
 
     // A new project folder directly inside a project home, with its category folders.
     void createProjectDirectory(const std::filesystem::path& folder, const AccessScope& scope);

@@ -251,7 +251,7 @@ void OperationJournal::requireWritable() const {
     if (log_.broken()) throw KeloError::unsafe(kNotDurable);
 }
 
-void OperationJournal::prepare(const std::vector<PlannedOperation>& operations) {
+void OperationJournal::prepare(const std::vector<PlannedOperation>& operations, JournalLog::Sync sync) {
     requireWritable();
     std::unordered_set<Uuid> seen;
     for (const PlannedOperation& operation : operations) {
@@ -267,7 +267,7 @@ void OperationJournal::prepare(const std::vector<PlannedOperation>& operations) 
     Json record = Json::object();
     record[kPrepareKey] = encodeValue(entries);
     unfolded_ = true;
-    log_.append(compact(record));  // durable before memory changes
+    log_.append(compact(record), sync);  // written (and unless told to wait, durable) before memory changes
     apply(entries);
 }
 

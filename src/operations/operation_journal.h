@@ -83,8 +83,11 @@ public:
     explicit OperationJournal(std::filesystem::path url, Clock clock = Date::now, LogCalls calls = LogCalls::system());
 
     // Records the operations as `planned`, all in one durable record. Refuses the
-    // whole list, writing nothing, when any id is already recorded.
-    void prepare(const std::vector<PlannedOperation>& operations);
+    // whole list, writing nothing, when any id is already recorded. With `withNext`
+    // the record is durable with the next synced one instead: for a caller that
+    // syncs a mark of these operations before touching anything on disk, so a
+    // batch's plan and its first `started` cost one sync.
+    void prepare(const std::vector<PlannedOperation>& operations, JournalLog::Sync sync = JournalLog::Sync::now);
     void prepare(const OperationPlan& plan) { prepare(plan.operations); }
 
     // Sets the status of one operation's entry; `outcome` is kept only for `failed`

@@ -139,4 +139,18 @@ ScanResult scan(const std::vector<std::filesystem::path>& roots) {
     return result;
 }
 
+std::optional<FileRecord> scanEntry(const std::filesystem::path& root, const std::string& name) {
+    if (name.empty() || name.find('/') != std::string::npos || skippedByName(name.c_str())) return std::nullopt;
+    const std::filesystem::path folder = PathSafety::standardized(root);
+    const UniqueFd fd = openFolderNoFollow(folder);
+    std::string url;
+    url.reserve(folder.native().size() + 1 + name.size());
+    url.append(folder.native()).append(1, '/').append(name);
+    try {
+        return Metadata::recordAt(fd.get(), name.c_str(), std::move(url), folder);
+    } catch (const KeloError&) {
+        return std::nullopt;  // not a regular file: a scan skips it like any folder
+    }
+}
+
 }  // namespace kelo::FileScanner

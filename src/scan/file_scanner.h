@@ -5,6 +5,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,11 @@ namespace FileScanner {
 // Never fails as a whole: an unreadable root or entry becomes one line of `errors`
 // ("<path>: <reason>") and the others are still scanned.
 ScanResult scan(const std::vector<std::filesystem::path>& roots);
+
+// The record a scan of `root` would list for its entry `name`, read the same way;
+// none when the scan would skip the entry (hidden, litter, not a regular file).
+// Read failures throw std::system_error.
+std::optional<FileRecord> scanEntry(const std::filesystem::path& root, const std::string& name);
 
 }  // namespace FileScanner
 }  // namespace kelo
