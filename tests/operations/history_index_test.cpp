@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace kelo {
 namespace {
 
@@ -47,13 +49,10 @@ TEST(HistoryIndexTest, CountsABatchAndLeavesFolderCreationsOut) {
     ASSERT_EQ(history.size(), 2u);
     EXPECT_EQ((std::vector{history[0].skipped, history[0].failed}), (std::vector{2, 0}));
     EXPECT_FALSE(history[0].canUndo);
-    const HistoryBatch& b = history[1];
-    EXPECT_EQ(b.id, batch);
-    EXPECT_EQ(b.indices, (std::vector<std::size_t>{1, 2, 3, 4, 5}));
-    EXPECT_EQ(b.date, Date{101});  // the oldest counted entry, not the folder creation
-    EXPECT_EQ((std::vector{b.moved, b.renamed, b.failed, b.skipped, b.undone}), (std::vector{2, 0, 1, 1, 0}));
-    EXPECT_TRUE(b.canUndo);
-    EXPECT_EQ(b.names, (std::vector<std::string>{"f1", "f2", "f3"}));  // the first three, oldest first
+    // Dated by the oldest counted entry, not the folder creation; the first three
+    // names, oldest first; the interrupted entry listed but counted nowhere.
+    EXPECT_EQ(history[1],
+              (HistoryBatch{batch, {1, 2, 3, 4, 5}, Date{101}, 2, 0, 1, 1, 0, true, 0, {}, {"f1", "f2", "f3"}}));
 }
 
 // After an undo run, the first batch counts its entries as undone and offers no undo;
@@ -72,10 +71,8 @@ TEST(HistoryIndexTest, CountsAfterAnUndoEntryExists) {
     // Half-way through the undo: the sort batch can still be undone for its move.
     auto history = HistoryIndex::build(journal.entries);
     ASSERT_EQ(history.size(), 3u);
-    EXPECT_EQ(history[2].id, sort);
-    EXPECT_EQ(history[2].moved, 1);
-    EXPECT_EQ(history[2].undone, 1);
-    EXPECT_TRUE(history[2].canUndo);
+    EXPECT_EQ((std::tuple{history[2].id, history[2].moved, history[2].undone, history[2].canUndo}),
+              (std::tuple{sort, 1, 1, true}));
 
     journal.add(undoRun, OperationType::undo, OperationStatus::failed, OperationOutcome::failed, moveA);
     history = HistoryIndex::build(journal.entries);
@@ -88,19 +85,12 @@ TEST(HistoryIndexTest, CountsAfterAnUndoEntryExists) {
     journal.set(moveA, OperationStatus::undone);
     history = HistoryIndex::build(journal.entries);
     ASSERT_EQ(history.size(), 3u);
-    EXPECT_EQ(history[0].id, undoRun);  // newest first
-    EXPECT_EQ(history[0].indices, (std::vector<std::size_t>{3, 4}));
-    EXPECT_EQ(history[0].moved + history[0].renamed + history[0].failed + history[0].skipped + history[0].undone, 0);
-    EXPECT_FALSE(history[0].canUndo);
-    EXPECT_EQ(history[0].undoes, sort);  // labelled as the undo of the sort
-    EXPECT_EQ(history[0].putBack, 2);
+    // Newest first: the undo run, labelled as the undo of the sort, counting nothing.
+    EXPECT_EQ(history[0], (HistoryBatch{undoRun, {3, 4}, Date{103}, 0, 0, 0, 0, 0, false, 2, sort, {"f3", "f4"}}));
     EXPECT_FALSE(history[1].undoes);
     EXPECT_EQ(history[1].id, other);
     EXPECT_TRUE(history[1].canUndo);
-    const HistoryBatch& first = history[2];
-    EXPECT_EQ((std::vector{first.undone, first.moved, first.renamed}), (std::vector{2, 0, 0}));
-    EXPECT_FALSE(first.canUndo);
-    EXPECT_EQ(first.date, Date{100});
+    EXPECT_EQ(history[2], (HistoryBatch{sort, {0, 1}, Date{100}, 0, 0, 0, 0, 2, false, 0, {}, {"f0", "f1"}}));
 }
 
 }  // namespace

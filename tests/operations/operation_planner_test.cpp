@@ -16,8 +16,8 @@
 namespace kelo {
 namespace {
 
-using testing::TempDir;
 using testing::refusalOf;
+using testing::TempDir;
 using testing::writeFile;
 namespace fs = std::filesystem;
 
@@ -41,10 +41,8 @@ TEST(OperationPlannerTest, PlaceMovesIntoTheCategoryFolderWithRecordedIdentity) 
     const OperationPlan plan = OperationPlanner::place(file, job, Category::export_, std::nullopt, kNow);
     ASSERT_EQ(plan.operations.size(), 1u);
     const PlannedOperation& op = plan.operations[0];
-    EXPECT_EQ(op.type, OperationType::move);
-    EXPECT_EQ(op.source, file.url);
-    EXPECT_EQ(op.destination, fs::path("/home/u/Jobs/Hydro/Export/menu.pdf"));
-    EXPECT_EQ(op.expected, file.identity);
+    EXPECT_EQ(op, (PlannedOperation{op.id, op.batchID, file.url, "/home/u/Jobs/Hydro/Export/menu.pdf", file.identity,
+                                    OperationType::move, std::nullopt}));
 
     // Trimmed sub-folder names are used; blank or invalid ones are ignored.
     const struct {
@@ -116,11 +114,9 @@ TEST(OperationPlannerTest, TwoOperationsWithOneDestinationAndKeepBoth) {
     const std::set<std::string> reserved = {PathSafety::key(plan.operations[0].destination),
                                             PathSafety::key(dir / "Jobs" / "Hydro" / "Reference" / "brief 2.pdf")};
     writeFile(dir / "Jobs" / "Hydro" / "Reference" / "brief 3.pdf", "on disk");
-    const PlannedOperation moved = OperationPlanner::keepBoth(plan.operations[1], reserved);
-    EXPECT_EQ(moved.destination, dir / "Jobs" / "Hydro" / "Reference" / "brief 4.pdf");
-    EXPECT_EQ(moved.id, plan.operations[1].id);
-    EXPECT_EQ(moved.source, plan.operations[1].source);
-    EXPECT_EQ(moved.expected, plan.operations[1].expected);
+    PlannedOperation moved = plan.operations[1];
+    moved.destination = dir / "Jobs" / "Hydro" / "Reference" / "brief 4.pdf";
+    EXPECT_EQ(OperationPlanner::keepBoth(plan.operations[1], reserved), moved);
 }
 
 TEST(OperationPlannerTest, KeepBothKeepsOnlyTheLastExtensionApart) {
@@ -160,9 +156,9 @@ TEST(OperationPlannerTest, RenamesStayInTheFolderAndReviewedNamesKeepTheExtensio
     const FileRecord file = record("/jobs/Hydro/Export/logo_final_final2.ai");
     const OperationPlan plan = OperationPlanner::rename(file, "HY-Logo-01.ai", kNow);
     ASSERT_EQ(plan.operations.size(), 1u);
-    EXPECT_EQ(plan.operations[0].type, OperationType::rename);
-    EXPECT_EQ(plan.operations[0].destination, fs::path("/jobs/Hydro/Export/HY-Logo-01.ai"));
-    EXPECT_EQ(plan.operations[0].expected, file.identity);
+    const PlannedOperation& op = plan.operations[0];
+    EXPECT_EQ(op, (PlannedOperation{op.id, op.batchID, file.url, "/jobs/Hydro/Export/HY-Logo-01.ai", file.identity,
+                                    OperationType::rename, std::nullopt}));
 
     EXPECT_EQ(OperationPlanner::reviewedRename(file, "Logo.ai", kNow).operations[0].destination,
               fs::path("/jobs/Hydro/Export/Logo.ai"));

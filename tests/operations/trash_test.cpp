@@ -46,9 +46,8 @@ TEST_F(TrashTest, HomeTrashRecordsThePathAndRestoresIt) {
     const Trash trash = makeTrash();
     const TrashedItem trashed = trash.moveToTrash(item);
 
-    EXPECT_EQ(trashed.original, item);
-    EXPECT_EQ(trashed.trashed, dataHome / "Trash" / "files" / "Bìa #1 final.psd");
-    EXPECT_EQ(trashed.info, dataHome / "Trash" / "info" / "Bìa #1 final.psd.trashinfo");
+    EXPECT_EQ(trashed, (TrashedItem{item, dataHome / "Trash" / "files" / "Bìa #1 final.psd",
+                                    dataHome / "Trash" / "info" / "Bìa #1 final.psd.trashinfo", trashed.identity}));
     EXPECT_FALSE(fs::exists(item));
     EXPECT_EQ(readFile(trashed.trashed), "layers");
     EXPECT_EQ(readFile(trashed.info), "[Trash Info]\nPath=" + percentEncode(item.native(), "/") +
@@ -136,7 +135,8 @@ TEST_F(TrashTest, FailedMoveLeavesNoInfoAndChangedItemStays) {
     writeFile(inbox / "a.ai", "v1");
     const FileIdentity planned = Metadata::identity(inbox / "a.ai");
     writeFile(inbox / "a.ai", "version two");
-    EXPECT_EQ(refusalOf([&] { trash.moveToTrash(inbox / "a.ai", planned); }), "Tệp đã thay đổi. Làm mới trước khi xóa.");
+    EXPECT_EQ(refusalOf([&] { trash.moveToTrash(inbox / "a.ai", planned); }),
+              "Tệp đã thay đổi. Làm mới trước khi xóa.");
     EXPECT_TRUE(fs::exists(inbox / "a.ai"));
     EXPECT_TRUE(fs::is_empty(dataHome / "Trash" / "info"));
     EXPECT_TRUE(fs::is_empty(dataHome / "Trash" / "files"));
@@ -213,8 +213,6 @@ TEST(TrashVolumeTest, TopFolderIsTheHighestAncestorOnTheItemsDevice) {
     EXPECT_EQ(Trash::volumeTop("/media/locked/x/a.psd", devices), fs::path("/media/locked/x"));
 }
 
-std::string run(const std::string& command) { return testing::runShell(command).output; }
-
 // Another tool reading the same Trash sees what Kelo put there.
 TEST_F(TrashTest, TrashListSeesKeloItemsAndKeloRestoresThem) {
     if (std::system("command -v trash-list >/dev/null 2>&1") != 0) GTEST_SKIP() << "trash-list is not installed";
@@ -222,16 +220,13 @@ TEST_F(TrashTest, TrashListSeesKeloItemsAndKeloRestoresThem) {
     writeFile(item, "pixels");
     const Trash trash = makeTrash();
     const TrashedItem trashed = trash.moveToTrash(item);
-
-    const std::string listing =
-        run("HOME='" + home.native() + "' XDG_DATA_HOME='" + dataHome.native() + "' trash-list 2>/dev/null");
-    EXPECT_NE(listing.find(item.native()), std::string::npos) << listing;
+    const std::string list =
+        "HOME='" + home.native() + "' XDG_DATA_HOME='" + dataHome.native() + "' trash-list 2>/dev/null";
+    EXPECT_NE(testing::runShell(list).output.find(item.native()), std::string::npos);
 
     trash.restore(trashed);
     EXPECT_EQ(readFile(item), "pixels");
-    const std::string after =
-        run("HOME='" + home.native() + "' XDG_DATA_HOME='" + dataHome.native() + "' trash-list 2>/dev/null");
-    EXPECT_EQ(after.find(item.native()), std::string::npos) << after;
+    EXPECT_EQ(testing::runShell(list).output.find(item.native()), std::string::npos);
 }
 
 }  // namespace
