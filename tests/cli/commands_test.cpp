@@ -96,8 +96,6 @@ TEST_F(CommandLineTest, EachCommandReachesTheUserAndTheKeyStaysOutOfEveryOutputA
         {"ai preview poster.png --attach export.png --out attached.jpg", "", 0, "to attached.jpg. Nothing was sent."},
         {"studio 'Tra Xanh' --days -1", "", 1, "--days must be between 0 and 36500.\n"},
         {"ai configure --daily-cap 51", "", 1, "Choose a local daily cap between 1 and 50 requests.\n"},
-        {"ai configure --folder '" + (dir / "Elsewhere").string() + "'", "", 1,
-         "Choose only currently approved folders for online AI.\n"},
         {"ai configure --enabled on --free-tier-confirmed yes --data-use-acknowledged yes --daily-cap 3 --folder '" +
              inbox.string() + "'",
          "", 0, "Online AI: ready"},

@@ -68,8 +68,6 @@ TEST_F(FileCommandsTest, SortLearnsAndUndoTakesTheLearningBack) {
     EXPECT_EQ(readFile(first), "content of hydro cafe flyer.pdf");
     EXPECT_EQ(undone->files->size(), 2u);
     EXPECT_TRUE(undone->state->learning.feedback.empty());
-    for (const auto& association : undone->state->learning.associations)
-        EXPECT_EQ(association.strength(), 0) << association.token;
     EXPECT_TRUE(undone->state->assignments.empty());
     EXPECT_FALSE(project("Lotus Spa").lastActivity.has_value());
     EXPECT_EQ(scoreFor(*undone, "hydro cafe poster.pdf", hydro), posterBefore);
@@ -178,9 +176,7 @@ TEST_F(FileCommandsTest, GroupingIntoAProjectIsASortAndInsideOneTeachesNothing) 
     for (const auto& entry : grouped->state->learning.feedback)  // Kelo had suggested Hydro Cafe for the box
         EXPECT_EQ(entry.rejected,
                   entry.filename == "hydro cafe box.pdf" ? std::optional(project("Hydro Cafe").id) : std::nullopt);
-    const auto undone = FileCommands::undoBatch(*engine, (*grouped->history)[0].id.text());
-    for (const auto& file : files) EXPECT_TRUE(fs::exists(file));
-    EXPECT_TRUE(undone->state->learning.feedback.empty());
+    EXPECT_TRUE(FileCommands::undoBatch(*engine, (*grouped->history)[0].id.text())->state->learning.feedback.empty());
 
     const fs::path exports = home / "Hydro Cafe" / "Export";
     writeFile(exports / "post 1.png", "one");

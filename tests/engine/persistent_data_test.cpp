@@ -39,9 +39,6 @@ TEST(PersistentDataTest, StartupFailuresSayWhatHappened) {
     EXPECT_EQ(startupFailureText(std::system_error(ENOSPC, std::generic_category(), "journal.log")),
               "Kelo could not start: the disk holding its data folder is full. Nothing was changed; free some space "
               "and start Kelo again.");
-    EXPECT_EQ(startupFailureText(KeloError::unsafe("Unsupported journal version. Operations disabled.")),
-              "Persistent data could not be loaded. File operations are disabled. Unsupported journal version. "
-              "Operations disabled.");
 }
 
 TEST(PersistentDataTest, FirstStartLoadsDefaultsAndWritesNoStore) {

@@ -197,12 +197,6 @@ TEST(RecordsTest, FingerprintNamesPathIdentityAndModificationTime) {
                       Date{},
                       std::nullopt};
     EXPECT_EQ(record.fingerprint(), "/Users/a/Downloads/x.pdf|16777230|4231|5120|1700000000.25");
-    record.identity.modified = Date::fromUnix(1700000000);
-    EXPECT_EQ(record.fingerprint(), "/Users/a/Downloads/x.pdf|16777230|4231|5120|1700000000.0");
-    record.identity.modified = Date::fromTimespec(1700000000, 500000000);
-    EXPECT_EQ(record.fingerprint(), "/Users/a/Downloads/x.pdf|16777230|4231|5120|1700000000.5");
-
-    EXPECT_EQ(record.filename(), "x.pdf");
     EXPECT_EQ((FileRecord{"/a/Photo.JPG", "/a", {}, {}, {}}.fileExtension()), "jpg");
     EXPECT_EQ((FileRecord{"/a/archive.tar.gz", "/a", {}, {}, {}}.fileExtension()), "gz");
     EXPECT_EQ((FileRecord{"/a/README", "/a", {}, {}, {}}.fileExtension()), "");

