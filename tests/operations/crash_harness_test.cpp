@@ -33,7 +33,8 @@ constexpr int kCrashExit = 77;
 // tell a kill inside the batch from one before it began or after it ended.
 std::atomic<int>& childSteps() {
     static auto* steps = [] {
-        void* shared = ::mmap(nullptr, sizeof(std::atomic<int>), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        void* shared =
+            ::mmap(nullptr, sizeof(std::atomic<int>), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
         if (shared == MAP_FAILED) std::abort();
         return new (shared) std::atomic<int>(0);
     }();
@@ -54,16 +55,13 @@ struct ChildScenario : testing::Scenario {
     // Runs the plan in a child. With `crashAt` > 0 the child ends itself at that
     // step (journal step, journal sync or folder sync). Returns the child's pid.
     pid_t runInChild(int crashAt, const fs::path& resultFile) {
-        return runInChild(crashAt, [&](OperationExecutor& run) {
-            const BatchResult result = run.execute(plan, scope, false);
-            std::ofstream out(resultFile);
-            for (const auto& id : result.completed) out << id.text() << "\n";
-        });
+        return runInChild(crashAt, resultFile, [&](OperationExecutor& run) { return run.execute(plan, scope, false); });
     }
 
-    // Runs `action` on an executor in a child that ends itself at step `crashAt`.
+    // Runs `action` on an executor in a child that ends itself at step `crashAt`,
+    // and writes the ids the action's result reports as completed to `resultFile`.
     template <class Action>
-    pid_t runInChild(int crashAt, Action action) {
+    pid_t runInChild(int crashAt, const fs::path& resultFile, Action action) {
         childSteps() = 0;
         return testing::startChild([&] {
             int steps = 0;
@@ -81,7 +79,9 @@ struct ChildScenario : testing::Scenario {
             logCalls.fsync = syncThenStep;
             auto run = executor(FileOperator(syncThenStep), logCalls);
             run->setStepProbe([&](std::string_view) { step(); });
-            action(*run);
+            const BatchResult result = action(*run);
+            std::ofstream out(resultFile);
+            for (const auto& id : result.completed) out << id.text() << "\n";
         });
     }
 };
@@ -96,11 +96,8 @@ int crashAtEveryStep(Prepare prepare, Action action) {
         prepare(scenario);
         if (::testing::Test::HasFailure()) return crashAt - 1;
         const fs::path resultFile = scenario.dir / "result.txt";
-        const int exit = waitForChild(scenario.runInChild(crashAt, [&](OperationExecutor& run) {
-            const BatchResult result = action(scenario, run);
-            std::ofstream out(resultFile);
-            for (const auto& id : result.completed) out << id.text() << "\n";
-        }));
+        const int exit = waitForChild(
+            scenario.runInChild(crashAt, resultFile, [&](OperationExecutor& run) { return action(scenario, run); }));
         EXPECT_TRUE(exit == kCrashExit || exit == 0) << "child exit " << exit << " at step " << crashAt;
         scenario.check(exit == 0 ? readCompleted(resultFile) : std::set<std::string>{});
         if (::testing::Test::HasFailure()) {

@@ -53,9 +53,7 @@ TEST_F(JournalTest, PrepareRecordsPlannedEntriesAndMarksSetStatusAndOutcome) {
     const auto ops = makeBatch(3);
     journal.prepare(ops);
     ASSERT_EQ(journal.document().entries.size(), 3u);
-    EXPECT_EQ(journal.document().entries[1].operation, ops[1]);
-    EXPECT_EQ(journal.document().entries[1].timestamp, Date{1000.25});
-    EXPECT_EQ(journal.document().entries[1].status, OperationStatus::planned);
+    EXPECT_EQ(journal.document().entries[1], (JournalEntry{ops[1], Date{1000.25}, OperationStatus::planned, {}, {}}));
 
     journal.mark(ops[0].id, OperationStatus::completed, std::nullopt, OperationOutcome::skipped);
     journal.mark(ops[1].id, OperationStatus::failed, "Possibly active — left untouched.");
