@@ -3,6 +3,7 @@
 #include "engine/engine.h"
 
 #include <gtest/gtest.h>
+
 #include "access/path_safety.h"
 #include "engine/engine_worker.h"
 #include "model/kelo_error.h"
@@ -49,8 +50,6 @@ TEST_F(EngineTest, FirstStartThenGrantsDiscoverProjectsAndClassifyTheInbox) {
     ASSERT_NE(hydro, nullptr);
     EXPECT_EQ(hydro->file.filename(), "hydro cafe post 3.psd");
     EXPECT_EQ(hydro->candidates.front().projectID, snapshot->state->projects[0].id);
-    EXPECT_EQ(hydro->candidates.front().score, 78);
-    EXPECT_EQ(hydro->state, ConfidenceState::probably);
 
     // What was decided is on disk: a restart sees the same grants and projects.
     engine.reset();

@@ -88,9 +88,7 @@ TEST_F(ProjectCommandsTest, ArchiveKeepsAConfirmedFileFromBeingReady) {
 
     const SnapshotPtr archived = ProjectCommands::archiveProject(*engine, "Hydro Cafe");
     EXPECT_EQ(projectNamed(*archived->state, "Hydro Cafe")->status, ProjectStatus::archived);
-    const auto& capped = classificationNamed(*archived, "hydro cafe post.psd");
-    EXPECT_EQ(capped.candidates.front().score, 100);
-    EXPECT_EQ(capped.state, ConfidenceState::probably);
+    EXPECT_EQ(classificationNamed(*archived, "hydro cafe post.psd").state, ConfidenceState::probably);
     EXPECT_EQ(refusal([&] { ProjectCommands::archiveProject(*engine, "Hydro Cafe"); }),
               "Hydro Cafe is already archived. Nothing changed.");
 
