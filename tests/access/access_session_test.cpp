@@ -20,10 +20,6 @@ namespace fs = std::filesystem;
 using testing::TempDir;
 using testing::writeFile;
 
-FolderGrant grantFor(const fs::path& folder, FolderGrant::Role role) {
-    return FolderAccessManager::grant(folder, role);
-}
-
 using Paths = std::vector<fs::path>;
 using Lines = std::vector<std::string>;
 
@@ -56,10 +52,10 @@ TEST(FolderAccessManagerTest, GrantKeepsTheReplacedIdAndShowsTheStandardizedPath
 TEST(AccessSessionTest, UsableFoldersFormTheScopeInGrantOrder) {
     TempDir dir;
     for (const char* name : {"Desktop", "Downloads", "Work", "Clients"}) fs::create_directories(dir / name);
-    AccessSession session({grantFor(dir / "Downloads", FolderGrant::Role::watch),
-                           grantFor(dir / "Work", FolderGrant::Role::projectHome),
-                           grantFor(dir / "Desktop", FolderGrant::Role::watch),
-                           grantFor(dir / "Clients", FolderGrant::Role::projectHome)});
+    AccessSession session({FolderAccessManager::grant(dir / "Downloads", FolderGrant::Role::watch),
+                           FolderAccessManager::grant(dir / "Work", FolderGrant::Role::projectHome),
+                           FolderAccessManager::grant(dir / "Desktop", FolderGrant::Role::watch),
+                           FolderAccessManager::grant(dir / "Clients", FolderGrant::Role::projectHome)});
     EXPECT_EQ(session.scope().watched, (Paths{dir / "Downloads", dir / "Desktop"}));
     EXPECT_EQ(session.scope().homes, (Paths{dir / "Work", dir / "Clients"}));
     EXPECT_EQ(session.errors(), Lines{});
@@ -72,10 +68,10 @@ TEST(AccessSessionTest, UsableFoldersFormTheScopeInGrantOrder) {
 TEST(AccessSessionTest, UnusableFoldersGiveOneLineEachAndTheOthersStillWork) {
     TempDir dir;
     for (const char* name : {"Deleted", "Linked", "Filed", "Fine", "Elsewhere"}) fs::create_directories(dir / name);
-    auto deleted = grantFor(dir / "Deleted", FolderGrant::Role::watch);
-    auto linked = grantFor(dir / "Linked", FolderGrant::Role::watch);
-    auto filed = grantFor(dir / "Filed", FolderGrant::Role::projectHome);
-    auto fine = grantFor(dir / "Fine", FolderGrant::Role::projectHome);
+    auto deleted = FolderAccessManager::grant(dir / "Deleted", FolderGrant::Role::watch);
+    auto linked = FolderAccessManager::grant(dir / "Linked", FolderGrant::Role::watch);
+    auto filed = FolderAccessManager::grant(dir / "Filed", FolderGrant::Role::projectHome);
+    auto fine = FolderAccessManager::grant(dir / "Fine", FolderGrant::Role::projectHome);
     FolderGrant garbage{Uuid::random(), Bytes{1, 2, 3}, "~/Lost", FolderGrant::Role::watch};
     filed.displayPath = "~/Filed";
 
@@ -99,7 +95,7 @@ TEST(AccessSessionTest, UnusableFoldersGiveOneLineEachAndTheOthersStillWork) {
 TEST(AccessSessionTest, FolderReplacedAtItsPathIsUsableAndItsGrantRenewed) {
     TempDir dir;
     fs::create_directories(dir / "Inbox");
-    const auto grant = grantFor(dir / "Inbox", FolderGrant::Role::watch);
+    const auto grant = FolderAccessManager::grant(dir / "Inbox", FolderGrant::Role::watch);
     fs::rename(dir / "Inbox", dir / "Inbox-old");
     fs::create_directories(dir / "Inbox");  // while the old one exists: a new inode
 
@@ -124,7 +120,7 @@ TEST(AccessSessionTest, FolderThatCannotBeReadIsUnavailable) {
     fs::create_directories(dir / "Locked");
     // Not readable by anyone but root, so the case holds whoever runs the tests.
     ASSERT_EQ(::chmod((dir / "Locked").c_str(), 0300), 0);
-    auto grant = grantFor(dir / "Locked", FolderGrant::Role::watch);
+    auto grant = FolderAccessManager::grant(dir / "Locked", FolderGrant::Role::watch);
     grant.displayPath = "~/Locked";
     const std::string answer = testing::runUnprivileged([&] {
         AccessSession session({grant});
