@@ -161,17 +161,12 @@ TEST_F(OperationExecutorTest, CoordinatorThatChangesPathsOrDeclinesFailsTheMove)
     } declining;
 
     const auto a = inboxFile("a.png");
-    {
-        auto executor = makeExecutor(FileOperator(), &redirecting);
+    for (const auto& [coordinator, failure] :
+         {std::pair<FileCoordinator*, std::string>{&redirecting, "Coordinated paths changed. Review a new plan."},
+          {&declining, "File coordination did not authorize the move."}}) {
+        auto executor = makeExecutor(FileOperator(), coordinator);
         const OperationPlan p = plan({move(a, project / "a.png", Uuid::random())});
-        EXPECT_EQ(executor->execute(p, scope, false).failed.at(p.operations[0].id),
-                  "Coordinated paths changed. Review a new plan.");
-    }
-    {
-        auto executor = makeExecutor(FileOperator(), &declining);
-        const OperationPlan p = plan({move(a, project / "a.png", Uuid::random())});
-        EXPECT_EQ(executor->execute(p, scope, false).failed.at(p.operations[0].id),
-                  "File coordination did not authorize the move.");
+        EXPECT_EQ(executor->execute(p, scope, false).failed.at(p.operations[0].id), failure);
     }
     EXPECT_EQ(readFile(a), "content of a.png");
     EXPECT_FALSE(fs::exists(project / "other.png"));
