@@ -33,7 +33,9 @@ TEST_F(LearningCommandsTest, DecisionsReachTheNextClassificationAndCanBeTakenBac
 
     const SnapshotPtr confirmed =
         LearningCommands::feedback(*engine, inbox / "hydro cafe banner.png", "lotus spa", true);
-    EXPECT_EQ(classificationNamed(*confirmed, "hydro cafe banner.png").candidates.front().projectID, lotus);
+    const Classification& now = classificationNamed(*confirmed, "hydro cafe banner.png");
+    EXPECT_EQ(now.candidates.front().projectID, lotus);
+    EXPECT_EQ(now.category, Category::export_);  // the assignment keeps the inferred category
     const Feedback entry = confirmed->state->learning.feedback.at(0);
     EXPECT_EQ(entry.confirmed, lotus);
     EXPECT_EQ(entry.rejected, hydro);
