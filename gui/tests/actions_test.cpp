@@ -385,8 +385,6 @@ void ActionsTest::filesDroppedAreSelectedAndRowsDroppedOnAProjectSortedThenCtrlZ
     QVERIFY(fs::exists(file));
 }
 
-int main(int argc, char** argv) {
-    return kelo::gui::runIsolated<ActionsTest>(argc, argv);
-}
+KELO_ISOLATED_TEST_MAIN(ActionsTest)
 
 #include "actions_test.moc"

@@ -184,8 +184,6 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char** argv) {
-    return runIsolated<AIAskTest>(argc, argv);
-}
+KELO_ISOLATED_TEST_MAIN(AIAskTest)
 
 #include "ai_ask_test.moc"

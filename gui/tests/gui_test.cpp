@@ -449,8 +449,6 @@ void GuiTest::secondLaunchRaisesTheFirstWindow() {
     QVERIFY(!w.window.isMinimized());
 }
 
-int main(int argc, char** argv) {
-    return kelo::gui::runIsolated<GuiTest>(argc, argv);
-}
+KELO_ISOLATED_TEST_MAIN(GuiTest)
 
 #include "gui_test.moc"

@@ -100,8 +100,6 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char** argv) {
-    return runIsolated<HousekeepingDialogsTest>(argc, argv);
-}
+KELO_ISOLATED_TEST_MAIN(HousekeepingDialogsTest)
 
 #include "housekeeping_test.moc"
