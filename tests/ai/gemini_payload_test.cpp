@@ -95,9 +95,10 @@ TEST(GeminiPayloadTest, LimitsHoldAtTheirEdges) {
 TEST(GeminiPayloadTest, AdviceFromValidAnswers) {
     const auto projects = someProjects(3);
     const FileRecord file = fileNamed("a.PNG");
-    EXPECT_EQ(
-        GP::advice(envelope(adviceJson(projects[2].id.text())), file, projects, std::nullopt),
-        (AIAdvice{projects[2].id, Category::export_, "LS-Social-Post1.PNG", "Tên tệp có chữ LS.", AIConfidence::high}));
+    // Compared as JSON so that a failure names the field.
+    EXPECT_EQ(Json(GP::advice(envelope(adviceJson(projects[2].id.text())), file, projects, std::nullopt)),
+              Json(AIAdvice{projects[2].id, Category::export_, "LS-Social-Post1.PNG", "Tên tệp có chữ LS.",
+                            AIConfidence::high}));
 
     // "unknown" is no project; a file without an extension keeps none; thought parts
     // are left out and the rest joined without a separator.
