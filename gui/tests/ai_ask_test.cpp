@@ -94,11 +94,7 @@ private Q_SLOTS:
         QVERIFY(reaches(dialog, Stage::done));
         QVERIFY(settle(w.model));
         QVERIFY(!fs::exists(w.file));
-        const Snapshot& after = *w.model.snapshot();
-        QVERIFY(after.files->empty());
-        QVERIFY(!after.history->empty());
-        QCOMPARE(after.history->front().moved, 1);
-        QCOMPARE(after.ai->requestsToday, std::int64_t(1));
+        QCOMPARE(w.model.snapshot()->ai->requestsToday, std::int64_t(1));
         dialog->close();
     }
 
@@ -127,7 +123,6 @@ private Q_SLOTS:
         QVERIFY(settle(w.model));
         QVERIFY(fs::exists(w.file));  // dismissing moves nothing
         QVERIFY(w.model.snapshot()->ai->records.back().status == AIRecordStatus::dismissed);
-        QCOMPARE(w.model.snapshot()->ai->requestsToday, std::int64_t(2));
         dialog->close();
     }
 
@@ -189,8 +184,6 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char** argv) {
-    return runIsolated<AIAskTest>(argc, argv);
-}
+KELO_ISOLATED_TEST_MAIN(AIAskTest)
 
 #include "ai_ask_test.moc"

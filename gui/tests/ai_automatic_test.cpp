@@ -92,8 +92,6 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char** argv) {
-    return runIsolated<AIAutomaticTest>(argc, argv);
-}
+KELO_ISOLATED_TEST_MAIN(AIAutomaticTest)
 
 #include "ai_automatic_test.moc"

@@ -12,6 +12,7 @@
 #include <atomic>
 
 #include "access/path_safety.h"
+#include "ai/gemini_answer.h"
 #include "ai/gemini_payload.h"
 #include "engine/ai_commands.h"
 #include "engine/ai_key_commands.h"
@@ -27,15 +28,8 @@ inline const std::string kAITestKey = "AIzaAskTestKey_0123456789-abcdefg";
 inline const std::string kAIEndpoint(GeminiPayload::kEndpointPath);
 
 inline testing::CannedResponse adviceAnswer(const Uuid& project) {
-    const std::string output = Json{
-        {"project_id", project.text()},
-        {"category", "Export"},
-        {"stem", "LS-Social-Post1"},
-        {"reason", "Tên tệp có chữ LS."},
-        {"confidence", "high"}}.dump();
     testing::CannedResponse response;
-    response.body =
-        Json{{"candidates", {{{"content", {{"parts", {{{"text", output}}}}}}, {"finishReason", "STOP"}}}}}.dump();
+    response.body = testing::envelope(testing::adviceJson(project.text()));
     return response;
 }
 

@@ -281,8 +281,6 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char** argv) {
-    return runIsolated<CompanionTest>(argc, argv);
-}
+KELO_ISOLATED_TEST_MAIN(CompanionTest)
 
 #include "companion_test.moc"

@@ -32,7 +32,6 @@
 #include "gui/tests/sample_window.h"
 #include "support/temp_dir.h"
 
-using kelo::testing::TempDir;
 using kelo::testing::writeFile;
 using namespace kelo;
 using namespace kelo::gui;
@@ -419,22 +418,18 @@ void GuiTest::failedStartupShowsTheReasonAndDisablesActions() {
 // The preset chosen on the first run is kept, and the dialog is not offered again
 // once it was finished.
 void GuiTest::onboardingStoresThePresetAndIsNotOfferedAgain() {
-    TempDir root;
-    {
-        AppModel model;
-        model.start(root / "data");
-        QVERIFY(settle(model));
-        QVERIFY(OnboardingDialog::needed(*model.snapshot()));
-        OnboardingDialog dialog(model);
-        QVERIFY(dialog.findChild<QRadioButton*>("preset_design")->isChecked());  // the default
-        dialog.findChild<QRadioButton*>("preset_study")->setChecked(true);
-        dialog.findChild<QPushButton*>("startButton")->click();
-        QVERIFY(settle(model));
-        QCOMPARE(dialog.result(), int(QDialog::Accepted));
-        QCOMPARE(model.snapshot()->state->settings.onboardingCompleted, std::optional(true));
-        QVERIFY(!OnboardingDialog::needed(*model.snapshot()));
-        QCOMPARE(model.snapshot()->state->settings.usagePreset, std::optional(UsagePreset::study));
-    }
+    SampleWindow w;
+    w.start();
+    QVERIFY(OnboardingDialog::needed(*w.model.snapshot()));
+    OnboardingDialog dialog(w.model);
+    QVERIFY(dialog.findChild<QRadioButton*>("preset_design")->isChecked());  // the default
+    dialog.findChild<QRadioButton*>("preset_study")->setChecked(true);
+    dialog.findChild<QPushButton*>("startButton")->click();
+    QVERIFY(settle(w.model));
+    QCOMPARE(dialog.result(), int(QDialog::Accepted));
+    QCOMPARE(w.model.snapshot()->state->settings.onboardingCompleted, std::optional(true));
+    QVERIFY(!OnboardingDialog::needed(*w.model.snapshot()));
+    QCOMPARE(w.model.snapshot()->state->settings.usagePreset, std::optional(UsagePreset::study));
 }
 
 void GuiTest::secondLaunchRaisesTheFirstWindow() {
@@ -454,8 +449,6 @@ void GuiTest::secondLaunchRaisesTheFirstWindow() {
     QVERIFY(!w.window.isMinimized());
 }
 
-int main(int argc, char** argv) {
-    return kelo::gui::runIsolated<GuiTest>(argc, argv);
-}
+KELO_ISOLATED_TEST_MAIN(GuiTest)
 
 #include "gui_test.moc"

@@ -42,13 +42,17 @@ ProjectsPage* projects(SampleWindow& w) {
 
 }  // namespace
 
+// One window for the three dialogs; the handoff packs what the duplicate finder left.
 class HousekeepingDialogsTest : public QObject {
     Q_OBJECT
 
+    SampleWindow w;
+    fs::path project;
+
 private Q_SLOTS:
+    void initTestCase() { project = openWithCopies(w); }
+
     void keepingOneCopyTrashesTheOthers() {
-        SampleWindow w;
-        const fs::path project = openWithCopies(w);
         DuplicatesDialog* dialog = projects(w)->openDuplicates();
         QVERIFY(dialog);
         QVERIFY(w.model.backgroundBusy());  // the mascot shows the search
@@ -69,8 +73,6 @@ private Q_SLOTS:
     }
 
     void handoffPacksIntoTheChosenFolder() {
-        SampleWindow w;
-        openWithCopies(w);
         HandoffDialog* dialog = projects(w)->openHandoff();
         const fs::path exports = w.root / "Exports";
         fs::create_directories(exports);
@@ -84,8 +86,6 @@ private Q_SLOTS:
     }
 
     void zipCleanupSwitchesFromSettings() {
-        SampleWindow w;
-        openWithCopies(w);
         auto* box = w.page(kSettings)->findChild<ZipCleanupBox*>("zipCleanup");
         QVERIFY(box);
         box->switchOn();
@@ -100,8 +100,6 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char** argv) {
-    return runIsolated<HousekeepingDialogsTest>(argc, argv);
-}
+KELO_ISOLATED_TEST_MAIN(HousekeepingDialogsTest)
 
 #include "housekeeping_test.moc"

@@ -52,3 +52,9 @@ int runIsolated(int argc, char** argv) {
 }
 
 }  // namespace kelo::gui
+
+// The main() of a suite that needs nothing set up before runIsolated, as QTEST_MAIN is for plain suites.
+#define KELO_ISOLATED_TEST_MAIN(Test)                    \
+    int main(int argc, char** argv) {                    \
+        return kelo::gui::runIsolated<Test>(argc, argv); \
+    }

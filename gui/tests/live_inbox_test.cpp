@@ -77,8 +77,6 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char** argv) {
-    return runIsolated<LiveInboxTest>(argc, argv);
-}
+KELO_ISOLATED_TEST_MAIN(LiveInboxTest)
 
 #include "live_inbox_test.moc"

@@ -95,8 +95,6 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char** argv) {
-    return runIsolated<StudioPageTest>(argc, argv);
-}
+KELO_ISOLATED_TEST_MAIN(StudioPageTest)
 
 #include "studio_page_test.moc"

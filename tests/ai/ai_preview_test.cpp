@@ -9,6 +9,7 @@
 #include <vips/vips8>
 
 #include "model/kelo_error.h"
+#include "preview/vips_samples.h"
 #include "scan/metadata.h"
 #include "support/refusal.h"
 #include "support/temp_dir.h"
@@ -16,14 +17,11 @@
 namespace kelo {
 namespace {
 
+using testing::pdfPage;
+using testing::rasterOf;
 using testing::refusalOf;
 using testing::TempDir;
 using vips::VImage;
-
-struct VipsEnvironment : ::testing::Environment {
-    void SetUp() override { ASSERT_EQ(VIPS_INIT("kelo-tests"), 0); }
-};
-[[maybe_unused]] const auto* const kVips = ::testing::AddGlobalTestEnvironment(new VipsEnvironment);
 
 VImage flat(int width, int height, std::vector<double> rgb = {200, 40, 40}) {
     return (VImage::black(width, height) + rgb)
@@ -41,29 +39,9 @@ VImage noise(int width, int height) {
         .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
 }
 
-RasterImage pixels(VImage image) {
-    if (image.bands() == 3) image = image.bandjoin_const({255});
-    std::size_t size = 0;
-    void* memory = image.write_to_memory(&size);
-    RasterImage out{image.width(), image.height(), image.width() * 4, {}};
-    out.pixels.assign(static_cast<std::uint8_t*>(memory), static_cast<std::uint8_t*>(memory) + size);
-    g_free(memory);
-    return out;
-}
-
 VImage decoded(const std::string& jpeg) {
     EXPECT_EQ(jpeg.substr(0, 2), "\xFF\xD8");
     return VImage::new_from_buffer(jpeg.data(), jpeg.size(), "").copy_memory();
-}
-
-// A one-page PDF of `width` by `height` points, which is what an .ai file is to libvips.
-std::string pdfPage(int width, int height) {
-    const std::string content = "0 0 1 rg 0 0 " + std::to_string(width) + " " + std::to_string(height) + " re f";
-    const std::string box = "[0 0 " + std::to_string(width) + " " + std::to_string(height) + "]";
-    return "%PDF-1.4\n1 0 obj<</Type/Catalog/Pages 2 0 R>>endobj\n2 0 obj<</Type/Pages/Kids[3 0 R]/Count 1>>endobj\n"
-           "3 0 obj<</Type/Page/Parent 2 0 R/MediaBox" +
-           box + "/Contents 4 0 R>>endobj\n4 0 obj<</Length " + std::to_string(content.size()) + ">>stream\n" +
-           content + "\nendstream\nendobj\ntrailer<</Root 1 0 R>>\n%%EOF\n";
 }
 
 TEST(AIPreviewTest, JpegKeepsItsLimitsAndFlattensTransparency) {
@@ -84,7 +62,7 @@ TEST(AIPreviewTest, JpegKeepsItsLimitsAndFlattensTransparency) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         std::string jpeg;
-        EXPECT_EQ(refusalOf([&] { jpeg = AIPreview::jpeg(pixels(c.image)); }), c.refusal);
+        EXPECT_EQ(refusalOf([&] { jpeg = AIPreview::jpeg(rasterOf(c.image)); }), c.refusal);
         if (!c.refusal.empty()) continue;
         EXPECT_LE(jpeg.size(), AIPreview::kJpegLimit);
         const VImage back = decoded(jpeg);
@@ -92,7 +70,7 @@ TEST(AIPreviewTest, JpegKeepsItsLimitsAndFlattensTransparency) {
         EXPECT_EQ(back.height(), c.image.height());
         EXPECT_EQ(back.bands(), 3);
     }
-    const VImage white = decoded(AIPreview::jpeg(pixels(clear)));
+    const VImage white = decoded(AIPreview::jpeg(rasterOf(clear)));
     EXPECT_GE(white.min(), 250.0);
     EXPECT_EQ(refusalOf([] { AIPreview::jpeg(RasterImage{}); }), AIPreview::kTooLargeText);
 }
@@ -109,7 +87,7 @@ TEST(AIPreviewTest, MakesUprightThumbnailsOfImagesAndDesignFiles) {
     VImage turned = flat(400, 200).copy();
     turned.set("orientation", 6);
     turned.write_to_file((dir / "turned.jpg").c_str());
-    testing::writeFile(dir / "logo.ai", pdfPage(2000, 1000));
+    testing::writeFile(dir / "logo.ai", pdfPage(2000, 1000, "0 0 1 rg 0 0 2000 1000 re f"));
     flat(2048, 1024).magicksave((dir / "art.psd").c_str(), VImage::option()->set("format", "PSD"));
 
     struct Case {
@@ -164,14 +142,14 @@ TEST(AIPreviewTest, DesignThumbnailThatNeverArrivesTimesOut) {
     stuck.timeout = std::chrono::milliseconds(50);
     stuck.thumbnailer = [released](const std::filesystem::path&, int) -> std::optional<RasterImage> {
         released.wait();
-        return pixels(flat(8, 8));
+        return rasterOf(flat(8, 8));
     };
     EXPECT_EQ(refusalOf([&] { AIPreview::make(recordOf(dir / "slow.psd"), stuck); }), AIPreview::kTimedOutText);
     release.set_value();  // the late thumbnail is dropped by the job
 
     AIPreview::DesignThumbnails quick;
     quick.thumbnailer = [](const std::filesystem::path&, int edge) -> std::optional<RasterImage> {
-        return pixels(flat(edge, edge / 2));
+        return rasterOf(flat(edge, edge / 2));
     };
     EXPECT_EQ(decoded(AIPreview::make(recordOf(dir / "slow.psd"), quick)).width(), 1024);
 }

@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 
+#include "ai/gemini_answer.h"
 #include "ai/gemini_payload.h"
 #include "model/json_codec.h"
 #include "model/kelo_error.h"
@@ -31,13 +32,7 @@ GeminiTransport trusting(const TlsTestServer& server, const std::string& prefix)
 const AIProjectContext kProject{*Uuid::parse("6F1C2A8E-3B4D-4E5F-8A9B-0C1D2E3F4A5B"), "Lotus Spa"};
 
 std::string validAnswer() {
-    const std::string output = Json{
-        {"project_id", kProject.id.text()},
-        {"category", "Export"},
-        {"stem", "LS-Social-Post1"},
-        {"reason", "Tên tệp có LS."},
-        {"confidence", "medium"}}.dump();
-    return Json{{"candidates", {{{"content", {{"parts", {{{"text", output}}}}}}, {"finishReason", "STOP"}}}}}.dump();
+    return testing::envelope(testing::adviceJson(kProject.id.text()));
 }
 
 // The valid answer followed by spaces (still valid JSON) up to `size` bytes.

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "ai/gemini_answer.h"
 #include "model/encoding.h"
 #include "model/json_codec.h"
 #include "model/kelo_error.h"
@@ -14,6 +15,8 @@ namespace kelo {
 namespace {
 
 namespace GP = GeminiPayload;
+using testing::adviceJson;
+using testing::envelope;
 using testing::refusalOf;
 
 FileRecord fileNamed(const std::string& name) {
@@ -89,34 +92,17 @@ TEST(GeminiPayloadTest, LimitsHoldAtTheirEdges) {
     for (const auto& c : cases) EXPECT_EQ(refusalOf(c.call), c.refusal) << c.what;
 }
 
-// A generateContent answer whose one candidate holds `text`.
-std::string envelope(const std::string& text, const std::string& finish = "STOP") {
-    return Json{
-        {"candidates", {{{"content", {{"parts", {{{"text", text}}}}, {"role", "model"}}}, {"finishReason", finish}}}}}
-        .dump();
-}
-
-std::string output(const std::string& project, const std::string& stem = "HY-Social-Post15",
-                   const std::string& reason = "Tên tệp khớp với dự án.", const std::string& category = "Export",
-                   const std::string& confidence = "high") {
-    return Json{
-        {"project_id", project}, {"category", category}, {"stem", stem}, {"reason", reason}, {"confidence", confidence}}
-        .dump();
-}
-
 TEST(GeminiPayloadTest, AdviceFromValidAnswers) {
     const auto projects = someProjects(3);
     const FileRecord file = fileNamed("a.PNG");
-    const AIAdvice advice = GP::advice(envelope(output(projects[2].id.text())), file, projects, std::nullopt);
-    EXPECT_EQ(advice.projectID, projects[2].id);
-    EXPECT_EQ(advice.category, Category::export_);
-    EXPECT_EQ(advice.filename, "HY-Social-Post15.PNG");
-    EXPECT_EQ(advice.reason, "Tên tệp khớp với dự án.");
-    EXPECT_EQ(advice.confidence, AIConfidence::high);
+    // Compared as JSON so that a failure names the field.
+    EXPECT_EQ(Json(GP::advice(envelope(adviceJson(projects[2].id.text())), file, projects, std::nullopt)),
+              Json(AIAdvice{projects[2].id, Category::export_, "LS-Social-Post1.PNG", "Tên tệp có chữ LS.",
+                            AIConfidence::high}));
 
     // "unknown" is no project; a file without an extension keeps none; thought parts
     // are left out and the rest joined without a separator.
-    const std::string answer = output("unknown", "Mixed_stem-2");
+    const std::string answer = adviceJson("unknown", "Mixed_stem-2");
     const std::string split = Json{{"candidates",
                                     {{{"content",
                                        {{"parts",
@@ -129,7 +115,7 @@ TEST(GeminiPayloadTest, AdviceFromValidAnswers) {
     EXPECT_FALSE(unknown.projectID);
     EXPECT_EQ(unknown.filename, "Mixed_stem-2");
 
-    EXPECT_EQ(GP::advice(envelope(output(projects[0].id.text())), file, projects, projects[0].id).projectID,
+    EXPECT_EQ(GP::advice(envelope(adviceJson(projects[0].id.text())), file, projects, projects[0].id).projectID,
               projects[0].id);
 }
 
@@ -149,7 +135,7 @@ TEST(GeminiPayloadTest, AdviceRefusesEveryKindOfBadAnswer) {
         {"no content", R"({"candidates":[{"finishReason":"STOP"}]})", std::nullopt, GP::kIncompleteSuggestion},
         {"no finish reason", R"({"candidates":[{"content":{"parts":[{"text":"x"}]}}]})", std::nullopt,
          GP::kIncompleteSuggestion},
-        {"cut off", envelope(output(listed), "MAX_TOKENS"), std::nullopt, GP::kIncompleteSuggestion},
+        {"cut off", envelope(adviceJson(listed), "MAX_TOKENS"), std::nullopt, GP::kIncompleteSuggestion},
         {"wrong part type", R"({"candidates":[{"content":{"parts":[{"text":5}]},"finishReason":"STOP"}]})",
          std::nullopt, GP::kIncompleteSuggestion},
         {"empty text", envelope(""), std::nullopt, GP::kIncompleteSuggestion},
@@ -157,19 +143,19 @@ TEST(GeminiPayloadTest, AdviceRefusesEveryKindOfBadAnswer) {
         {"text not JSON", envelope("I think Project 1"), std::nullopt, GP::kIncompleteSuggestion},
         {"missing field", envelope(R"({"project_id":"unknown","category":"Export","stem":"a","reason":"b"})"),
          std::nullopt, GP::kIncompleteSuggestion},
-        {"unknown category", envelope(output(listed, "a", "b", "Final")), std::nullopt, GP::kIncompleteSuggestion},
-        {"unknown confidence", envelope(output(listed, "a", "b", "Export", "certain")), std::nullopt,
+        {"unknown category", envelope(adviceJson(listed, "a", "b", "Final")), std::nullopt, GP::kIncompleteSuggestion},
+        {"unknown confidence", envelope(adviceJson(listed, "a", "b", "Export", "certain")), std::nullopt,
          GP::kIncompleteSuggestion},
-        {"project not offered", envelope(output(Uuid::random().text())), std::nullopt, GP::kUnavailableProject},
-        {"project not a UUID", envelope(output("Project 1")), std::nullopt, GP::kUnavailableProject},
-        {"conflicts with known", envelope(output(projects[1].id.text())), projects[0].id, GP::kUnavailableProject},
-        {"empty stem", envelope(output(listed, "")), std::nullopt, GP::kInvalidStemOrReason},
-        {"stem starts with hyphen", envelope(output(listed, "-Post")), std::nullopt, GP::kInvalidStemOrReason},
-        {"stem with path", envelope(output(listed, "../etc/passwd")), std::nullopt, GP::kInvalidStemOrReason},
-        {"stem with extension", envelope(output(listed, "Post.png")), std::nullopt, GP::kInvalidStemOrReason},
-        {"stem too long", envelope(output(listed, std::string(161, 'a'))), std::nullopt, GP::kInvalidStemOrReason},
-        {"empty reason", envelope(output(listed, "Post", "")), std::nullopt, GP::kInvalidStemOrReason},
-        {"reason too long", envelope(output(listed, "Post", std::string(501, 'r'))), std::nullopt,
+        {"project not offered", envelope(adviceJson(Uuid::random().text())), std::nullopt, GP::kUnavailableProject},
+        {"project not a UUID", envelope(adviceJson("Project 1")), std::nullopt, GP::kUnavailableProject},
+        {"conflicts with known", envelope(adviceJson(projects[1].id.text())), projects[0].id, GP::kUnavailableProject},
+        {"empty stem", envelope(adviceJson(listed, "")), std::nullopt, GP::kInvalidStemOrReason},
+        {"stem starts with hyphen", envelope(adviceJson(listed, "-Post")), std::nullopt, GP::kInvalidStemOrReason},
+        {"stem with path", envelope(adviceJson(listed, "../etc/passwd")), std::nullopt, GP::kInvalidStemOrReason},
+        {"stem with extension", envelope(adviceJson(listed, "Post.png")), std::nullopt, GP::kInvalidStemOrReason},
+        {"stem too long", envelope(adviceJson(listed, std::string(161, 'a'))), std::nullopt, GP::kInvalidStemOrReason},
+        {"empty reason", envelope(adviceJson(listed, "Post", "")), std::nullopt, GP::kInvalidStemOrReason},
+        {"reason too long", envelope(adviceJson(listed, "Post", std::string(501, 'r'))), std::nullopt,
          GP::kInvalidStemOrReason},
     };
     for (const auto& c : cases)
@@ -177,13 +163,14 @@ TEST(GeminiPayloadTest, AdviceRefusesEveryKindOfBadAnswer) {
 
     // At the limits: 160 bytes of stem (Vietnamese letters count by byte) and 500
     // characters of reason are fine.
-    EXPECT_NO_THROW(GP::advice(envelope(output(listed, std::string(160, 'a'), std::string(500, 'r'))),
+    EXPECT_NO_THROW(GP::advice(envelope(adviceJson(listed, std::string(160, 'a'), std::string(500, 'r'))),
                                fileNamed("a.png"), projects, std::nullopt));
-    EXPECT_NO_THROW(GP::advice(envelope(output(listed, "Bìa-Đẹp", "ổn")), fileNamed("a.png"), projects, std::nullopt));
+    EXPECT_NO_THROW(
+        GP::advice(envelope(adviceJson(listed, "Bìa-Đẹp", "ổn")), fileNamed("a.png"), projects, std::nullopt));
     // A stem that fits its own limit but not with the extension.
     EXPECT_EQ(refusalOf([&] {
-                  GP::advice(envelope(output(listed, std::string(160, 'a'))), fileNamed("a." + std::string(100, 'e')),
-                             projects, std::nullopt);
+                  GP::advice(envelope(adviceJson(listed, std::string(160, 'a'))),
+                             fileNamed("a." + std::string(100, 'e')), projects, std::nullopt);
               }),
               GP::kInvalidFilename);
 }

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <vips/vips8>
 
+#include "preview/vips_samples.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
@@ -15,11 +16,6 @@ namespace {
 
 using testing::TempDir;
 using vips::VImage;
-
-struct VipsEnvironment : ::testing::Environment {
-    void SetUp() override { ASSERT_EQ(VIPS_INIT("kelo-tests"), 0); }
-};
-[[maybe_unused]] const auto* const kVips = ::testing::AddGlobalTestEnvironment(new VipsEnvironment);
 
 // Dark text (Pango markup) at `dpi` on a white page at least `width` pixels wide,
 // with a margin of half the text's height, as 8-bit sRGB.

@@ -9,6 +9,7 @@
 #include <thread>
 #include <vips/vips8>
 
+#include "preview/vips_samples.h"
 #include "support/temp_dir.h"
 
 namespace kelo {
@@ -17,13 +18,6 @@ namespace {
 using testing::TempDir;
 using testing::writeFile;
 using vips::VImage;
-
-// The tests draw their samples with libvips before the thumbnailer first runs.
-// A second initialisation is a no-op.
-struct VipsEnvironment : ::testing::Environment {
-    void SetUp() override { ASSERT_EQ(VIPS_INIT("kelo-tests"), 0); }
-};
-[[maybe_unused]] const auto* const kVips = ::testing::AddGlobalTestEnvironment(new VipsEnvironment);
 
 constexpr int kWidth = 300;
 constexpr int kHeight = 200;
@@ -38,15 +32,7 @@ VImage sample(int width = kWidth, int height = kHeight) {
 }
 
 // The same picture as a PDF page, 300 by 200 points.
-std::string samplePdf() {
-    const std::string content = "1 0 0 rg 0 0 150 200 re f 0 0 1 rg 150 0 150 200 re f";
-    return "%PDF-1.4\n1 0 obj<</Type/Catalog/Pages 2 0 R>>endobj\n"
-           "2 0 obj<</Type/Pages/Kids[3 0 R]/Count 1>>endobj\n"
-           "3 0 obj<</Type/Page/Parent 2 0 R/MediaBox[0 0 300 200]/Contents 4 0 R>>endobj\n"
-           "4 0 obj<</Length " +
-           std::to_string(content.size()) + ">>stream\n" + content +
-           "\nendstream\nendobj\ntrailer<</Root 1 0 R>>\n%%EOF\n";
-}
+const std::string kSamplePdf = testing::pdfPage(300, 200, "1 0 0 rg 0 0 150 200 re f 0 0 1 rg 150 0 150 200 re f");
 
 const char* kSampleSvg =
     R"(<svg xmlns="http://www.w3.org/2000/svg" width="300" height="200">)"
@@ -118,8 +104,8 @@ INSTANTIATE_TEST_SUITE_P(
                       Format{"a.bmp", "magickload_buffer",
                              [](auto& f) { sample().magicksave(f.c_str(), VImage::option()->set("format", "BMP")); }},
                       Format{"a.svg", "svgload_source", [](auto& f) { writeFile(f, kSampleSvg); }},
-                      Format{"a.pdf", "pdfload_source", [](auto& f) { writeFile(f, samplePdf()); }},
-                      Format{"a.ai", "pdfload_source", [](auto& f) { writeFile(f, samplePdf()); }}),
+                      Format{"a.pdf", "pdfload_source", [](auto& f) { writeFile(f, kSamplePdf); }},
+                      Format{"a.ai", "pdfload_source", [](auto& f) { writeFile(f, kSamplePdf); }}),
     [](const auto& info) {
         std::string name = info.param.filename;
         return name.substr(name.find('.') + 1);
@@ -226,18 +212,8 @@ TEST(ThumbnailerTest, ChoosesFormatsByExtensionAlone) {
         EXPECT_FALSE(canThumbnail(name)) << name;
 }
 
-RasterImage raster(const VImage& rgb) {
-    VImage rgba = rgb.bandjoin_const({255});
-    std::size_t size = 0;
-    void* memory = rgba.write_to_memory(&size);
-    RasterImage out{rgba.width(), rgba.height(), rgba.width() * 4, {}};
-    out.pixels.assign(static_cast<std::uint8_t*>(memory), static_cast<std::uint8_t*>(memory) + size);
-    g_free(memory);
-    return out;
-}
-
 TEST(JpegEncodingTest, LowerQualityIsSmaller) {
-    const RasterImage noise = raster(
+    const RasterImage noise = testing::rasterOf(
         VImage::bandjoin({VImage::gaussnoise(128, 128), VImage::gaussnoise(128, 128), VImage::gaussnoise(128, 128)})
             .cast(VIPS_FORMAT_UCHAR));
     const auto rough = encodeJpeg(noise, 20);
