@@ -30,7 +30,7 @@ QString filesOf(const HistoryBatch& batch) {
     return line;
 }
 
-const HistoryBatch* findBatch(const std::vector<HistoryBatch>& history, const Uuid& id) {
+const HistoryBatch* findBatch(const HistoryList& history, const Uuid& id) {
     for (const auto& batch : history)
         if (batch.id == id) return &batch;
     return nullptr;

@@ -25,7 +25,7 @@ private:
     QLabel* empty_;
     QPushButton* more_;
     QPushButton* undoTrash_;
-    std::shared_ptr<const std::vector<HistoryBatch>> history_;
+    std::shared_ptr<const HistoryList> history_;
     int shown_ = kPageSize;
     bool canOperate_ = false;
 };

@@ -9,7 +9,8 @@
 //     the same exclusive renames with the same two folder syncs each (aim: 3x), and
 //     against the same clean with no history (aim: within 1.2x);
 //   one-file sort (command to returned snapshot) with no history and with a year of
-//     it (the 20,000 entries above), against one durable rename plus one log sync
+//     it (the 20,000 entries above in 10,000 batches, and an assignment for each
+//     sorted file), against one durable rename plus one log sync
 //     (aims: within 1.2x of each other, under 3x the floor).
 // Each measurement runs in a child process so peak memory is its own.
 #include <dirent.h>
@@ -126,16 +127,23 @@ World makeWorld(const fs::path& root, int history = 20000) {
     Learning learning(state.learning);
     for (int i = 0; i < history; ++i) {
         const auto& project = state.projects[static_cast<std::size_t>(i % 500)];
-        learning.record(world.projectNames[static_cast<std::size_t>(i % 500)] + " " + word(random, 4) + ".png",
-                        project.id, std::nullopt, Uuid::random(), Date::now());
+        const std::string name = world.projectNames[static_cast<std::size_t>(i % 500)] + " " + word(random, 4) + ".png";
+        learning.record(name, project.id, std::nullopt, Uuid::random(), Date::now());
+        // Every sorted file leaves its assignment behind, as a year of real sorting does.
+        const std::string fingerprint = (world.home / project.name / "Export" / name).string() + "|1|" +
+                                        std::to_string(1000000 + i) + "|" + std::to_string(4096 + i) + "|1700000000";
+        state.assignments[fingerprint] = Assignment{fingerprint, project.id, Category::export_};
     }
     LocalStore<AppState>(world.data / "state.json").save(state);
 
+    // A year of mostly small sorts: 10,000 batches of two moves each, every one a
+    // line of the history.
     JournalDocument journal;
-    const Uuid batch = Uuid::random();
+    Uuid batch = Uuid::random();
     for (int i = 0; i < history; ++i) {
+        if (i % 2 == 0) batch = Uuid::random();
         PlannedOperation operation{Uuid::random(),
-                                   i % 50 == 0 ? Uuid::random() : batch,
+                                   batch,
                                    world.inbox / ("old " + std::to_string(i) + ".png"),
                                    world.home / world.projectNames[static_cast<std::size_t>(i % 500)] / "Export" /
                                        ("old " + std::to_string(i) + ".png"),

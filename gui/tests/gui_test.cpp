@@ -318,7 +318,7 @@ void GuiTest::launchAtLoginWritesAndRemovesTheAutostartEntry() {
 }
 
 void GuiTest::historyShowsFiftyBatchesAtATime() {
-    auto history = std::make_shared<std::vector<HistoryBatch>>();
+    std::vector<HistoryBatch> history;
     for (int i = 0; i < 120; ++i) {
         HistoryBatch batch;
         batch.id = Uuid::random();
@@ -327,11 +327,11 @@ void GuiTest::historyShowsFiftyBatchesAtATime() {
         batch.canUndo = i % 2 == 0;
         batch.indices = {0, 1, 2};
         batch.names = {"f" + std::to_string(i) + ".png"};
-        history->push_back(batch);
+        history.push_back(batch);
     }
     Snapshot snapshot;
     snapshot.state = std::make_shared<AppState>();
-    snapshot.history = history;
+    snapshot.history = std::make_shared<const HistoryList>(HistoryList::newestFirst(history));
 
     AppModel model;
     HistoryPage page(model);

@@ -341,7 +341,7 @@ Classification ClassificationEngine::classify(const FileRecord& file, const std:
 }
 
 std::vector<Classification> ClassificationEngine::classifyAll(const std::vector<FileRecord>& files,
-                                                              const std::map<std::string, Assignment>& assignments,
+                                                              const SharedMap<Assignment>& assignments,
                                                               const Thresholds& thresholds, Date now) const {
     std::vector<PreparedFile> prepared;
     prepared.reserve(files.size());
@@ -378,7 +378,7 @@ std::vector<Classification> ClassificationEngine::classifyAll(const std::vector<
     out.reserve(prepared.size());
     for (const auto& file : prepared) {
         std::optional<Assignment> assignment;
-        if (auto stored = assignments.find(file.fingerprint); stored != assignments.end()) assignment = stored->second;
+        if (const Assignment* stored = assignments.find(file.fingerprint)) assignment = *stored;
         const double at = file.record.identity.modified.sinceReference;
         auto relatedCount = [&](const ProjectEntry& project) -> std::int64_t {
             const auto index = static_cast<std::size_t>(&project - projects_.data());

@@ -26,6 +26,7 @@
 #include "model/learning_data.h"
 #include "model/project.h"
 #include "model/settings.h"
+#include "model/shared_map.h"
 
 namespace kelo {
 
@@ -46,7 +47,7 @@ public:
     // neighbours a NeighborIndex offers and the assignment stored for its fingerprint;
     // results in the order of `files`.
     std::vector<Classification> classifyAll(const std::vector<FileRecord>& files,
-                                            const std::map<std::string, Assignment>& assignments,
+                                            const SharedMap<Assignment>& assignments,
                                             const Thresholds& thresholds, Date now) const;
 
     std::size_t projectCount() const { return projects_.size(); }

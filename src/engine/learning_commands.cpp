@@ -60,9 +60,8 @@ SnapshotPtr feedback(Engine& engine, const std::filesystem::path& path, const st
             {"Confirmed that " + file.filename() + " belongs to " + project.name + ". The file was not moved."});
     }
     learning.record(file.filename(), std::nullopt, project.id, Uuid::random(), engine.now());
-    if (auto it = next.assignments.find(fingerprint);
-        it != next.assignments.end() && it->second.projectID == project.id)
-        next.assignments.erase(it);
+    if (const Assignment* stored = next.assignments.find(fingerprint); stored && stored->projectID == project.id)
+        next.assignments.erase(fingerprint);
     return commitLearning(
         engine, std::move(next),
         {"Noted that " + file.filename() + " does not belong to " + project.name + ". The file was not moved."});

@@ -145,7 +145,7 @@ SnapshotPtr trashProject(Engine& engine, const std::string& projectName) {
     const TrashedItem item = engine.trash().moveToTrash(folder);
     AppState next = engine.state();
     std::erase_if(next.projects, [&](const Project& p) { return p.id == project.id; });
-    std::erase_if(next.assignments, [&](const auto& entry) { return entry.second.projectID == project.id; });
+    next.assignments.eraseIf([&](const auto& entry) { return entry.second.projectID == project.id; });
     return commitProjects(engine, std::move(next),
                           {"Moved the folder of " + project.name + " to the Trash: " + item.trashed.string(),
                            "Kelo no longer lists the project " + project.name + "."});

@@ -16,6 +16,7 @@
 #include "model/file_record.h"
 #include "naming/project_name_suggestions.h"
 #include "operations/history_index.h"
+#include "operations/history_list.h"
 
 namespace kelo {
 
@@ -27,7 +28,7 @@ struct Snapshot {
     std::shared_ptr<const std::vector<FileRecord>> files;
     // One per file of `files`, in the same order.
     std::shared_ptr<const std::vector<Classification>> classifications;
-    std::shared_ptr<const std::vector<HistoryBatch>> history;  // newest first
+    std::shared_ptr<const HistoryList> history;  // newest first
     std::vector<std::string> messages;  // what the last command wants the user to read
     std::vector<std::string> issues;    // standing problems
     std::shared_ptr<const StudioState> studio;

@@ -8,7 +8,7 @@ void to_json(Json& out, const AppState& s) {
     w.put("projects", s.projects);
     w.put("grants", s.grants);
     w.put("learning", s.learning);
-    w.put("assignments", s.assignments);
+    w.put("assignments", s.assignments.toMap());
     w.put("ignored", s.ignored);
     w.put("ignoredClusters", s.ignoredClusters);
     w.put("settings", s.settings);
@@ -62,7 +62,7 @@ std::string documentText(const AppState& s) {
     // written one entry at a time.
     std::string out;
     json_layout::appendKey(out, "assignments", 0, true);
-    json_layout::appendValue(out, encodeValue(s.assignments), 1);
+    json_layout::appendValue(out, encodeValue(s.assignments.toMap()), 1);
     json_layout::appendKey(out, "grants", 0, false);
     json_layout::appendValue(out, encodeValue(s.grants), 1);
     json_layout::appendKey(out, "ignored", 0, false);

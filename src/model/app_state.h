@@ -12,6 +12,7 @@
 #include "model/learning_data.h"
 #include "model/project.h"
 #include "model/settings.h"
+#include "model/shared_map.h"
 
 namespace kelo {
 
@@ -22,7 +23,7 @@ struct AppState {
     std::vector<Project> projects;
     std::vector<FolderGrant> grants;
     LearningData learning;
-    std::map<std::string, Assignment> assignments;  // keyed by file fingerprint
+    SharedMap<Assignment> assignments;  // keyed by file fingerprint; copies share it
     std::set<std::string> ignored;                  // fingerprints the user left alone
     std::set<std::string> ignoredClusters;          // cluster keys the user ignored
     Settings settings;

@@ -69,9 +69,8 @@ std::optional<Json> chunkedListDelta(const ChunkedList<T>& before, const Chunked
 }
 
 template <class V>
-std::optional<Json> mapDelta(const std::map<std::string, V>& before, const std::map<std::string, V>& after) {
-    Json set = Json::object();
-    Json erased = Json::array();
+void mapChanges(const std::map<std::string, V>& before, const std::map<std::string, V>& after, Json& set,
+                Json& erased) {
     auto old = before.begin();
     auto now = after.begin();
     while (old != before.end() || now != after.end()) {
@@ -86,6 +85,17 @@ std::optional<Json> mapDelta(const std::map<std::string, V>& before, const std::
             ++now;
         }
     }
+}
+
+// Only the shards the two maps do not share are compared, so a change to one
+// assignment costs the same with a year of them as with none.
+template <class V>
+std::optional<Json> mapDelta(const SharedMap<V>& before, const SharedMap<V>& after) {
+    Json set = Json::object();
+    Json erased = Json::array();
+    SharedMap<V>::forEachChangedShard(before, after, [&](const auto& old, const auto& now) {
+        mapChanges(old, now, set, erased);
+    });
     if (set.empty() && erased.empty()) return std::nullopt;
     Json out = Json::object();
     if (!set.empty()) out["set"] = std::move(set);
@@ -166,7 +176,7 @@ void applyList(List& list, const Json& delta, const char* key) {
 }
 
 template <class V>
-void applyMap(std::map<std::string, V>& map, const Json& delta) {
+void applyMap(SharedMap<V>& map, const Json& delta) {
     if (const Json* erased = member(delta, "erased"))
         for (const auto& key : decodeValue<std::vector<std::string>>(*erased)) map.erase(key);
     if (const Json* set = member(delta, "set")) {

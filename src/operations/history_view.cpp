@@ -19,12 +19,12 @@ HistoryView::Batches HistoryView::current(OperationJournal& journal) {
 
 void HistoryView::rebuild(const std::vector<JournalEntry>& entries) {
     auto newestFirst = HistoryIndex::build(entries);
-    oldestFirst_.assign(newestFirst.rbegin(), newestFirst.rend());
+    oldestFirst_ = ChunkedList<HistoryBatch>(newestFirst.rbegin(), newestFirst.rend());
     slot_.clear();
     for (std::size_t i = 0; i < oldestFirst_.size(); ++i) slot_.emplace(oldestFirst_[i].id, i);
     batchOf_ = HistoryIndex::batchesOfOperations(entries);
     seen_ = entries.size();
-    batches_ = std::make_shared<const std::vector<HistoryBatch>>(std::move(newestFirst));
+    publish();
 }
 
 bool HistoryView::apply(const std::vector<JournalEntry>& entries, const std::vector<std::size_t>& changed) {
@@ -47,7 +47,7 @@ bool HistoryView::apply(const std::vector<JournalEntry>& entries, const std::vec
             added[operation.batchID].push_back(position);
     }
     for (const Uuid& id : marked) {
-        HistoryBatch& batch = oldestFirst_[slot_.at(id)];
+        HistoryBatch& batch = oldestFirst_.edit(slot_.at(id));
         batch = HistoryIndex::summarize(entries, id, batch.indices, batchOf_);
     }
     std::vector<std::pair<std::size_t, Uuid>> byNewest;
@@ -67,7 +67,7 @@ bool HistoryView::apply(const std::vector<JournalEntry>& entries, const std::vec
 }
 
 void HistoryView::publish() {
-    batches_ = std::make_shared<const std::vector<HistoryBatch>>(oldestFirst_.rbegin(), oldestFirst_.rend());
+    batches_ = std::make_shared<const HistoryList>(oldestFirst_);
 }
 
 }  // namespace kelo

@@ -9,14 +9,16 @@
 #include <unordered_map>
 #include <vector>
 
+#include "model/chunked_list.h"
 #include "operations/history_index.h"
+#include "operations/history_list.h"
 #include "operations/operation_journal.h"
 
 namespace kelo {
 
 class HistoryView {
 public:
-    using Batches = std::shared_ptr<const std::vector<HistoryBatch>>;
+    using Batches = std::shared_ptr<const HistoryList>;
 
     // The history of `journal` as it stands: newest batch first.
     Batches current(OperationJournal& journal);
@@ -30,7 +32,7 @@ private:
     void publish();
 
     Batches batches_;
-    std::vector<HistoryBatch> oldestFirst_;       // the same lines, oldest batch first
+    ChunkedList<HistoryBatch> oldestFirst_;       // the lines, oldest batch first
     std::unordered_map<Uuid, std::size_t> slot_;  // batch id → position in oldestFirst_
     std::unordered_map<Uuid, Uuid> batchOf_;      // operation id → batch id
     std::size_t seen_ = 0;                        // entries accounted for

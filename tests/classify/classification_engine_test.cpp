@@ -388,7 +388,7 @@ TEST(ClassificationEngineTest, ClassifyAllUsesNeighboursAndStoredAssignments) {
     const std::vector<Project> projects = {project(1, "Hydro", {}, ProjectStatus::dormant), project(2, "Minh")};
     const std::vector<FileRecord> files = {file("hydro menu.png", 1'000'000), file("hydro poster.png", 1'000'300),
                                            file("minh.png", 1'000'000)};
-    const std::map<std::string, Assignment> assignments = {
+    const SharedMap<Assignment> assignments = std::map<std::string, Assignment>{
         {files[2].fingerprint(), Assignment{files[2].fingerprint(), idNumber(1), Category::export_}}};
     const auto results = ClassificationEngine(projects, {}).classifyAll(files, assignments, Thresholds{}, kNow);
     ASSERT_EQ(results.size(), 3u);
