@@ -54,8 +54,11 @@ TEST_F(FileCommandsTest, SortLearnsAndUndoTakesTheLearningBack) {
     EXPECT_EQ(feedback.confirmed, lotus);
     EXPECT_EQ(feedback.rejected, hydro);
     EXPECT_EQ(feedback.tokens, (std::vector<std::string>{"cafe", "flyer", "hydro"}));
-    for (const auto& entry : engine->executor().journal().document().entries)  // linked to the move
-        if (entry.operation.type == OperationType::move) EXPECT_EQ(feedback.id, entry.operation.id);
+    for (const auto& entry : engine->executor().journal().document().entries) {  // linked to the move
+        if (entry.operation.type == OperationType::move) {
+            EXPECT_EQ(feedback.id, entry.operation.id);
+        }
+    }
     EXPECT_EQ(sorted->state->assignments.size(), 1u);
     EXPECT_EQ(project("Lotus Spa").lastActivity, clockNow);
     EXPECT_LT(scoreFor(*sorted, "hydro cafe poster.pdf", hydro), posterBefore);
