@@ -36,9 +36,21 @@ void from_dom(json_dom::Element in, Assignment& a) {
     a.projectID = r.required<Uuid>("projectID");
 }
 
+// Straight into the shards: a year of assignments is not built twice.
+void from_dom(json_dom::Element in, SharedMap<Assignment>& out) {
+    simdjson::dom::object members;
+    if (in.get_object().get(members) != simdjson::SUCCESS) throw json_dom::NotPlain{};
+    for (simdjson::dom::key_value_pair member : members) {
+        // Repeated keys are decodeValue's to settle (the last wins there).
+        const std::size_t before = out.size();
+        out[std::string(member.key)] = json_dom::domValue<Assignment>(member.value);
+        if (out.size() == before) throw json_dom::NotPlain{};
+    }
+}
+
 void from_dom(json_dom::Element in, AppState& s) {
     const json_dom::DomReader r(in);
-    s.assignments = r.required<std::map<std::string, Assignment>>("assignments");
+    s.assignments = r.required<SharedMap<Assignment>>("assignments");
     s.grants = r.required<std::vector<FolderGrant>>("grants");
     s.ignored = r.required<std::set<std::string>>("ignored");
     s.ignoredClusters = r.required<std::set<std::string>>("ignoredClusters");

@@ -13,6 +13,7 @@ void from_dom(json_dom::Element in, Association& value);
 void from_dom(json_dom::Element in, Feedback& value);
 void from_dom(json_dom::Element in, LearningData& value);
 void from_dom(json_dom::Element in, Assignment& value);
+void from_dom(json_dom::Element in, SharedMap<Assignment>& value);
 void from_dom(json_dom::Element in, AppState& value);
 
 // decodeValue<AppState> of the document, with the same result and the same refusals.
