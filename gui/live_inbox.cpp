@@ -62,6 +62,7 @@ void LiveInbox::look() {
     // The first look only records; a second, a settle period later, must see the same.
     if ((looks_ == 0 || writing) && ++looks_ < timing_.maximumLooks) {
         last_ = now;
+        ++heldBack_;
         quiet_.start(timing_.settle);
         return;
     }

@@ -30,6 +30,9 @@ public:
 
     // Scans asked for so far, for tests.
     int scansRequested() const { return scans_; }
+    // Looks that held the scan back (the first of a round, or one that saw a
+    // download still going), for tests.
+    int looksHeldBack() const { return heldBack_; }
     QStringList watchedFolders() const { return watcher_.directories(); }
 
     // True for names browsers give a download in progress.
@@ -52,6 +55,7 @@ private:
     QHash<QString, Seen> last_;  // what the previous look saw
     int looks_ = 0;
     int scans_ = 0;
+    int heldBack_ = 0;
 };
 
 }  // namespace kelo::gui

@@ -1,4 +1,4 @@
-// The live inbox against a real engine and real folders, with short waits: a file
+// The live inbox against a real engine and real folders, with short timings: a file
 // dropped into an inbox reaches the snapshot with no rescan asked for, a burst of
 // files costs one scan, and a file still growing or still named as a partial
 // download holds the scan back until it settles.
@@ -59,11 +59,14 @@ private Q_SLOTS:
             if (++chunks == 12) writer.stop();
         });
         writer.start(40);
-        QTest::qWait(400);
+        // Several looks while it grows, none of them scanning.
+        QTRY_VERIFY_WITH_TIMEOUT(live.looksHeldBack() >= 3, 5000);
         QCOMPARE(live.scansRequested(), 0);
         QTRY_VERIFY_WITH_TIMEOUT(!writer.isActive(), 5000);
-        QTest::qWait(400);
-        QCOMPARE(live.scansRequested(), 0);  // the partial download is still there
+        // Looks after the last write see it settled, but the partial download is still there.
+        const int held = live.looksHeldBack();
+        QTRY_VERIFY_WITH_TIMEOUT(live.looksHeldBack() >= held + 3, 5000);
+        QCOMPARE(live.scansRequested(), 0);
         fs::rename(partial, box.inbox / "poster.psd");  // the browser finishes it
         QTRY_VERIFY_WITH_TIMEOUT(offered(box, "poster.psd"), 5000);
         QVERIFY(offered(box, "export.mov"));
