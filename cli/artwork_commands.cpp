@@ -31,7 +31,7 @@ FolderArtwork chosenArtwork(Engine& engine, const ArtworkOptions& o) {
     if (o.skin) artwork.folderSkin = ArtworkChoices::skin(*o.skin);
     if (!o.stickers.empty()) {
         Json stickers = Json::array();
-        for (const auto& spec : o.stickers) stickers.push_back(ArtworkChoices::sticker(spec).toJson());
+        for (const auto& written : o.stickers) stickers.push_back(ArtworkChoices::sticker(written).toJson());
         artwork.folderStickers = std::move(stickers);
     }
     if (o.image) {
@@ -70,7 +70,7 @@ void addArtworkCommands(CLI::App& app, Commands& commands) {
         ->add_option("--sticker", o->stickers,
                      "A sticker, as symbol=NAME or text=TEXT with x=,y=,scale=,rotation=,color= "
                      "(repeat for more; replaces the stickers)")
-        ->option_text("SPEC");
+        ->option_text("KEY=VALUE,...");
     artwork->add_option("--image", o->image, "Your own image on the folder")->option_text("FILE");
     artwork->add_flag("--full", o->full, "Let the image cover the whole icon");
     artwork->add_option("--render", o->render, "Only write the icon as a new PNG file")->option_text("OUT.png");

@@ -121,11 +121,11 @@ void StickerCanvas::dragEnterEvent(QDragEnterEvent* event) {
 }
 
 void StickerCanvas::dropEvent(QDropEvent* event) {
-    const QString spec = QString::fromUtf8(event->mimeData()->data(kStickerMimeType));
-    if (!spec.startsWith(QStringLiteral("symbol:"))) return;
+    const QString dropped = QString::fromUtf8(event->mimeData()->data(kStickerMimeType));
+    if (!dropped.startsWith(QStringLiteral("symbol:"))) return;
     const QPointF at = fraction(event->position());
     Sticker sticker;
-    sticker.value = spec.mid(7).toStdString();
+    sticker.value = dropped.mid(7).toStdString();
     sticker.x = std::clamp(at.x(), 0.0, 1.0);
     sticker.y = std::clamp(at.y(), 0.0, 1.0);
     selected_ = editor_.addSticker(sticker);

@@ -69,10 +69,10 @@ std::string skin(const std::string& name) {
     return name;
 }
 
-Sticker sticker(const std::string& spec) {
+Sticker sticker(const std::string& written) {
     Sticker out;
     bool hasValue = false;
-    std::stringstream pieces(spec);
+    std::stringstream pieces(written);
     std::string piece;
     while (std::getline(pieces, piece, ',')) {
         const auto equals = piece.find('=');

@@ -1,5 +1,5 @@
 // Reading the artwork fields: every layout of `folderArtwork`, sticker items old and
-// new, and the sticker SPEC the command line takes.
+// new, and a sticker as the command line takes it.
 #include "artwork/folder_artwork.h"
 
 #include <gtest/gtest.h>
@@ -68,8 +68,8 @@ TEST(FolderArtworkTest, StickerSpecsFromTheCommandLine) {
     const Sticker sticker = ArtworkChoices::sticker("symbol=heart,x=0.8,y=0.3,scale=0.25,rotation=-15,color=pink");
     EXPECT_EQ(sticker, (Sticker{Sticker::Kind::symbol, "heart", 0.8, 0.3, 0.25, -15, "pink"}));
     EXPECT_EQ(ArtworkChoices::sticker("text=HY").value, "HY");
-    const auto refusal = [](const std::string& spec) {
-        return testing::refusalOf([&] { ArtworkChoices::sticker(spec); });
+    const auto refusal = [](const std::string& written) {
+        return testing::refusalOf([&] { ArtworkChoices::sticker(written); });
     };
     EXPECT_EQ(refusal("x=0.5"), "A sticker needs symbol=NAME or text=TEXT of at most 24 bytes. Nothing changed.");
     EXPECT_EQ(refusal("text=HY,x=1.5"), "The sticker's x must be a number from 0 to 1, not \"1.5\". Nothing changed.");
