@@ -336,8 +336,4 @@ Engine::PlanRun Engine::runPlan(const OperationPlan& plan, const AccessScope& sc
     return run;
 }
 
-void Engine::setNameSuggestions(std::vector<NameSuggestion> suggestions) {
-    nameSuggestions_ = std::make_shared<const std::vector<NameSuggestion>>(std::move(suggestions));
-}
-
 }  // namespace kelo

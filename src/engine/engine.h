@@ -101,7 +101,9 @@ public:
     const std::optional<TrashedItem>& lastTrashed() const { return lastTrashed_; }
     void setLastTrashed(std::optional<TrashedItem> item) { lastTrashed_ = std::move(item); }
 
-    void setNameSuggestions(std::vector<NameSuggestion> suggestions);
+    // Collects the name suggestions afresh from the last scan's files and the current
+    // projects, deferred names and ignored clusters. Called after any of those change.
+    void collectNameSuggestions();
 
     // Kelo's data directory and the user's home trash: never approved, listed or changed.
     ProtectedFolders protectedFolders() const;
@@ -139,7 +141,6 @@ private:
     // Runs the automatic ZIP cleanup when its rule is on; the outcome becomes its
     // status, and a message when a ZIP was trashed or left alone.
     void checkZipCleanup(const AccessScope& scope, std::vector<std::string>& messages);
-    void collectNameSuggestions();
 
     Clock clock_;
     std::unique_ptr<ApplicationLock> lock_;

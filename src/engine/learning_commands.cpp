@@ -2,7 +2,6 @@
 
 #include "classify/learning.h"
 #include "classify/tokens.h"
-#include "engine/project_commands.h"
 #include "engine/sort_learning.h"
 #include "model/kelo_error.h"
 
@@ -82,7 +81,7 @@ SnapshotPtr ignoreCluster(Engine& engine, const std::string& token) {
     AppState next = engine.state();
     next.ignoredClusters.insert(folded);
     commit(engine, std::move(next));
-    ProjectCommands::refreshNameSuggestions(engine);
+    engine.collectNameSuggestions();
     return engine.snapshot({"Files that share \"" + folded + "\" will no longer be offered as a new project."});
 }
 
@@ -93,7 +92,7 @@ SnapshotPtr restoreIgnored(Engine& engine) {
     next.ignored.clear();
     next.ignoredClusters.clear();
     commit(engine, std::move(next));
-    ProjectCommands::refreshNameSuggestions(engine);
+    engine.collectNameSuggestions();
     return engine.snapshot(
         {"Restored " + counted(files, "ignored file") + " and " + counted(clusters, "ignored cluster") + "."});
 }

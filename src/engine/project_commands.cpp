@@ -35,7 +35,7 @@ Project& projectIn(AppState& state, const Uuid& id) {
 SnapshotPtr commitProjects(Engine& engine, AppState next, std::vector<std::string> messages) {
     engine.commitState(std::move(next));
     engine.invalidateClassifications();
-    refreshNameSuggestions(engine);
+    engine.collectNameSuggestions();
     return engine.snapshot(std::move(messages));
 }
 
@@ -75,13 +75,6 @@ SnapshotPtr createProject(Engine& engine, const std::string& requested, std::vec
 }
 
 }  // namespace
-
-void refreshNameSuggestions(Engine& engine) {
-    const AppState& state = engine.state();
-    engine.setNameSuggestions(ProjectNameSuggestions::collect(clusters(engine.files(), state.ignoredClusters),
-                                                              state.projects, engine.data().deferredNames,
-                                                              state.ignoredClusters));
-}
 
 SnapshotPtr newProject(Engine& engine, const std::string& name) {
     return createProject(engine, name, {});
@@ -171,7 +164,7 @@ SnapshotPtr deferNameSuggestion(Engine& engine, const std::string& token) {
     deferred.insert(folded);
     data.deferredNameStore.save(deferred);  // durable before it takes effect
     data.deferredNames = std::move(deferred);
-    refreshNameSuggestions(engine);
+    engine.collectNameSuggestions();
     return engine.snapshot({"\"" + folded + "\" will not be suggested as a project name again."});
 }
 

@@ -45,8 +45,4 @@ SnapshotPtr acceptNameSuggestion(Engine& engine, const std::string& token);
 // Remembers TOKEN in "deferred-names.json" so it is not offered again.
 SnapshotPtr deferNameSuggestion(Engine& engine, const std::string& token);
 
-// Collects the name suggestions afresh from the last scan's files and the current
-// projects, deferred names and ignored clusters. Called after any of those change.
-void refreshNameSuggestions(Engine& engine);
-
 }  // namespace kelo::ProjectCommands

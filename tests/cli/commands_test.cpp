@@ -122,8 +122,11 @@ TEST_F(CommandLineTest, EachCommandReachesTheUserAndTheKeyStaysOutOfEveryOutputA
     EXPECT_EQ(snapshot["aiHasKey"], false);
 
     EXPECT_EQ(outputs.find(kKey), std::string::npos);
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(dir.path()))
-        if (entry.is_regular_file()) EXPECT_EQ(readFile(entry.path()).find(kKey), std::string::npos) << entry.path();
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(dir.path())) {
+        if (entry.is_regular_file()) {
+            EXPECT_EQ(readFile(entry.path()).find(kKey), std::string::npos) << entry.path();
+        }
+    }
 }
 
 }  // namespace
