@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <random>
 
+#include "classify/neighbor_index.h"
 #include "classify/tokens.h"
 
 namespace kelo {
@@ -110,15 +111,12 @@ TEST(ClassificationEngineTest, TiedLeadersAreCappedAndKeepTheirOrder) {
     Scene setup;
     setup.projects = {project(2, "Hydro Cafe"), project(1, "Cafe Hydro", {"Hydro Cafe"})};
     const auto result = setup.classify(file("hydro cafe.png"));
-    const auto candidates = result.candidates.toVector();
-    ASSERT_EQ(candidates.size(), 2u);
-    EXPECT_EQ(candidates[0].projectID, idNumber(1));  // lower id text leads the tie
-    EXPECT_EQ(candidates[0].score, 69);
-    EXPECT_EQ(candidates[0].signals,
-              signals({{"Alias: Hydro Cafe", 78}, {"Ambiguous competing project — review required", -9}}));
-    // Not re-sorted after the cap.
-    EXPECT_EQ(candidates[1].projectID, idNumber(2));
-    EXPECT_EQ(candidates[1].score, 78);
+    // The lower id text leads the tie, and the list is not re-sorted after the cap.
+    EXPECT_EQ(result.candidates.toVector(),
+              (std::vector<Candidate>{
+                  {idNumber(1), 69,
+                   signals({{"Alias: Hydro Cafe", 78}, {"Ambiguous competing project — review required", -9}})},
+                  {idNumber(2), 78, signals({{"Alias: Hydro Cafe", 78}})}}));
     EXPECT_EQ(result.state, ConfidenceState::noIdea);
 }
 
@@ -253,9 +251,7 @@ TEST(ClassificationEngineTest, ExplicitAssignmentReplacesSignalsAndIsNeverCapped
     setup.assignment = Assignment{subject.fingerprint(), idNumber(2), Category::assets};
     auto result = setup.classify(subject);
     auto candidates = result.candidates.toVector();
-    EXPECT_EQ(candidates[0].projectID, idNumber(2));
-    EXPECT_EQ(candidates[0].score, 100);
-    EXPECT_EQ(candidates[0].signals, signals({{"Explicitly confirmed file", 100}}));
+    EXPECT_EQ(candidates[0], (Candidate{idNumber(2), 100, signals({{"Explicitly confirmed file", 100}})}));
     EXPECT_EQ(candidates[1].score, 78);
     EXPECT_EQ(result.state, ConfidenceState::ready);
     EXPECT_EQ(result.category, Category::assets);
@@ -313,12 +309,11 @@ TEST(ClassificationEngineTest, JsonForm) {
     EXPECT_EQ(json["state"], "Probably");
     EXPECT_EQ(encodeValue(ConfidenceState::noIdea), "No Idea");
     EXPECT_EQ(json["category"], "Working");
-    ASSERT_EQ(json["candidates"].size(), 2u);
-    EXPECT_EQ(json["candidates"][0]["projectID"], idNumber(1).text());
-    EXPECT_EQ(json["candidates"][0]["score"], 72);
-    EXPECT_EQ(json["candidates"][0]["signals"][0], (Json{{"reason", "Alias: Hydro"}, {"points", 72}}));
-    EXPECT_EQ(json["candidates"][1],
-              (Json{{"projectID", idNumber(2).text()}, {"score", 0}, {"signals", Json::array()}}));
+    EXPECT_EQ(json["candidates"],
+              (Json{{{"projectID", idNumber(1).text()},
+                     {"score", 72},
+                     {"signals", {{{"reason", "Alias: Hydro"}, {"points", 72}}}}},
+                    {{"projectID", idNumber(2).text()}, {"score", 0}, {"signals", Json::array()}}}));
     EXPECT_EQ(json["file"]["url"], "file:///home/u/Downloads/hydro.psd");
 }
 
@@ -397,6 +392,32 @@ TEST(ClassificationEngineTest, ClassifyAllUsesNeighboursAndStoredAssignments) {
               signals({{"Alias: Hydro", 72}, {"Related files in export window", 9}}));
     EXPECT_EQ(results[2].candidates.front().signals, signals({{"Explicitly confirmed file", 100}}));
     EXPECT_EQ(results[2].category, Category::export_);
+}
+
+std::vector<std::string> names(const std::vector<const PreparedFile*>& files) {
+    std::vector<std::string> out;
+    for (const auto* f : files) out.push_back(f->record.filename());
+    return out;
+}
+
+TEST(NeighborIndexTest, OffersFilesSharingFolderTokenAndNearbyBucket) {
+    const double edge = 1'700'000'400;  // a bucket boundary: 600 s buckets
+    const auto prepared = [](const std::string& name, double unixSeconds, std::filesystem::path folder = kInbox) {
+        return PreparedFile::make(file(name, Date::fromUnix(unixSeconds).sinceReference, folder));
+    };
+    const std::vector<PreparedFile> files = {
+        prepared("hydro menu.png", edge - 5),          // 0: the subject
+        prepared("hydro poster.png", edge + 5),        // across the edge: offered
+        prepared("menu board.png", edge - 590),        // same bucket, shares "menu"
+        prepared("hydro late.png", edge + 1200),       // two buckets away
+        prepared("hydro desk.png", edge, "/desk"),     // other folder
+        prepared("sketch.png", edge),                  // shares no token
+        prepared("hydro menu again.png", edge - 700),  // previous bucket, shares two tokens: offered once
+    };
+    const NeighborIndex index(files);
+    EXPECT_THAT(names(index.candidatesFor(files[0])),
+                ElementsAre("hydro poster.png", "menu board.png", "hydro menu again.png"));
+    EXPECT_THAT(names(index.candidatesFor(files[5])), IsEmpty());
 }
 
 }  // namespace
