@@ -2,13 +2,12 @@
 // a sticker where it was placed, the user's image), not by whole-image hashes.
 #include "artwork/folder_icon_renderer.h"
 
-#include <cairo.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdlib>
 
-#include "preview/thumbnailer.h"
+#include "preview/vips_samples.h"
 
 namespace kelo {
 namespace {
@@ -44,23 +43,17 @@ Pixels decode(const RenderedIcon& icon) {
     return ::testing::AssertionSuccess();
 }
 
-// A PNG of one flat colour, made with Cairo as a user's image would be.
+// A PNG of one flat colour, as a user's image would be.
 Bytes solidPng(int width, int height, Rgb color) {
-    cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
-    cairo_t* cr = cairo_create(surface);
-    cairo_set_source_rgb(cr, color.r / 255.0, color.g / 255.0, color.b / 255.0);
-    cairo_paint(cr);
-    cairo_destroy(cr);
-    Bytes out;
-    cairo_surface_write_to_png_stream(
-        surface,
-        [](void* closure, const unsigned char* data, unsigned int length) {
-            auto* bytes = static_cast<Bytes*>(closure);
-            bytes->insert(bytes->end(), data, data + length);
-            return CAIRO_STATUS_SUCCESS;
-        },
-        &out);
-    cairo_surface_destroy(surface);
+    void* data = nullptr;
+    std::size_t size = 0;
+    vips::VImage::black(width, height)
+        .new_from_image(std::vector<double>{double(color.r), double(color.g), double(color.b)})
+        .cast(VIPS_FORMAT_UCHAR)
+        .copy(vips::VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB))
+        .write_to_buffer(".png", &data, &size);
+    Bytes out(static_cast<std::uint8_t*>(data), static_cast<std::uint8_t*>(data) + size);
+    g_free(data);
     return out;
 }
 
