@@ -7,8 +7,10 @@
 #include <string>
 
 #include "access/path_safety.h"
+#include "classify/tokens.h"
 #include "model/kelo_error.h"
 #include "operations/batch_group_planner.h"
+#include "operations/rename_suggestions.h"
 #include "operations/structured_filename.h"
 #include "support/refusal.h"
 #include "support/temp_dir.h"
@@ -216,6 +218,76 @@ TEST(BatchGroupPlannerTest, ChecksTheNameBeforeTheSelectionSize) {
     EXPECT_EQ(refusalOf([&] { BatchGroupPlanner::plan(many, "Group", "/p"); }), badSelection);
     many.pop_back();
     EXPECT_EQ(BatchGroupPlanner::plan(many, "Group", "/p").operations.size(), 10001u);
+}
+
+TEST(OperationPlanTest, EncodesFieldNamesFileUrlsAndRawValuesAndReadsBackEqual) {
+    const Uuid batch = Uuid::random();
+    const PlannedOperation folder{Uuid::random(),     batch,        "/home/Jobs",
+                                  "/home/Jobs/Bìa 1", std::nullopt, OperationType::createDirectory,
+                                  std::nullopt};
+    const PlannedOperation undo{Uuid::random(),
+                                batch,
+                                "/home/Jobs/Bìa 1/a#b.pdf",
+                                "/inbox/a#b.pdf",
+                                FileIdentity{3, 4, 5, Date{6.25}},
+                                OperationType::undo,
+                                Uuid::random()};
+    const OperationPlan plan{Uuid::random(), Date{12.5}, {folder, undo}};
+
+    const Json json = encodeValue(plan);
+    EXPECT_EQ(json["createdAt"], 12.5);
+    const Json& first = json["operations"][0];
+    EXPECT_EQ(first["type"], "createDirectory");
+    EXPECT_EQ(first["destination"], "file:///home/Jobs/B%C3%ACa%201");
+    EXPECT_FALSE(first.contains("expected"));
+    EXPECT_FALSE(first.contains("reverses"));
+    const Json& second = json["operations"][1];
+    EXPECT_EQ(second["type"], "undo");
+    EXPECT_EQ(second["source"], "file:///home/Jobs/B%C3%ACa%201/a%23b.pdf");
+    EXPECT_EQ(second["reverses"], undo.reverses->text());
+    EXPECT_EQ(second["expected"]["inode"], 4);
+
+    EXPECT_EQ(decodeValue<OperationPlan>(parseDocument(formatDocument(json))), plan);
+}
+
+// The classifier's own token rules, as the app passes them.
+const TokenRules kRules{[](std::string_view text) { return Tokens::all(text); },
+                        [](std::string_view text) {
+                            const auto list = Tokens::meaningful(text);
+                            return std::set<std::string>(list.begin(), list.end());
+                        }};
+
+TEST(RenameSuggestionsTest, QuestionableNames) {
+    const struct {
+        std::string name;
+        bool questionable;
+    } cases[] = {
+        {"final-final.psd", true},       {"final.psd", true},  // no meaningful token either
+        {"menu_final.psd", false},       {"logo_final_final2.ai", true},
+        {"hydro_final_FINAL3.ai", true}, {"IMG.png", false},
+        {"Untitled-1.psd", true},        {"2024.pdf", true},
+        {"hydro menu.pdf", false},       {"README", false},
+    };
+    for (const auto& c : cases) EXPECT_EQ(RenameSuggestions::questionable(c.name, kRules), c.questionable) << c.name;
+}
+
+TEST(RenameSuggestionsTest, SuggestsFromTheFirstAliasWithInferredCategory) {
+    FileRecord file;
+    file.url = "/in/final_final2.PSD";
+    Project project = Project::make("Hydro Cafe", "/jobs/Hydro", {"hydro cafe", "hc"});
+    EXPECT_EQ(RenameSuggestions::suggest(file, project, kRules), "HYDRO_CAFE-Working-01.PSD");
+
+    file.url = "/in/untitled";
+    EXPECT_EQ(RenameSuggestions::suggest(file, project, kRules), "HYDRO_CAFE-Reference-01");
+
+    file.url = "/in/hydro menu.pdf";  // a good name gets no suggestion
+    EXPECT_EQ(RenameSuggestions::suggest(file, project, kRules), std::nullopt);
+
+    file.url = "/in/final.png";
+    project.aliases = {"final export", "hydro"};  // only the first alias counts, and it says nothing
+    EXPECT_EQ(RenameSuggestions::suggest(file, project, kRules), std::nullopt);
+    project.aliases = {};
+    EXPECT_EQ(RenameSuggestions::suggest(file, project, kRules), std::nullopt);
 }
 
 }  // namespace

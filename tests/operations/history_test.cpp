@@ -1,8 +1,14 @@
+// The history of batches: what each batch counts, and the kept view that must
+// always equal a history built afresh from the journal.
 #include "operations/history_index.h"
 
 #include <gtest/gtest.h>
 
+#include <random>
 #include <tuple>
+
+#include "operations/history_view.h"
+#include "support/temp_dir.h"
 
 namespace kelo {
 namespace {
@@ -76,9 +82,7 @@ TEST(HistoryIndexTest, CountsAfterAnUndoEntryExists) {
 
     journal.add(undoRun, OperationType::undo, OperationStatus::failed, OperationOutcome::failed, moveA);
     history = HistoryIndex::build(journal.entries);
-    EXPECT_EQ(history[0].id, undoRun);
-    EXPECT_EQ(history[0].failed, 1);
-    EXPECT_FALSE(history[0].canUndo);
+    EXPECT_EQ((std::tuple{history[0].id, history[0].failed, history[0].canUndo}), (std::tuple{undoRun, 1, false}));
 
     journal.entries.back().status = OperationStatus::completed;
     journal.entries.back().outcome = std::nullopt;
@@ -87,10 +91,46 @@ TEST(HistoryIndexTest, CountsAfterAnUndoEntryExists) {
     ASSERT_EQ(history.size(), 3u);
     // Newest first: the undo run, labelled as the undo of the sort, counting nothing.
     EXPECT_EQ(history[0], (HistoryBatch{undoRun, {3, 4}, Date{103}, 0, 0, 0, 0, 0, false, 2, sort, {"f3", "f4"}}));
-    EXPECT_FALSE(history[1].undoes);
-    EXPECT_EQ(history[1].id, other);
-    EXPECT_TRUE(history[1].canUndo);
+    EXPECT_EQ((std::tuple{history[1].id, history[1].undoes, history[1].canUndo}),
+              (std::tuple{other, std::optional<Uuid>{}, true}));
     EXPECT_EQ(history[2], (HistoryBatch{sort, {0, 1}, Date{100}, 0, 0, 0, 0, 2, false, 0, {}, {"f0", "f1"}}));
+}
+
+// Batches recorded, marked and undone at random; the kept view must always equal a
+// history built afresh from the journal.
+TEST(HistoryViewTest, KeptViewMatchesARebuildAfterEveryChange) {
+    testing::TempDir dir;
+    OperationJournal journal(dir / "journal.json", [] { return Date{100}; });
+    HistoryView view;
+    std::mt19937 random(5);
+    auto pick = [&](std::size_t n) { return static_cast<std::size_t>(random() % n); };
+    std::vector<Uuid> operations;
+    const OperationType types[] = {OperationType::move, OperationType::rename, OperationType::createDirectory};
+    for (int step = 0; step < 120; ++step) {
+        if (step % 4 != 3 || operations.empty()) {
+            const Uuid batch = Uuid::random();
+            std::vector<PlannedOperation> planned;
+            for (std::size_t i = 0, n = 1 + pick(3); i < n; ++i) {
+                PlannedOperation operation{Uuid::random(), batch, "/in/a", "/p/a", {}, types[pick(3)], std::nullopt};
+                if (pick(4) == 0 && !operations.empty()) {
+                    operation.type = OperationType::undo;
+                    operation.reverses = operations[pick(operations.size())];
+                }
+                planned.push_back(operation);
+                operations.push_back(operation.id);
+            }
+            journal.prepare(planned);
+        }
+        const OperationStatus statuses[] = {OperationStatus::started, OperationStatus::completed,
+                                            OperationStatus::failed, OperationStatus::undone};
+        for (std::size_t marks = pick(3); marks-- > 0;)
+            journal.mark(operations[pick(operations.size())], statuses[pick(4)], std::nullopt,
+                         pick(2) == 0 ? OperationOutcome::skipped : OperationOutcome::failed);
+        const auto before = view.current(journal);
+        ASSERT_EQ(std::vector<HistoryBatch>(before->begin(), before->end()), HistoryIndex::build(journal.document().entries))
+            << "step " << step;
+        EXPECT_EQ(view.current(journal), before);  // nothing changed: the same list is shared
+    }
 }
 
 }  // namespace

@@ -2,6 +2,15 @@
 // at random moments, in a child process; the parent then reopens the journal,
 // reconciles and checks that no file was lost, duplicated, changed or overwritten,
 // and that the journal agrees with the disk.
+//
+// Fault harness: the batch program runs under strace, which makes the Nth call of
+// one system call fail (once, or from then on), for every N the batch reaches. After
+// each run the journal is reopened and reconciled, and every promise is checked: no
+// file lost, changed or overwritten, the journal agreeing with the disk, and nothing
+// reported completed that did not happen. A failed fsync is never taken for success.
+// Beside it, the same tracer checks which system calls the file-changing code really
+// makes: an exclusive rename and never a plain one, the folder syncs after it, and
+// the Trash's info file created with O_EXCL before the item moves.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/mman.h>
@@ -15,7 +24,9 @@
 #include <iostream>
 #include <new>
 #include <random>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "operations/batch_scenario.h"
 #include "support/child_process.h"
@@ -197,6 +208,142 @@ TEST(CrashHarnessTest, RandomKillsDuringA200FileBatchLoseNothing) {
               << " before its first or after its last step, " << finished << " finished first (batch of 200 takes "
               << batchSeconds << " s)\n";
     EXPECT_GE(kills, 30);  // only kills inside the batch count
+}
+
+bool haveStrace() { return std::system("strace -V >/dev/null 2>&1") == 0; }
+
+std::string quoted(const fs::path& path) { return "'" + path.string() + "'"; }
+
+struct FaultRun {
+    testing::Scenario scenario{6, fs::temp_directory_path()};
+    fs::path planFile = scenario.dir / "plan.json";
+    fs::path resultFile = scenario.dir / "result.txt";
+
+    FaultRun() {
+        std::ofstream(planFile) << formatDocument(encodeValue(scenario.plan));
+    }
+
+    std::string batchCommand() const {
+        return std::string(KELO_FAULT_BATCH) + " " + quoted(scenario.journalPath) + " " + quoted(planFile) + " " +
+               quoted(resultFile) + " " + quoted(scenario.inbox) + " " + quoted(scenario.home) + " " +
+               std::to_string(scenario.now.sinceReference);
+    }
+
+    // Runs the batch with `inject` (strace's inject= value); returns the exit status.
+    int run(const std::string& syscall, const std::string& inject) const {
+        const std::string command = "strace -qq -f -o /dev/null -e trace=" + syscall + " -e inject=" + syscall + ":" +
+                                    inject + " " + batchCommand() + " >/dev/null 2>&1";
+        const int status = std::system(command.c_str());
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    // How many times an uninterrupted batch makes this call: before the batch
+    // began (the loader, reading the plan) and after.
+    struct Calls {
+        int before = 0;
+        int during = 0;
+    };
+    Calls count(const std::string& syscall) const {
+        const fs::path trace = scenario.dir / "trace.txt";
+        const std::string command = "strace -qq -f -o " + quoted(trace) + " -e trace=access," + syscall + " " +
+                                    batchCommand() + " >/dev/null 2>&1";
+        Calls calls;
+        if (std::system(command.c_str()) != 0) return calls;
+        std::ifstream in(trace);
+        bool began = false;
+        for (std::string line; std::getline(in, line);) {
+            if (line.find("/kelo-fault-harness/batch-begins") != std::string::npos) began = true;
+            if (line.find(" " + syscall + "(") != std::string::npos || line.find(syscall + "(") == 0 ||
+                line.find("] " + syscall + "(") != std::string::npos)
+                ++(began ? calls.during : calls.before);
+        }
+        return calls;
+    }
+};
+
+TEST(FaultInjectionTest, EveryFailingSystemCallOfABatchLosesNothing) {
+    ASSERT_TRUE(haveStrace()) << "strace is missing; scripts/bootstrap installs it";
+    int injected = 0;
+    for (const std::string syscall : {"fsync", "renameat2", "write", "openat", "mkdirat"}) {
+        const auto calls = FaultRun().count(syscall);
+        ASSERT_GT(calls.during, 0) << syscall << " never reached the batch";
+        for (const std::string error : {"EIO", "ENOSPC"}) {
+            for (const bool persistent : {false, true}) {
+                for (int n = calls.before + 1; n <= calls.before + calls.during; ++n) {
+                    FaultRun run;
+                    const std::string inject =
+                        "error=" + error + ":when=" + std::to_string(n) + (persistent ? "+" : "");
+                    const int exit = run.run(syscall, inject);
+                    run.scenario.check(exit == 0 ? readCompleted(run.resultFile) : std::set<std::string>{});
+                    ++injected;
+                    if (HasFailure()) FAIL() << syscall << " " << inject << " exit " << exit;
+                }
+            }
+        }
+    }
+    std::cout << "[ harness  ] faults injected inside the batch: " << injected << "\n";
+    // Six files, each opened, renamed, synced and journaled: far more than this
+    // reach the batch unless the harness lost its way.
+    EXPECT_GE(injected, 300);
+}
+
+// Runs one test of this very executable under strace and returns the traced calls.
+std::vector<std::string> traceTest(const std::string& filter, const std::string& calls) {
+    testing::TempDir dir;
+    const auto trace = dir / "trace";
+    // Inside the shell /proc/self/exe would name the shell, so resolve ours here.
+    const fs::path self = fs::read_symlink("/proc/self/exe");
+    const std::string command = "strace -f -qq -e trace=" + calls + " -o " + quoted(trace) + " " + quoted(self) +
+                                " --gtest_filter=" + filter + " >/dev/null 2>&1";
+    std::vector<std::string> lines;
+    // A traced test that fails, or a strace that cannot trace, proves nothing: fail.
+    if (const int status = std::system(command.c_str()); status != 0) {
+        ADD_FAILURE() << "the traced test " << filter << " did not pass under strace (status " << status << ")";
+        return lines;
+    }
+    std::ifstream in(trace);
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    return lines;
+}
+
+bool contains(const std::string& line, const std::string& part) {
+    return line.find(part) != std::string::npos;
+}
+
+TEST(SyscallTraceTest, MovesAreExclusiveRenamesFollowedByBothFolderSyncs) {
+    ASSERT_TRUE(haveStrace()) << "strace is missing; scripts/bootstrap installs it";
+    const auto lines =
+        traceTest("FileOperatorTest.MovesAcrossFoldersAndRenamesInPlace", "rename,renameat,renameat2,fsync,fdatasync");
+    ASSERT_FALSE(lines.empty());
+    int exclusive = 0;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        EXPECT_FALSE(contains(lines[i], " rename(") || contains(lines[i], " renameat(")) << lines[i];
+        if (!contains(lines[i], "renameat2(")) continue;
+        EXPECT_TRUE(contains(lines[i], "RENAME_NOREPLACE")) << lines[i];
+        ++exclusive;
+        ASSERT_LT(i + 2, lines.size());
+        EXPECT_TRUE(contains(lines[i + 1], "fsync(") && contains(lines[i + 2], "fsync(")) << lines[i + 1];
+    }
+    EXPECT_EQ(exclusive, 2);
+}
+
+TEST(SyscallTraceTest, TrashClaimsTheInfoFileBeforeTheItemMoves) {
+    ASSERT_TRUE(haveStrace()) << "strace is missing; scripts/bootstrap installs it";
+    const auto lines = traceTest("TrashTest.HomeTrashRecordsThePathAndRestoresIt", "openat,rename,renameat,renameat2");
+    ASSERT_FALSE(lines.empty());
+    std::size_t info = lines.size();
+    std::size_t move = lines.size();
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        EXPECT_FALSE(contains(lines[i], " rename(") || contains(lines[i], " renameat(")) << lines[i];
+        if (info == lines.size() && contains(lines[i], ".trashinfo\"") && contains(lines[i], "O_EXCL")) info = i;
+        if (move == lines.size() && contains(lines[i], "renameat2(")) {
+            move = i;
+            EXPECT_TRUE(contains(lines[i], "RENAME_NOREPLACE")) << lines[i];
+        }
+    }
+    ASSERT_LT(info, lines.size()) << "no O_EXCL open of the info file";
+    ASSERT_LT(move, lines.size());
+    EXPECT_LT(info, move);
 }
 
 }  // namespace
