@@ -1,18 +1,4 @@
 // Housekeeping on real files, each part with the engine's commands over it.
-//
-// The duplicate finder on real files: what counts as a group and how it is named,
-// the fast search agreeing with the plain one on a generated tree, every guard
-// against a file swapped or changed underneath, cancellation, and the engine's
-// commands (the search leaves the engine free; trashing re-checks the copies).
-//
-// Automatic ZIP cleanup with the engine's clock moved by hand: what is there when
-// the rule goes on stays forever, a new ZIP goes to the real (test) Trash only
-// after a day unchanged, a replaced or changed one waits again, and the ledger's
-// guards hold.
-//
-// Handoff archives end to end on real folders: the archive unzips to the project
-// byte for byte, every refusal leaves nothing behind, the project is never changed,
-// and a publication killed at each step is settled by the next scan.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -40,6 +26,11 @@ namespace fs = std::filesystem;
 using testing::readFile;
 using testing::refusalOf;
 using testing::writeFile;
+
+// The duplicate finder on real files: what counts as a group and how it is named,
+// the fast search agreeing with the plain one on a generated tree, every guard
+// against a file swapped or changed underneath, cancellation, and the engine's
+// commands (the search leaves the engine free; trashing re-checks the copies).
 
 FileRecord recordOf(const fs::path& path) {
     return Metadata::record(path, path.parent_path());
@@ -229,6 +220,11 @@ TEST_F(DuplicateCommandsTest, TrashingACopyRechecksItAgainstTheKeptOne) {
     EXPECT_FALSE(snapshot->messages.empty());
 }
 
+// Automatic ZIP cleanup with the engine's clock moved by hand: what is there when
+// the rule goes on stays forever, a new ZIP goes to the real (test) Trash only
+// after a day unchanged, a replaced or changed one waits again, and the ledger's
+// guards hold.
+
 constexpr double kDay = 86'400;
 
 class ZipCleanupTest : public testing::EngineFixture {
@@ -359,6 +355,10 @@ TEST_F(ZipLedgerTest, KeepsTheNewestHundredEvents) {
     EXPECT_EQ(ledger.events.back().filename, "z1100.zip");
     EXPECT_TRUE(ledger.entries.empty());
 }
+
+// Handoff archives end to end on real folders: the archive unzips to the project
+// byte for byte, every refusal leaves nothing behind, the project is never changed,
+// and a publication killed at each step is settled by the next scan.
 
 // Every entry under `root`: folders as "/", files as their bytes.
 std::map<std::string, std::string> tree(const fs::path& root) {

@@ -1,5 +1,5 @@
-// The Trash as the desktop's specification has it, and the policy of what Kelo may
-// put there.
+// The Trash that desktop file managers share (items, info files, restore), and the
+// policy of what Kelo may put there.
 #include "operations/trash.h"
 
 #include <gtest/gtest.h>
