@@ -164,8 +164,20 @@ class AITest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void settingsConsentsCapAndFoldersReachTheEngine() {
+    // Asking before online AI is set up is refused with the engine's sentence and leads
+    // to Settings, where the consents, cap, folders and key reach the engine.
+    void askLeadsToSettingsWhereConsentsCapFoldersAndKeyReachTheEngine() {
         AIWindow w;
+        AIAskDialog* dialog = w.ask();
+        QVERIFY(dialog);
+        QVERIFY(reaches(dialog, Stage::refused));
+        QCOMPARE(dialog->message(), QString::fromUtf8(kAINotReadyForFile.data()));
+        auto* settings = dialog->findChild<QPushButton*>("aiAskOpenSettings");
+        QVERIFY(settings->isVisible());
+        settings->click();
+        QVERIFY(w.page(kSettings)->isVisible());
+        QCOMPARE(w.server.requests().size(), std::size_t(0));
+
         QVERIFY(w.box);
         QVERIFY(!w.configuration().enabled);
         QCOMPARE(w.setting<QLabel>("aiUsage")->text(), QStringLiteral("Hôm nay đã dùng 0 / 10 yêu cầu."));
@@ -190,10 +202,8 @@ private Q_SLOTS:
         w.box->saveSettings();
         QVERIFY(settle(w.model));
         QVERIFY(!w.configuration().ready());
-    }
 
-    void settingsKeyIsSavedKeptForTheSessionAndForgotten() {
-        AIWindow w;
+        // The key never stays on screen, whether refused, saved or kept for the session.
         auto* field = w.setting<QLineEdit>("aiKey");
         auto* status = w.setting<QLabel>("aiKeyStatus");
         QCOMPARE(field->echoMode(), QLineEdit::Password);
@@ -218,19 +228,6 @@ private Q_SLOTS:
         w.box->forgetKey();
         QVERIFY(settle(w.model));
         QCOMPARE(status->text(), QStringLiteral("Khóa: chưa có."));
-    }
-
-    void askRefusesWithTheEngineSentenceAndLeadsToSettings() {
-        AIWindow w;
-        AIAskDialog* dialog = w.ask();
-        QVERIFY(dialog);
-        QVERIFY(reaches(dialog, Stage::refused));
-        QCOMPARE(dialog->message(), QString::fromUtf8(kAINotReadyForFile.data()));
-        auto* settings = dialog->findChild<QPushButton*>("aiAskOpenSettings");
-        QVERIFY(settings->isVisible());
-        settings->click();
-        QVERIFY(w.page(kSettings)->isVisible());
-        QCOMPARE(w.server.requests().size(), std::size_t(0));
     }
 
     void askShowsPreviewAndContextThenAdviceThatSortsTheFile() {
