@@ -1,11 +1,7 @@
-// What the window leaves to other threads, each against real files. The live inbox,
-// with a real engine and short timings: a file dropped into an inbox reaches the
-// snapshot with no rescan asked for, a burst of files costs one scan, and a file still
-// growing or still named as a partial download holds the scan back until it settles.
-// The Match page's thumbnail cache: a request never decodes on the main thread, the
-// picture arrives by signal at the right size, a second request is served from memory,
-// and a changed or evicted file is decoded again. The rename dialog's "read the text
-// in the image", read by the real Tesseract on pictures the test paints.
+// What the window leaves to other threads, against real files: the live inbox with a
+// real engine and short timings, the Match page's thumbnail cache (never decoding on
+// the main thread), and the rename dialog's text reading with the real Tesseract on
+// pictures the test paints.
 #include <QFile>
 #include <QImage>
 #include <QLineEdit>

@@ -1,13 +1,8 @@
 // What the Projects and Studio pages open, against a real engine on temporary
-// folders. One window holds "Lotus Spa" with three copies of one cover and an old ZIP
-// in the inbox: the sticker studio composes its icon (the choices, a sticker dropped,
-// dragged, scaled and turned with the mouse, undo in the dialog, Apply and Reset
-// reaching the project, the icon on the Projects page); the duplicate finder trashes
-// all but the kept copy; the handoff packs what is left; the ZIP cleanup is switched
-// on and off from Settings. The Studio page opens a project of its own: the dashboard
-// and chart show its insights, the grid follows the filter, and pinning, renaming and
-// saving a filter go through the engine. GIO is kept to its local backend (the real
-// gvfsd-metadata is exercised in tests/artwork).
+// folders: the sticker studio, the duplicate finder, the handoff and the ZIP cleanup
+// share one window holding "Lotus Spa" with three copies of one cover and an old ZIP
+// in the inbox; the Studio page opens a project of its own. GIO is kept to its local
+// backend (the real gvfsd-metadata is exercised in tests/artwork).
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
