@@ -46,8 +46,7 @@ private Q_SLOTS:
     void statusLogNamesFilesAndKeepsTheLastMessages();
     void progressStripWaitsHalfASecondAndCanStop();
     void answersArriveInOrderAndTheWindowRunsWhileTheyArePending();
-    void closingHidesOrMinimisesAsChosen();
-    void launchAtLoginWritesAndRemovesTheAutostartEntry();
+    void closingHidesOrMinimisesAndLaunchAtLoginWritesTheAutostartEntry();
     void historyShowsFiftyBatchesAtATime();
     void refusedThresholdsAreShownVerbatimAndKeepTheOldSettings();
     void failedStartupShowsTheReasonAndDisablesActions();
@@ -237,7 +236,7 @@ void GuiTest::answersArriveInOrderAndTheWindowRunsWhileTheyArePending() {
     QVERIFY(w.model.refusal().isEmpty());
 }
 
-void GuiTest::closingHidesOrMinimisesAsChosen() {
+void GuiTest::closingHidesOrMinimisesAndLaunchAtLoginWritesTheAutostartEntry() {
     SampleWindow w;
     auto* option = w.find<QCheckBox>(kSettings, "hideWhenClosed");
     QVERIFY(option->isChecked());  // hiding is the default
@@ -256,16 +255,13 @@ void GuiTest::closingHidesOrMinimisesAsChosen() {
 
     option->setChecked(true);
     QVERIFY(BackgroundMode::hideWhenClosed());
-}
 
-void GuiTest::launchAtLoginWritesAndRemovesTheAutostartEntry() {
-    SampleWindow w;
-    auto* option = w.find<QCheckBox>(kSettings, "launchAtLogin");
+    auto* launch = w.find<QCheckBox>(kSettings, "launchAtLogin");
     const QString entry = qEnvironmentVariable("XDG_CONFIG_HOME") + "/autostart/kelo.desktop";
-    QVERIFY(!option->isChecked());
+    QVERIFY(!launch->isChecked());
 
-    option->click();
-    QVERIFY(option->isChecked());
+    launch->click();
+    QVERIFY(launch->isChecked());
     QFile file(entry);
     QVERIFY(file.open(QIODevice::ReadOnly));
     const QString content = QString::fromUtf8(file.readAll());
@@ -283,8 +279,8 @@ void GuiTest::launchAtLoginWritesAndRemovesTheAutostartEntry() {
              prefix.filePath("bin/kelo-gui"));
     QCOMPARE(BackgroundMode::autostartProgram("/build/gui/kelo-gui", prefix.filePath("bin")), "/build/gui/kelo-gui");
 
-    option->click();
-    QVERIFY(!option->isChecked());
+    launch->click();
+    QVERIFY(!launch->isChecked());
     QVERIFY(!QFile::exists(entry));
 
     // When the entry cannot be written the box shows the truth, not the wish.
@@ -294,8 +290,8 @@ void GuiTest::launchAtLoginWritesAndRemovesTheAutostartEntry() {
         QFile blocker(folder);
         QVERIFY(blocker.open(QIODevice::WriteOnly));
     }
-    option->click();
-    QVERIFY(!option->isChecked());
+    launch->click();
+    QVERIFY(!launch->isChecked());
     QVERIFY(!BackgroundMode::isLaunchAtLoginEnabled());
     QVERIFY(QFile::remove(folder));
 }
