@@ -230,7 +230,7 @@ private Q_SLOTS:
         QCOMPARE(notice.dueAt(), std::nullopt);
     }
 
-    void panelRefusesFilesOutsideTheInboxAndSortsADroppedOne() {
+    void panelRefusesFilesOutsideTheInboxSortsADroppedOneAndComesBackWhereItWasLeft() {
         SampleWindow w;
         const fs::path root = w.root.path(), &inbox = w.inbox;
         AppModel& model = w.model;
@@ -240,6 +240,7 @@ private Q_SLOTS:
         kelo::testing::makeOlder(inbox / "notes.txt", std::chrono::hours(48));
         w.open();
 
+        CompanionChoices::setPanelPosition(QPoint(123, 77));
         CompanionPanel panel(model);
         QObject::connect(&model, &AppModel::snapshotChanged, &panel,
                          [&] { panel.render(model.snapshot().get(), model.canOperate()); });
@@ -265,12 +266,7 @@ private Q_SLOTS:
         undo->click();
         QVERIFY(settle(model));
         QVERIFY(fs::exists(inbox / "ACME-logo-v2.psd"));
-    }
 
-    void panelComesBackWhereItWasLeft() {
-        SampleWindow w;
-        CompanionChoices::setPanelPosition(QPoint(123, 77));
-        CompanionPanel panel(w.model);
         panel.show();
         QCOMPARE(panel.pos(), QPoint(123, 77));
         QTest::mousePress(&panel, Qt::LeftButton, {}, QPoint(20, 20));

@@ -10,7 +10,7 @@ namespace kelo::gui {
 namespace fs = std::filesystem;
 
 void SampleWindow::start() {
-    model.start(root / "data");
+    model.start(root / "data", clock);
     QVERIFY(settle(model));
 }
 

@@ -27,6 +27,7 @@ struct SampleWindow {
     testing::TempDir root;
     std::filesystem::path inbox = root / "Downloads";
     std::filesystem::path home = root / "Projects";
+    Clock clock = Date::now;  // the engine's; a test may set its own before start
     AppModel model;
     MainWindow window{model};
     std::vector<std::string> sampleMessages;  // what the sample-folder command said
