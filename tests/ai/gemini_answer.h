@@ -25,4 +25,10 @@ inline std::string adviceJson(const std::string& project, const std::string& ste
         .dump();
 }
 
+// What the user is told when Gemini refuses a request with this HTTP status.
+inline std::string rejectedText(int code) {
+    return "Gemini rejected this request (HTTP " + std::to_string(code) +
+           "). No retry. Check Free Tier key/model access in Settings.";
+}
+
 }  // namespace kelo::testing

@@ -65,12 +65,6 @@ TEST(NameCaseTest, TitleCasesWordsKeepingDiacriticsAndCapitals) {
     EXPECT_EQ(NameCase::titleWords(""), "");
 }
 
-}  // namespace
-}  // namespace kelo
-
-namespace kelo {
-namespace {
-
 FileRecord file(const std::string& name) { return FileRecord{"/in/" + name, "/in", {}, {}, {}}; }
 
 TEST(ProjectNameSuggestionsTest, OffersUnknownClusterTokensNotDeferredOrIgnored) {

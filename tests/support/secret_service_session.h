@@ -6,8 +6,7 @@
 // daemon with it. One per test process; owned by the test suite that starts it.
 #pragma once
 
-#include <sys/types.h>
-
+#include <cstdio>
 #include <filesystem>
 #include <string>
 
@@ -28,8 +27,7 @@ public:
 
 private:
     TempDir home_;
-    pid_t pid_ = -1;
-    int input_ = -1;  // closing it ends the session
+    FILE* input_ = nullptr;  // the session's standard input: closing it ends the session
     std::string address_;
 };
 

@@ -32,6 +32,9 @@ struct Response;
 namespace kelo::testing {
 
 struct CannedResponse {
+    CannedResponse() = default;
+    explicit CannedResponse(int status, std::string body = {}) : status(status), body(std::move(body)) {}
+
     int status = 200;
     std::string body;
     std::vector<std::pair<std::string, std::string>> headers;
