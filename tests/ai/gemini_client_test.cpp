@@ -11,6 +11,7 @@
 #include "ai/gemini_payload.h"
 #include "model/json_codec.h"
 #include "model/kelo_error.h"
+#include "support/refusal.h"
 #include "support/tls_test_server.h"
 
 namespace kelo {
@@ -200,12 +201,7 @@ TEST(GeminiClientTest, EnvironmentChoosesEndpointAndExtraCertificate) {
     EXPECT_EQ(server.requestsFor("/gw" + kEndpoint), 1u);
 
     ::setenv("KELO_GEMINI_ENDPOINT", "http://gateway.example", 1);
-    try {
-        GeminiTransport::fromEnvironment();
-        ADD_FAILURE() << "a plain http endpoint was accepted";
-    } catch (const KeloError& e) {
-        EXPECT_EQ(e.message(), kHttpsOnlyText);
-    }
+    EXPECT_EQ(testing::refusalOf([] { GeminiTransport::fromEnvironment(); }), kHttpsOnlyText);
 }
 
 }  // namespace

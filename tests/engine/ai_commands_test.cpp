@@ -146,7 +146,7 @@ TEST_F(AICommandsTest, PersistRefusesInvalidStatesAndNeverWritesOverDamagedData)
     EXPECT_FALSE(engine->ai().configuration.enabled);
 }
 
-TEST_F(AICommandsTest, ValidationRefusesInOrderUntilTheFileIsQuietAndUnchanged) {
+TEST_F(AICommandsTest, ValidationRefusesUntilTheFileIsAllowedQuietAndUnchanged) {
     const FileRecord file = image("poster.png");
     EXPECT_EQ(validation(file), kAINotReadyForFile);
 
@@ -155,22 +155,10 @@ TEST_F(AICommandsTest, ValidationRefusesInOrderUntilTheFileIsQuietAndUnchanged) 
     AICommands::configureAI(*engine, homeOnly);
     EXPECT_EQ(validation(file), kAINotReadyForFile) << "the inbox is approved but not chosen for AI";
 
-    AICommands::configureAI(*engine, readyConfiguration());
-    EXPECT_EQ(validation(file), "");
-
-    writeFile(inbox / "poster.png", "edited just now");
-    EXPECT_EQ(validation(file), kAIFileChanged);
-    FileRecord fresh = file;
-    // The fixture's clock runs an hour ahead; a file touched "now" by that clock is busy.
-    testing::makeOlder(inbox / "poster.png", std::chrono::seconds(-3600 + 10));
-    fresh.identity = Metadata::identity(inbox / "poster.png");
-    EXPECT_EQ(validation(fresh), kAIFileRecentlyModified);
-}
-
-TEST_F(AICommandsTest, ArchivedProjectsAndLinkedPathsAreRefused) {
     AIConfiguration both = readyConfiguration();
     both.allowedFolders.push_back(PathSafety::key(home));
     AICommands::configureAI(*engine, both);
+    EXPECT_EQ(validation(file), "");
 
     const fs::path inProject = home / "Lotus Spa" / "logo.png";
     writeFile(inProject, "logo");
@@ -182,10 +170,16 @@ TEST_F(AICommandsTest, ArchivedProjectsAndLinkedPathsAreRefused) {
     EXPECT_EQ(validation(record), kAIArchivedProject);
 
     fs::create_directory_symlink(inbox, inbox / "linked");
-    writeFile(inbox / "real.png", "x");
-    testing::makeOlder(inbox / "real.png", std::chrono::hours(2));
-    const FileRecord linked = Metadata::record(inbox / "linked" / "real.png", inbox);
+    const FileRecord linked = Metadata::record(inbox / "linked" / "poster.png", inbox);
     EXPECT_NE(validation(linked).find("Symbolic links are outside"), std::string::npos);
+
+    writeFile(inbox / "poster.png", "edited just now");
+    EXPECT_EQ(validation(file), kAIFileChanged);
+    FileRecord fresh = file;
+    // The fixture's clock runs an hour ahead; a file touched "now" by that clock is busy.
+    testing::makeOlder(inbox / "poster.png", std::chrono::seconds(-3600 + 10));
+    fresh.identity = Metadata::identity(inbox / "poster.png");
+    EXPECT_EQ(validation(fresh), kAIFileRecentlyModified);
 }
 
 TEST_F(AIRequestTest, SuggestionIsReservedOnDiskFirstThenAcceptedAndRenamedThroughTheJournal) {
@@ -250,7 +244,6 @@ TEST_F(AIRequestTest, EveryFailureIsRecordedOnceWithItsEffectAndKeepsItsUsage) {
     };
     const std::vector<Case> cases = {
         {"forbidden", CannedResponse{403}, rejectedText(403), true, std::nullopt},
-        {"server", CannedResponse{500}, rejectedText(500), false, now.adding(300)},
         {"quota", CannedResponse{429}, std::string(kQuotaExhaustedText), false,
          engine->aiRuntime().calendar.nextMidnight(now)},
         {"invalid", CannedResponse{200, adviceFor(lotus, "-bad")}, failed, false, now.adding(300)},

@@ -39,9 +39,10 @@ SecretServiceSession::SecretServiceSession() {
                                 "'";
     input_ = ::popen(command.c_str(), "w");
     if (input_ == nullptr) throw std::runtime_error("popen failed");
-    std::getline(std::ifstream(said), address_);
-    if (address_.empty()) throw std::runtime_error("the private Secret Service did not start");
-    setenv("DBUS_SESSION_BUS_ADDRESS", address_.c_str(), 1);
+    std::string address;
+    std::getline(std::ifstream(said), address);
+    if (address.empty()) throw std::runtime_error("the private Secret Service did not start");
+    setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
 }
 
 SecretServiceSession::~SecretServiceSession() {

@@ -7,8 +7,6 @@
 #pragma once
 
 #include <cstdio>
-#include <filesystem>
-#include <string>
 
 #include "support/temp_dir.h"
 
@@ -21,14 +19,9 @@ public:
     SecretServiceSession(const SecretServiceSession&) = delete;
     SecretServiceSession& operator=(const SecretServiceSession&) = delete;
 
-    const std::string& address() const { return address_; }
-    // Where the keyring daemon keeps its files.
-    std::filesystem::path keyrings() const { return home_ / "data" / "keyrings"; }
-
 private:
     TempDir home_;
     FILE* input_ = nullptr;  // the session's standard input: closing it ends the session
-    std::string address_;
 };
 
 }  // namespace kelo::testing
