@@ -1,6 +1,7 @@
 // The answers the Gemini tests hand back, by the payload tests directly and by the
 // loopback server in the client and desktop-app tests: one candidate whose text is
-// the advice the model is asked to write. Test code only.
+// the advice the model is asked to write; and the text a refused request shows.
+// Test code only.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// Sub-job detection, sub-folder cleaning and name casing.
+// Sub-job detection, sub-folder cleaning, name casing and project name suggestions.
 #include <gtest/gtest.h>
 
 #include "naming/name_case.h"

@@ -39,7 +39,7 @@ struct CannedResponse {
     std::string body;
     std::vector<std::pair<std::string, std::string>> headers;
     bool chunked = false;  // no Content-Length: the body comes in chunks
-    bool hang = false;     // read the request, then never answer
+    bool hang = false;     // read the request, then answer nothing until the server stops
     std::string raw;       // when set: an interim "100 Continue" head, then these bytes as they are
 };
 
