@@ -37,11 +37,8 @@ TEST(AIKeychainTest, ValidateAcceptsOnlyPlainKeysOfTwentyTo256Bytes) {
 
 class AIKeyringTest : public testing::EngineFixture {
 protected:
-    static void SetUpTestSuite() { session_ = new testing::SecretServiceSession(); }
-    static void TearDownTestSuite() {
-        delete session_;
-        session_ = nullptr;
-    }
+    static void SetUpTestSuite() { session_ = std::make_unique<testing::SecretServiceSession>(); }
+    static void TearDownTestSuite() { session_.reset(); }
     void TearDown() override {
         try {
             AIKeychain::forget();
@@ -68,10 +65,8 @@ protected:
                   0);
     }
 
-    static testing::SecretServiceSession* session_;
+    static inline std::unique_ptr<testing::SecretServiceSession> session_;
 };
-
-testing::SecretServiceSession* AIKeyringTest::session_ = nullptr;
 
 TEST_F(AIKeyringTest, EngineKeepsTheKeyOutOfFilesSnapshotsAndMessages) {
     makeFolders({"Lotus Spa"});

@@ -156,12 +156,8 @@ TEST(AIPreviewTest, DesignThumbnailThatNeverArrivesTimesOut) {
 
 TEST(AIPreviewTest, AttachmentsMustBeSmallUnlinkedPngOrJpeg) {
     TempDir dir;
-    const VImage picture = flat(1600, 800);
-    void* buffer = nullptr;
-    std::size_t size = 0;
-    picture.write_to_buffer(".jpg", &buffer, &size);
-    std::string jpeg(static_cast<char*>(buffer), size);
-    g_free(buffer);
+    flat(1600, 800).jpegsave((dir / "picture.jpg").c_str());
+    const std::string jpeg = testing::readFile(dir / "picture.jpg");
     // Bytes after the end of the JPEG are ignored by decoders; they make the size.
     const auto padded = [&](std::size_t total) { return jpeg + std::string(total - jpeg.size(), '\0'); };
     testing::writeFile(dir / "under.jpg", padded(20'971'519));

@@ -7,9 +7,12 @@
 #include "ai/day_calendar.h"
 #include "model/kelo_error.h"
 #include "operations/operation_plan.h"
+#include "support/refusal.h"
 
 namespace kelo {
 namespace {
+
+using testing::refusalOf;
 
 // 2026-03-07 12:00:00 UTC.
 const Date kNoon = Date::fromUnix(1772884800);
@@ -30,15 +33,6 @@ AIState readyState(std::int64_t limit = 3) {
     state.configuration.dailyLimit = limit;
     state.configuration.allowedFolders = {"/inbox"};
     return state;
-}
-
-std::string refusal(AIState& state, Date now, const DayCalendar& calendar, const FileRecord& record) {
-    try {
-        state.reserve(now, calendar, record);
-    } catch (const KeloError& error) {
-        return error.message();
-    }
-    return "";
 }
 
 TEST(AIUsageTest, DayKeysAreUnpaddedLocalDays) {
@@ -66,7 +60,7 @@ TEST(AIUsageTest, DailyLimitHoldsUntilLocalMidnightAndAVersionIsSentOnce) {
     }
     EXPECT_EQ(state.requestsToday, 3);
     EXPECT_FALSE(state.canRequest(kNoon, utc));
-    EXPECT_EQ(refusal(state, kNoon, utc, file("/inbox/4.png", 10, 4)), kAIUnavailableMessage);
+    EXPECT_EQ(refusalOf([&] { state.reserve(kNoon, utc, file("/inbox/4.png", 10, 4)); }), kAIUnavailableMessage);
     EXPECT_EQ(state.records.size(), 3u);
 
     const Date tomorrow = kNoon.adding(12 * 3600);
@@ -77,15 +71,16 @@ TEST(AIUsageTest, DailyLimitHoldsUntilLocalMidnightAndAVersionIsSentOnce) {
 
     // One saved version is sent once, whatever became of it; an edited one is new.
     state.records.back().status = AIRecordStatus::failed;
-    EXPECT_EQ(refusal(state, tomorrow, utc, file("/inbox/4.png", 10, 4)), kAIAlreadyProcessedMessage);
-    EXPECT_EQ(refusal(state, tomorrow, utc, file("/inbox/4.png", 11, 4)), "");
+    EXPECT_EQ(refusalOf([&] { state.reserve(tomorrow, utc, file("/inbox/4.png", 10, 4)); }),
+              kAIAlreadyProcessedMessage);
+    EXPECT_EQ(refusalOf([&] { state.reserve(tomorrow, utc, file("/inbox/4.png", 11, 4)); }), "");
 }
 
 TEST(AIUsageTest, NotReadyOrPausedRefusesAndThePauseEndsAtLocalMidnight) {
     const DayCalendar utc("UTC");
     AIState off = readyState();
     off.configuration.dataUseAcknowledged = false;
-    EXPECT_EQ(refusal(off, kNoon, utc, file("/inbox/a.png")), kAIUnavailableMessage);
+    EXPECT_EQ(refusalOf([&] { off.reserve(kNoon, utc, file("/inbox/a.png")); }), kAIUnavailableMessage);
 
     AIState state = readyState();
     const Date lateMinute = Date::fromUnix(1772884800 + 11 * 3600 + 59 * 60);  // 23:59

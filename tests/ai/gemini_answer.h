@@ -1,6 +1,7 @@
 // The answers the Gemini tests hand back, by the payload tests directly and by the
 // loopback server in the client and desktop-app tests: one candidate whose text is
-// the advice the model is asked to write. Test code only.
+// the advice the model is asked to write; and the text a refused request shows.
+// Test code only.
 #pragma once
 
 #include <string>
@@ -23,6 +24,12 @@ inline std::string adviceJson(const std::string& project, const std::string& ste
     return Json{
         {"project_id", project}, {"category", category}, {"stem", stem}, {"reason", reason}, {"confidence", confidence}}
         .dump();
+}
+
+// What the user is told when Gemini refuses a request with this HTTP status.
+inline std::string rejectedText(int code) {
+    return "Gemini rejected this request (HTTP " + std::to_string(code) +
+           "). No retry. Check Free Tier key/model access in Settings.";
 }
 
 }  // namespace kelo::testing

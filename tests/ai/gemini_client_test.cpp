@@ -11,12 +11,14 @@
 #include "ai/gemini_payload.h"
 #include "model/json_codec.h"
 #include "model/kelo_error.h"
+#include "support/refusal.h"
 #include "support/tls_test_server.h"
 
 namespace kelo {
 namespace {
 
 using testing::CannedResponse;
+using testing::rejectedText;
 using testing::TlsTestServer;
 
 constexpr std::string_view kKey = "AIzaTestKey_0123456789-abcdefXYZ";
@@ -42,13 +44,6 @@ std::string paddedAnswer(std::size_t size) {
     return body;
 }
 
-CannedResponse status(int code, std::string body = "{}") {
-    CannedResponse response;
-    response.status = code;
-    response.body = std::move(body);
-    return response;
-}
-
 // What a sent request ends as: the suggested filename, or the text the user is shown.
 std::string seenByUser(const GeminiClient::Result& result, const FileRecord& file) {
     if (const auto* failure = std::get_if<GeminiFailure>(&result)) return userText(*failure);
@@ -59,26 +54,18 @@ std::string seenByUser(const GeminiClient::Result& result, const FileRecord& fil
     }
 }
 
-std::string rejectedText(int code) {
-    return "Gemini rejected this request (HTTP " + std::to_string(code) +
-           "). No retry. Check Free Tier key/model access in Settings.";
-}
-
 TEST(GeminiClientTest, EveryKindOfAnswerEndsOnceWithItsTextAndEffect) {
     TlsTestServer server;
-    CannedResponse redirect = status(302, "");
+    CannedResponse redirect{302};
     redirect.headers = {{"Location", server.baseUrl() + "/moved" + kEndpoint}};
-    server.respond("/moved" + kEndpoint, status(200, validAnswer()));
-    CannedResponse chunkedFits = status(200, paddedAnswer(262'144));
+    server.respond("/moved" + kEndpoint, CannedResponse{200, validAnswer()});
+    CannedResponse chunkedFits{200, paddedAnswer(262'144)};
     chunkedFits.chunked = true;
-    CannedResponse chunkedOver = status(200, paddedAnswer(262'145));
+    CannedResponse chunkedOver{200, paddedAnswer(262'145)};
     chunkedOver.chunked = true;
     CannedResponse interim;
-    interim.raw =
-        "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(validAnswer().size()) +
-        "\r\nConnection: close\r\n\r\n" + validAnswer();
-    CannedResponse notHttp;
-    notHttp.raw = "hello there\r\n\r\n";
+    interim.raw = "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(validAnswer().size()) +
+                  "\r\nConnection: close\r\n\r\n" + validAnswer();
 
     const std::string suggested = "LS-Social-Post1.png";
     const std::string failed(kRequestFailedText);
@@ -89,25 +76,26 @@ TEST(GeminiClientTest, EveryKindOfAnswerEndsOnceWithItsTextAndEffect) {
         AIFailureEffect effect;  // ignored when the answer was used
     };
     const std::vector<Case> cases = {
-        {"valid", status(200, validAnswer()), suggested, {}},
-        {"cutoff", status(200, R"({"candidates":[{"content":{"parts":[{"text":"{}"}]},"finishReason":"MAX_TOKENS"}]})"),
+        {"valid", CannedResponse{200, validAnswer()}, suggested, {}},
+        {"cutoff",
+         CannedResponse{200, R"({"candidates":[{"content":{"parts":[{"text":"{}"}]},"finishReason":"MAX_TOKENS"}]})"},
          failed, AIFailureEffect::pauseFiveMinutes},
-        {"notjson", status(200, "<html>oops</html>"), failed, AIFailureEffect::pauseFiveMinutes},
-        {"empty", status(200, ""), failed, AIFailureEffect::pauseFiveMinutes},
-        {"s400", status(400), rejectedText(400), AIFailureEffect::switchOff},
-        {"s401", status(401), rejectedText(401), AIFailureEffect::switchOff},
-        {"s403", status(403), rejectedText(403), AIFailureEffect::switchOff},
-        {"s404", status(404), rejectedText(404), AIFailureEffect::switchOff},
-        {"s429", status(429), std::string(kQuotaExhaustedText), AIFailureEffect::pauseUntilTomorrow},
-        {"s500", status(500, std::string(300'000, 'e')), rejectedText(500), AIFailureEffect::pauseFiveMinutes},
-        {"s201", status(201, validAnswer()), rejectedText(201), AIFailureEffect::pauseFiveMinutes},
+        {"notjson", CannedResponse{200, "<html>oops</html>"}, failed, AIFailureEffect::pauseFiveMinutes},
+        {"empty", CannedResponse{200, ""}, failed, AIFailureEffect::pauseFiveMinutes},
+        {"s400", CannedResponse{400}, rejectedText(400), AIFailureEffect::switchOff},
+        {"s401", CannedResponse{401}, rejectedText(401), AIFailureEffect::switchOff},
+        {"s403", CannedResponse{403}, rejectedText(403), AIFailureEffect::switchOff},
+        {"s404", CannedResponse{404}, rejectedText(404), AIFailureEffect::switchOff},
+        {"s429", CannedResponse{429}, std::string(kQuotaExhaustedText), AIFailureEffect::pauseUntilTomorrow},
+        {"s500", CannedResponse{500, std::string(300'000, 'e')}, rejectedText(500), AIFailureEffect::pauseFiveMinutes},
+        {"s201", CannedResponse{201, validAnswer()}, rejectedText(201), AIFailureEffect::pauseFiveMinutes},
         {"s302", redirect, rejectedText(302), AIFailureEffect::pauseFiveMinutes},
-        {"fits", status(200, paddedAnswer(262'144)), suggested, {}},
-        {"over", status(200, paddedAnswer(262'145)), failed, AIFailureEffect::pauseFiveMinutes},
+        {"fits", CannedResponse{200, paddedAnswer(262'144)}, suggested, {}},
+        {"over", CannedResponse{200, paddedAnswer(262'145)}, failed, AIFailureEffect::pauseFiveMinutes},
         {"chunkedfits", chunkedFits, suggested, {}},
         {"chunkedover", chunkedOver, failed, AIFailureEffect::pauseFiveMinutes},
         {"interim", interim, suggested, {}},
-        {"nothttp", notHttp, failed, AIFailureEffect::pauseFiveMinutes},
+        {"nothttp", CannedResponse{0}, failed, AIFailureEffect::pauseFiveMinutes},  // "HTTP/1.1 0": no HTTP status line
     };
     FileRecord file;
     file.url = "/inbox/post.png";
@@ -165,7 +153,7 @@ TEST(GeminiClientTest, ServerThatNeverAnswersTimesOut) {
 
 TEST(GeminiClientTest, SendsOnlyOverVerifiedHttps) {
     TlsTestServer server;
-    server.respond(kEndpoint, status(200, validAnswer()));
+    server.respond(kEndpoint, CannedResponse{200, validAnswer()});
 
     GeminiTransport plain = trusting(server, "");
     plain.baseUrl = "http://127.0.0.1:" + std::to_string(server.port());
@@ -204,7 +192,7 @@ TEST(GeminiClientTest, EnvironmentChoosesEndpointAndExtraCertificate) {
     // The environment alone points a request at the loopback server, a trailing slash
     // on the endpoint included.
     TlsTestServer server;
-    server.respond("/gw" + kEndpoint, status(200, validAnswer()));
+    server.respond("/gw" + kEndpoint, CannedResponse{200, validAnswer()});
     ::setenv("KELO_GEMINI_ENDPOINT", (server.baseUrl() + "/gw/").c_str(), 1);
     ::setenv("KELO_GEMINI_CA_FILE", server.certificateFile().c_str(), 1);
     const auto answered = GeminiClient::send("{}", kKey);
@@ -213,12 +201,7 @@ TEST(GeminiClientTest, EnvironmentChoosesEndpointAndExtraCertificate) {
     EXPECT_EQ(server.requestsFor("/gw" + kEndpoint), 1u);
 
     ::setenv("KELO_GEMINI_ENDPOINT", "http://gateway.example", 1);
-    try {
-        GeminiTransport::fromEnvironment();
-        ADD_FAILURE() << "a plain http endpoint was accepted";
-    } catch (const KeloError& e) {
-        EXPECT_EQ(e.message(), kHttpsOnlyText);
-    }
+    EXPECT_EQ(testing::refusalOf([] { GeminiTransport::fromEnvironment(); }), kHttpsOnlyText);
 }
 
 }  // namespace

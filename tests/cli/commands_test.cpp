@@ -11,8 +11,9 @@
 #include "ai/ai_preview.h"
 #include "model/json_codec.h"
 #include "scan/metadata.h"
-#include "support/kelo_program.h"
+#include "support/engine_fixture.h"
 #include "support/secret_service_session.h"
+#include "support/shell.h"
 
 namespace kelo {
 namespace {
@@ -22,13 +23,10 @@ using vips::VImage;
 
 const std::string kKey = "AIzaCliTestKey_0123456789-abcdefgh";
 
-class CommandLineTest : public testing::KeloProgramFixture {
+class CommandLineTest : public testing::EngineFixture {
 protected:
-    static void SetUpTestSuite() { session_ = new testing::SecretServiceSession(); }
-    static void TearDownTestSuite() {
-        delete session_;
-        session_ = nullptr;
-    }
+    static void SetUpTestSuite() { session_ = std::make_unique<testing::SecretServiceSession>(); }
+    static void TearDownTestSuite() { session_.reset(); }
 
     void SetUp() override {
         ASSERT_EQ(VIPS_INIT("kelo-tests"), 0);
@@ -38,19 +36,21 @@ protected:
         startWithFolders();  // approves the folders, then lets the data directory go
     }
 
-    // The exit status and everything the program wrote, run in `dir` with `input`
-    // on its standard input.
+    // The exit status and everything the program wrote, run in `dir` with `input` on its
+    // standard input, on the fixture's data directory, and with its HOME and XDG data
+    // home inside the test's folder so that it never reads the user's own.
     std::pair<int, std::string> run(const std::string& arguments, const std::string& input = "") {
-        auto result = kelo(arguments, "cd '" + dir.path().string() + "' && printf '%s\\n' '" + input + "' | ");
-        outputs += result.second;
-        return result;
+        const std::string root = dir.path().string();
+        const testing::ShellRun ran = testing::runShell(
+            "cd '" + root + "' && printf '%s\\n' '" + input + "' | HOME='" + root + "' XDG_DATA_HOME='" + root +
+            "/xdg' " KELO_BINARY " --data-dir '" + data.string() + "' " + arguments + " 2>&1");
+        outputs += ran.output;
+        return {ran.status, ran.output};
     }
 
     std::string outputs;  // everything every run printed
-    static testing::SecretServiceSession* session_;
+    static inline std::unique_ptr<testing::SecretServiceSession> session_;
 };
-
-testing::SecretServiceSession* CommandLineTest::session_ = nullptr;
 
 VImage poster(const std::string& text) {
     VImage ink = VImage::text(text.c_str(), VImage::option()->set("font", "DejaVu Sans Bold")->set("dpi", 250));

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "access/path_safety.h"
+#include "ai/gemini_answer.h"
 #include "ai/gemini_payload.h"
 #include "engine/ai_advice_commands.h"
 #include "engine/ai_key_commands.h"
@@ -26,27 +27,15 @@ namespace {
 
 using testing::CannedResponse;
 using testing::readFile;
+using testing::rejectedText;
 using testing::writeFile;
 namespace fs = std::filesystem;
 
 const std::string kKey = "AIzaFlowKey_0123456789-abcdefXYZ";
 const std::string kEndpoint(GeminiPayload::kEndpointPath);
 
-CannedResponse answer(int status, std::string body = "{}") {
-    CannedResponse response;
-    response.status = status;
-    response.body = std::move(body);
-    return response;
-}
-
 std::string adviceFor(const Uuid& project, const std::string& stem) {
-    const std::string output = Json{
-        {"project_id", project.text()},
-        {"category", "Export"},
-        {"stem", stem},
-        {"reason", "Tên tệp có Lotus."},
-        {"confidence", "high"}}.dump();
-    return Json{{"candidates", {{{"content", {{"parts", {{{"text", output}}}}}}, {"finishReason", "STOP"}}}}}.dump();
+    return testing::envelope(testing::adviceJson(project.text(), stem));
 }
 
 class AICommandsTest : public testing::EngineFixture {
@@ -157,7 +146,7 @@ TEST_F(AICommandsTest, PersistRefusesInvalidStatesAndNeverWritesOverDamagedData)
     EXPECT_FALSE(engine->ai().configuration.enabled);
 }
 
-TEST_F(AICommandsTest, ValidationRefusesInOrderUntilTheFileIsQuietAndUnchanged) {
+TEST_F(AICommandsTest, ValidationRefusesUntilTheFileIsAllowedQuietAndUnchanged) {
     const FileRecord file = image("poster.png");
     EXPECT_EQ(validation(file), kAINotReadyForFile);
 
@@ -166,22 +155,10 @@ TEST_F(AICommandsTest, ValidationRefusesInOrderUntilTheFileIsQuietAndUnchanged) 
     AICommands::configureAI(*engine, homeOnly);
     EXPECT_EQ(validation(file), kAINotReadyForFile) << "the inbox is approved but not chosen for AI";
 
-    AICommands::configureAI(*engine, readyConfiguration());
-    EXPECT_EQ(validation(file), "");
-
-    writeFile(inbox / "poster.png", "edited just now");
-    EXPECT_EQ(validation(file), kAIFileChanged);
-    FileRecord fresh = file;
-    // The fixture's clock runs an hour ahead; a file touched "now" by that clock is busy.
-    testing::makeOlder(inbox / "poster.png", std::chrono::seconds(-3600 + 10));
-    fresh.identity = Metadata::identity(inbox / "poster.png");
-    EXPECT_EQ(validation(fresh), kAIFileRecentlyModified);
-}
-
-TEST_F(AICommandsTest, ArchivedProjectsAndLinkedPathsAreRefused) {
     AIConfiguration both = readyConfiguration();
     both.allowedFolders.push_back(PathSafety::key(home));
     AICommands::configureAI(*engine, both);
+    EXPECT_EQ(validation(file), "");
 
     const fs::path inProject = home / "Lotus Spa" / "logo.png";
     writeFile(inProject, "logo");
@@ -193,17 +170,23 @@ TEST_F(AICommandsTest, ArchivedProjectsAndLinkedPathsAreRefused) {
     EXPECT_EQ(validation(record), kAIArchivedProject);
 
     fs::create_directory_symlink(inbox, inbox / "linked");
-    writeFile(inbox / "real.png", "x");
-    testing::makeOlder(inbox / "real.png", std::chrono::hours(2));
-    const FileRecord linked = Metadata::record(inbox / "linked" / "real.png", inbox);
+    const FileRecord linked = Metadata::record(inbox / "linked" / "poster.png", inbox);
     EXPECT_NE(validation(linked).find("Symbolic links are outside"), std::string::npos);
+
+    writeFile(inbox / "poster.png", "edited just now");
+    EXPECT_EQ(validation(file), kAIFileChanged);
+    FileRecord fresh = file;
+    // The fixture's clock runs an hour ahead; a file touched "now" by that clock is busy.
+    testing::makeOlder(inbox / "poster.png", std::chrono::seconds(-3600 + 10));
+    fresh.identity = Metadata::identity(inbox / "poster.png");
+    EXPECT_EQ(validation(fresh), kAIFileRecentlyModified);
 }
 
 TEST_F(AIRequestTest, SuggestionIsReservedOnDiskFirstThenAcceptedAndRenamedThroughTheJournal) {
     const FileRecord file = image("lotus-post.jpg");
     std::string storedWhenArrived;
     server.onRequest([&](const auto&) { storedWhenArrived = readFile(data / "online-ai.json"); });
-    server.respond(kEndpoint, answer(200, adviceFor(lotus, "LS-Social-Post1")));
+    server.respond(kEndpoint, CannedResponse{200, adviceFor(lotus, "LS-Social-Post1")});
 
     const AIDraft draft = AICommands::prepareAI(*engine, file);
     EXPECT_EQ(sent(), 0u) << "preparing sends nothing";
@@ -251,10 +234,6 @@ TEST_F(AIRequestTest, SuggestionIsReservedOnDiskFirstThenAcceptedAndRenamedThrou
 TEST_F(AIRequestTest, EveryFailureIsRecordedOnceWithItsEffectAndKeepsItsUsage) {
     const Date now = engine->now();
     const std::string failed(kRequestFailedText);
-    const auto rejected = [](int code) {
-        return "Gemini rejected this request (HTTP " + std::to_string(code) +
-               "). No retry. Check Free Tier key/model access in Settings.";
-    };
     struct Case {
         std::string name;
         CannedResponse response;
@@ -264,11 +243,11 @@ TEST_F(AIRequestTest, EveryFailureIsRecordedOnceWithItsEffectAndKeepsItsUsage) {
         bool changeWhileOut = false;
     };
     const std::vector<Case> cases = {
-        {"forbidden", answer(403), rejected(403), true, std::nullopt},
-        {"server", answer(500), rejected(500), false, now.adding(300)},
-        {"quota", answer(429), std::string(kQuotaExhaustedText), false, engine->aiRuntime().calendar.nextMidnight(now)},
-        {"invalid", answer(200, adviceFor(lotus, "-bad")), failed, false, now.adding(300)},
-        {"changed", answer(200, adviceFor(lotus, "LS-Post")), failed, false, now.adding(300), true},
+        {"forbidden", CannedResponse{403}, rejectedText(403), true, std::nullopt},
+        {"quota", CannedResponse{429}, std::string(kQuotaExhaustedText), false,
+         engine->aiRuntime().calendar.nextMidnight(now)},
+        {"invalid", CannedResponse{200, adviceFor(lotus, "-bad")}, failed, false, now.adding(300)},
+        {"changed", CannedResponse{200, adviceFor(lotus, "LS-Post")}, failed, false, now.adding(300), true},
     };
     for (std::size_t i = 0; i < cases.size(); ++i) {
         const Case& c = cases[i];
@@ -312,7 +291,7 @@ TEST_F(AIRequestTest, TimedOutRequestStaysFailedUntilTheOneRetryAndACrashKeepsIt
     AICommands::automaticAI(*engine);
     EXPECT_EQ(sent(), 1u);
 
-    server.respond(kEndpoint, answer(200, adviceFor(lotus, "LS-Slow")));
+    server.respond(kEndpoint, CannedResponse{200, adviceFor(lotus, "LS-Slow")});
     const auto retried = AICommands::sendAI(*engine, AICommands::retryAI(*engine, timedOut.record));
     EXPECT_TRUE(retried.suggested);
     EXPECT_EQ(record(timedOut.record).status, AIRecordStatus::failed) << "the failure stays on record";
@@ -336,7 +315,7 @@ TEST_F(AIRequestTest, TimedOutRequestStaysFailedUntilTheOneRetryAndACrashKeepsIt
 }
 
 TEST_F(AIRequestTest, StaleDraftsCostNothingAndAutomaticRequestsAreSpacedOut) {
-    server.respond(kEndpoint, answer(200, adviceFor(lotus, "LS-Auto")));
+    server.respond(kEndpoint, CannedResponse{200, adviceFor(lotus, "LS-Auto")});
     const AIDraft draft = AICommands::prepareAI(*engine, image("a.jpg"));
     configure(*engine, 10, true);
     EXPECT_EQ(refusal([&] { AICommands::sendAI(*engine, draft); }), kAISettingsChanged);

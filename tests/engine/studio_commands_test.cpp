@@ -73,11 +73,10 @@ TEST_F(StudioCommandsTest, ReferencesAreSavedFirstShownMissingWhenGoneAndSurvive
     EXPECT_EQ(refusal([&] { StudioCommands::pinReference(*engine, dir / "elsewhere.png"); }),
               "elsewhere.png is not a file in an approved inbox. Nothing changed.");
 
-    // Gone, then another file at the same path: both missing.
+    // Gone, then another file at the same path: both missing. The old logo is moved
+    // aside, not removed, so that the new one cannot be given its freed inode.
     fs::remove(inbox / "moodboard.jpg");
-    fs::remove(home / "Lotus Spa/Export/logo.png");
-    // (Of another size: a freed inode is often reused at once, and a same-size file
-    // written within the same clock tick would carry the old identity.)
+    fs::rename(home / "Lotus Spa/Export/logo.png", dir / "old logo.png");
     writeFile(home / "Lotus Spa/Export/logo.png", "a new logo");
     const auto board = StudioCommands::openStudio(*engine, "Lotus Spa")->studioBoard;
     EXPECT_TRUE(board->references[0].missing && board->references[1].missing);

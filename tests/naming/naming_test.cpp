@@ -1,4 +1,4 @@
-// Sub-job detection, sub-folder cleaning and name casing.
+// Sub-job detection, sub-folder cleaning, name casing and project name suggestions.
 #include <gtest/gtest.h>
 
 #include "naming/name_case.h"
@@ -64,12 +64,6 @@ TEST(NameCaseTest, TitleCasesWordsKeepingDiacriticsAndCapitals) {
     EXPECT_EQ(NameCase::joinedTitleWords("bài tập"), "BàiTập");
     EXPECT_EQ(NameCase::titleWords(""), "");
 }
-
-}  // namespace
-}  // namespace kelo
-
-namespace kelo {
-namespace {
 
 FileRecord file(const std::string& name) { return FileRecord{"/in/" + name, "/in", {}, {}, {}}; }
 

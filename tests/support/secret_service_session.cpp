@@ -1,13 +1,11 @@
 #include "support/secret_service_session.h"
 
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <stdexcept>
-#include <vector>
 
 namespace kelo::testing {
 
@@ -31,51 +29,24 @@ SecretServiceSession::SecretServiceSession() {
     std::filesystem::create_directories(data);
     std::filesystem::create_directories(runtime);
     std::filesystem::permissions(runtime, std::filesystem::perms::owner_all);
-
-    int toChild[2], fromChild[2];
-    if (pipe(toChild) != 0 || pipe(fromChild) != 0) throw std::runtime_error("pipe failed");
-    const std::vector<std::string> environment = {
-        "PATH=/usr/bin:/bin",
-        "HOME=" + home_.path().string(),
-        "XDG_DATA_HOME=" + data.string(),
-        "XDG_CONFIG_HOME=" + (home_ / "config").string(),
-        "XDG_CACHE_HOME=" + (home_ / "cache").string(),
-        "XDG_RUNTIME_DIR=" + runtime.string(),
-    };
-    pid_ = fork();
-    if (pid_ == 0) {
-        dup2(toChild[0], 0);
-        dup2(fromChild[1], 1);
-        close(toChild[1]);
-        close(fromChild[0]);
-        std::vector<char*> env;
-        for (const auto& entry : environment) env.push_back(const_cast<char*>(entry.c_str()));
-        env.push_back(nullptr);
-        const char* argv[] = {"dbus-run-session", "--", "sh", "-c", kScript, nullptr};
-        execve("/usr/bin/dbus-run-session", const_cast<char**>(argv), env.data());
-        _exit(127);
-    }
-    close(toChild[0]);
-    close(fromChild[1]);
-    input_ = toChild[1];
-    if (pid_ < 0) throw std::runtime_error("fork failed");
-
-    FILE* output = fdopen(fromChild[0], "r");
-    char line[1024] = {};
-    const bool said = output && fgets(line, sizeof line, output) != nullptr;
-    if (output) fclose(output);
-    address_ = said ? std::string(line) : "";
-    while (!address_.empty() && (address_.back() == '\n' || address_.back() == '\r')) address_.pop_back();
-    if (address_.empty()) throw std::runtime_error("the private Secret Service did not start");
-    setenv("DBUS_SESSION_BUS_ADDRESS", address_.c_str(), 1);
+    // The address comes back through a named pipe, so reading it waits for the session.
+    const auto said = home_ / "address";
+    if (::mkfifo(said.c_str(), 0600) != 0) throw std::runtime_error("mkfifo failed");
+    const std::string command = "env -i PATH=/usr/bin:/bin HOME='" + home_.path().string() + "' XDG_DATA_HOME='" +
+                                data.string() + "' XDG_CONFIG_HOME='" + (home_ / "config").string() +
+                                "' XDG_CACHE_HOME='" + (home_ / "cache").string() + "' XDG_RUNTIME_DIR='" +
+                                runtime.string() + "' dbus-run-session -- sh -c '" + kScript + "' >'" + said.string() +
+                                "'";
+    input_ = ::popen(command.c_str(), "w");
+    if (input_ == nullptr) throw std::runtime_error("popen failed");
+    std::string address;
+    std::getline(std::ifstream(said), address);
+    if (address.empty()) throw std::runtime_error("the private Secret Service did not start");
+    setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
 }
 
 SecretServiceSession::~SecretServiceSession() {
-    if (input_ >= 0) close(input_);
-    if (pid_ > 0) {
-        int status = 0;
-        waitpid(pid_, &status, 0);
-    }
+    ::pclose(input_);
 }
 
 }  // namespace kelo::testing

@@ -6,10 +6,7 @@
 // daemon with it. One per test process; owned by the test suite that starts it.
 #pragma once
 
-#include <sys/types.h>
-
-#include <filesystem>
-#include <string>
+#include <cstdio>
 
 #include "support/temp_dir.h"
 
@@ -22,15 +19,9 @@ public:
     SecretServiceSession(const SecretServiceSession&) = delete;
     SecretServiceSession& operator=(const SecretServiceSession&) = delete;
 
-    const std::string& address() const { return address_; }
-    // Where the keyring daemon keeps its files.
-    std::filesystem::path keyrings() const { return home_ / "data" / "keyrings"; }
-
 private:
     TempDir home_;
-    pid_t pid_ = -1;
-    int input_ = -1;  // closing it ends the session
-    std::string address_;
+    FILE* input_ = nullptr;  // the session's standard input: closing it ends the session
 };
 
 }  // namespace kelo::testing

@@ -1,12 +1,12 @@
-// TlsTestServer: a real HTTPS server on 127.0.0.1 for the tests of outgoing
-// requests. It makes its own key and self-signed certificate when it starts
-// (written to a PEM file a client can trust), answers each request with the
-// canned response registered for its path, and records every request it
-// received. Serves one connection at a time on its own thread, which the
-// destructor stops and joins.
+// TlsTestServer: a real HTTPS server (cpp-httplib) on 127.0.0.1 for the tests of
+// outgoing requests. It makes its own key and self-signed certificate when it
+// starts (with the openssl command, into a PEM file a client can trust), answers
+// each request with the canned response registered for its path, and records
+// every request it received. Serves on its own threads, which the destructor
+// stops and joins.
 //
 // `respond` and the readers may be called from the test's thread while the
-// server runs; `mutex_` guards the responses and the recorded requests.
+// server runs; `mutex_` guards the responses, the recorded requests and `stopping_`.
 #pragma once
 
 #include <chrono>
@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -22,17 +23,24 @@
 
 #include "support/temp_dir.h"
 
-typedef struct ssl_ctx_st SSL_CTX;
+namespace httplib {
+class SSLServer;
+struct Request;
+struct Response;
+}  // namespace httplib
 
 namespace kelo::testing {
 
 struct CannedResponse {
+    CannedResponse() = default;
+    explicit CannedResponse(int status, std::string body = {}) : status(status), body(std::move(body)) {}
+
     int status = 200;
     std::string body;
     std::vector<std::pair<std::string, std::string>> headers;
     bool chunked = false;  // no Content-Length: the body comes in chunks
-    bool hang = false;     // read the request, then never answer
-    std::string raw;       // when set, sent as it is instead of an HTTP response
+    bool hang = false;     // read the request, then answer nothing until the server stops
+    std::string raw;       // when set: an interim "100 Continue" head, then these bytes as they are
 };
 
 struct ReceivedRequest {
@@ -68,14 +76,11 @@ public:
     std::size_t requestsFor(const std::string& target) const;
 
 private:
-    void serve();
-    void handle(int connection);
+    void handle(const httplib::Request& in, httplib::Response& out);
 
     TempDir dir_;
     std::filesystem::path certificate_;
-    SSL_CTX* context_ = nullptr;
-    int listener_ = -1;
-    int wake_[2] = {-1, -1};  // written by the destructor to stop serve()
+    std::unique_ptr<httplib::SSLServer> server_;
     int port_ = 0;
 
     mutable std::mutex mutex_;
@@ -83,6 +88,7 @@ private:
     std::map<std::string, CannedResponse> responses_;
     std::vector<ReceivedRequest> requests_;
     std::function<void(const ReceivedRequest&)> onRequest_;
+    bool stopping_ = false;
     std::thread thread_;
 };
 
