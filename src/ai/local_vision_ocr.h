@@ -39,7 +39,7 @@ std::vector<std::string> recognizeText(const RasterImage& image, const std::atom
 // The first project, in the given order and not archived, whose name or one of
 // whose aliases occurs in the lines (joined with spaces) as a run of whole
 // tokens. Nothing for no lines.
-std::optional<Project> matchingProject(const std::vector<std::string>& lines, const std::vector<Project>& projects);
+std::optional<Project> matchingProject(const std::vector<std::string>& lines, const ProjectList& projects);
 
 // A sub-job label from the lines, cleaned of the project's words: a line with a
 // sub-job keyword ("post", "slide", "banner", ...) first, then a line with a

@@ -89,7 +89,7 @@ std::optional<std::string> fallbackPass(const std::vector<std::string>& lines, c
 
 }  // namespace
 
-std::optional<Project> matchingProject(const std::vector<std::string>& lines, const std::vector<Project>& projects) {
+std::optional<Project> matchingProject(const std::vector<std::string>& lines, const ProjectList& projects) {
     const std::string text = joined(lines);
     if (text.empty()) return std::nullopt;
     for (const auto& project : projects) {

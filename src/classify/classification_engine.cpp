@@ -69,7 +69,8 @@ struct ClassificationEngine::FileContext {
     Date now;
 };
 
-ClassificationEngine::ClassificationEngine(const std::vector<Project>& projects, const LearningData& learning) {
+ClassificationEngine::ClassificationEngine(const ProjectList& projects, const LearningData& learning)
+    : projectsFrom_(projects) {
     projects_.reserve(projects.size());
     auto ids = std::make_shared<std::vector<Uuid>>();
     ids->reserve(projects.size());
@@ -124,29 +125,27 @@ void ClassificationEngine::forget(std::size_t order, const Association& associat
     if (learned.empty() && slot->second.projects.empty()) byToken_.erase(slot);
 }
 
-bool ClassificationEngine::sameNames(const std::vector<Project>& projects) const {
-    if (projects.size() != projects_.size()) return false;
-    for (std::size_t i = 0; i < projects.size(); ++i) {
-        const auto& entry = projects_[i];
+bool ClassificationEngine::sameNames(const ProjectList& projects) const {
+    if (projects.size() != projectsFrom_.size()) return false;
+    bool same = true;
+    projects.forEachChanged(projectsFrom_, [&](std::size_t i) {
+        const auto& before = projectsFrom_[i];
         const auto& project = projects[i];
-        if (entry.id != project.id || entry.names.size() != project.aliases.size() + 1 ||
-            entry.names.front().asWritten != project.name)
-            return false;
-        for (std::size_t a = 0; a < project.aliases.size(); ++a)
-            if (entry.names[a + 1].asWritten != project.aliases[a]) return false;
-    }
-    return true;
+        same = same && before.id == project.id && before.name == project.name && before.aliases == project.aliases;
+    });
+    return same;
 }
 
-void ClassificationEngine::update(const std::vector<Project>& projects, const LearningData& learning) {
+void ClassificationEngine::update(const ProjectList& projects, const LearningData& learning) {
     if (!sameNames(projects)) {
         *this = ClassificationEngine(projects, learning);
         return;
     }
-    for (std::size_t i = 0; i < projects.size(); ++i) {
+    projects.forEachChanged(projectsFrom_, [&](std::size_t i) {
         projects_[i].status = projects[i].status;
         projects_[i].lastActivity = projects[i].lastActivity;
-    }
+    });
+    projectsFrom_ = projects;
     const auto& now = learning.associations;
     const auto& before = learnedFrom_;
     now.forEachChanged(before, [&](std::size_t order) {
@@ -400,7 +399,7 @@ std::vector<Classification> ClassificationEngine::classifyAll(const std::vector<
     return out;
 }
 
-Classification classify(const FileRecord& file, const std::vector<Project>& projects, const LearningData& learning,
+Classification classify(const FileRecord& file, const ProjectList& projects, const LearningData& learning,
                         const std::vector<FileRecord>& neighbors, const Thresholds& thresholds,
                         const std::optional<Assignment>& assignment, Date now) {
     return ClassificationEngine(projects, learning).classify(file, neighbors, thresholds, assignment, now);

@@ -33,7 +33,7 @@ namespace kelo {
 class ClassificationEngine {
 public:
     // Copies what it needs from `projects` (in stored order) and `learning`.
-    ClassificationEngine(const std::vector<Project>& projects, const LearningData& learning);
+    ClassificationEngine(const ProjectList& projects, const LearningData& learning);
 
     // `neighbors` may hold any files, `file` itself included: the engine applies the
     // exact relatedness test. `assignment` is the one stored for the file's fingerprint.
@@ -56,7 +56,7 @@ public:
     // then on exactly as one built from them would. When only the projects' status
     // and activity changed, costs what changed in the learning since the last build
     // or update (the chunks of associations not shared with it); otherwise rebuilds.
-    void update(const std::vector<Project>& projects, const LearningData& learning);
+    void update(const ProjectList& projects, const LearningData& learning);
 
 private:
     struct Name {
@@ -102,8 +102,9 @@ private:
     // Files the association at `order` under its token, or takes it out again.
     void learn(std::size_t order, const Association& association);
     void forget(std::size_t order, const Association& association);
-    // Whether `projects` has the same ids, names and aliases in the same order.
-    bool sameNames(const std::vector<Project>& projects) const;
+    // Whether `projects` has the same ids, names and aliases in the same order as the
+    // list the index was built from; looks only into the chunks the two do not share.
+    bool sameNames(const ProjectList& projects) const;
 
     std::vector<ProjectEntry> projects_;
     // What one token of a file can lead to.
@@ -116,10 +117,11 @@ private:
     std::unordered_map<Uuid, std::uint32_t> firstIndexById_;
     std::shared_ptr<const std::vector<Uuid>> idsAscending_;
     ChunkedList<Association> learnedFrom_;  // the associations filed in byToken_, shared
+    ProjectList projectsFrom_;               // the projects projects_ reflects, shared
 };
 
 // One-off form for callers that classify a single file.
-Classification classify(const FileRecord& file, const std::vector<Project>& projects, const LearningData& learning,
+Classification classify(const FileRecord& file, const ProjectList& projects, const LearningData& learning,
                         const std::vector<FileRecord>& neighbors, const Thresholds& thresholds,
                         const std::optional<Assignment>& assignment, Date now);
 

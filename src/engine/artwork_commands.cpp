@@ -71,8 +71,8 @@ void refuseInvalid(const FolderArtwork& artwork) {
 
 void saveProjectArtwork(Engine& engine, const Uuid& id, const FolderArtwork& artwork) {
     AppState next = engine.state();
-    auto it = std::find_if(next.projects.begin(), next.projects.end(), [&](const Project& p) { return p.id == id; });
-    artwork.applyTo(*it);
+    const auto it = std::find_if(next.projects.begin(), next.projects.end(), [&](const Project& p) { return p.id == id; });
+    artwork.applyTo(next.projects.edit(it.position()));
     engine.commitState(std::move(next));
 }
 

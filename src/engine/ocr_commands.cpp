@@ -16,7 +16,7 @@ OcrRequest request(const Snapshot& snapshot, const std::filesystem::path& path) 
     if (snapshot.files)
         for (const auto& file : *snapshot.files)
             if (PathSafety::key(file.url) == key)
-                return {file, snapshot.state ? snapshot.state->projects : std::vector<Project>{}};
+                return {file, snapshot.state ? snapshot.state->projects : ProjectList{}};
     throw KeloError::unsafe(path.filename().string() + " is not a file in an approved inbox. Nothing changed.");
 }
 

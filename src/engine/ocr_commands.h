@@ -15,10 +15,10 @@
 
 namespace kelo::OcrCommands {
 
-// What the background task needs: a copy, so it shares nothing with the engine.
+// What the background task needs: a copy, so it shares nothing the engine writes.
 struct OcrRequest {
     FileRecord file;
-    std::vector<Project> projects;
+    ProjectList projects;
 };
 
 // The hints read from the image. `project` is the matching project; the sub-job

@@ -27,8 +27,9 @@ bool sameName(const std::string& a, const std::string& b) {
 
 // The project in `state` with this id; the caller found it through findProject.
 Project& projectIn(AppState& state, const Uuid& id) {
-    return *std::find_if(state.projects.begin(), state.projects.end(),
-                         [&](const Project& project) { return project.id == id; });
+    const auto it = std::find_if(state.projects.begin(), state.projects.end(),
+                                 [&](const Project& project) { return project.id == id; });
+    return state.projects.edit(it.position());
 }
 
 // Saves the changed projects, then everything derived from them is recomputed.
@@ -137,7 +138,9 @@ SnapshotPtr trashProject(Engine& engine, const std::string& projectName) {
 
     const TrashedItem item = engine.trash().moveToTrash(folder);
     AppState next = engine.state();
-    std::erase_if(next.projects, [&](const Project& p) { return p.id == project.id; });
+    const auto gone = std::find_if(next.projects.begin(), next.projects.end(),
+                                   [&](const Project& p) { return p.id == project.id; });
+    if (gone != next.projects.end()) next.projects.erase(gone);
     next.assignments.eraseIf([&](const auto& entry) { return entry.second.projectID == project.id; });
     return commitProjects(engine, std::move(next),
                           {"Moved the folder of " + project.name + " to the Trash: " + item.trashed.string(),

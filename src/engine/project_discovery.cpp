@@ -38,7 +38,7 @@ std::vector<std::string> subfolders(const std::filesystem::path& home) {
 
 }  // namespace
 
-std::vector<Project> discover(const std::vector<std::filesystem::path>& homes, const std::vector<Project>& known,
+std::vector<Project> discover(const std::vector<std::filesystem::path>& homes, const ProjectList& known,
                               Date now) {
     std::set<std::string> taken;
     for (const auto& project : known) taken.insert(PathSafety::key(project.destinationFolder));

@@ -14,7 +14,7 @@ namespace kelo::ProjectDiscovery {
 // The folders directly inside `homes` that no project points to yet, as new active
 // projects named after their folders, in home order, then by name. Unreadable
 // homes contribute nothing (the access session has reported them).
-std::vector<Project> discover(const std::vector<std::filesystem::path>& homes, const std::vector<Project>& known,
+std::vector<Project> discover(const std::vector<std::filesystem::path>& homes, const ProjectList& known,
                               Date now);
 
 }  // namespace kelo::ProjectDiscovery

@@ -66,9 +66,10 @@ SnapshotPtr approve(Engine& engine, const Layout& layout) {
     engine.addGrant(layout.inbox, FolderGrant::Role::watch);
     engine.addGrant(layout.home, FolderGrant::Role::projectHome);
     AppState next = engine.state();
-    for (auto& project : next.projects) {
+    for (std::size_t i = 0; i < next.projects.size(); ++i) {
         for (const auto& sample : kProjects) {
-            if (project.name != sample.name) continue;
+            if (next.projects[i].name != sample.name) continue;
+            Project& project = next.projects.edit(i);
             project.aliases = sample.aliases;
             if (sample.recentlyActive) project.lastActivity = engine.now().adding(-86400);
         }

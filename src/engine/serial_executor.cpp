@@ -21,6 +21,11 @@ void SerialExecutor::enqueue(std::function<void()> job) {
     wake_.notify_one();
 }
 
+void SerialExecutor::whenIdle(std::function<void()> hook) {
+    std::lock_guard lock(mutex_);
+    idle_ = std::move(hook);
+}
+
 void SerialExecutor::run() {
     for (;;) {
         std::function<void()> job;
@@ -32,6 +37,17 @@ void SerialExecutor::run() {
             queue_.pop_front();
         }
         job();
+        std::function<void()> idle;
+        {
+            std::lock_guard lock(mutex_);
+            if (queue_.empty()) idle = idle_;
+        }
+        if (!idle) continue;
+        try {
+            idle();
+        } catch (...) {
+            // Idle work is a courtesy; the next task meets whatever made it fail.
+        }
     }
 }
 

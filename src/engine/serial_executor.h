@@ -1,6 +1,6 @@
 // SerialExecutor: one worker thread that runs submitted tasks one at a time, in
 // order, each to completion. The engine's whole mutable state is confined to it.
-// Any thread may submit; results come back through futures. Destruction finishes
+// Any thread may submit; results come back through futures, before any idle work. Destruction finishes
 // the tasks already queued, then joins the thread.
 #pragma once
 
@@ -30,6 +30,10 @@ public:
         return future;
     }
 
+    // Runs `hook` on the worker whenever it finishes a task and finds nothing queued
+    // (work that may wait for a quiet moment). Exceptions from it are dropped.
+    void whenIdle(std::function<void()> hook);
+
     // True on the worker thread itself.
     bool isCurrent() const { return std::this_thread::get_id() == worker_.get_id(); }
 
@@ -40,6 +44,7 @@ private:
     std::mutex mutex_;  // guards queue_ and stopping_
     std::condition_variable wake_;
     std::deque<std::function<void()>> queue_;
+    std::function<void()> idle_;  // guarded by mutex_; run outside it
     bool stopping_ = false;
     std::thread worker_;
 };

@@ -59,8 +59,8 @@ void learn(Engine& engine, const std::vector<Decision>& decisions, const BatchRe
         learning.record(decision.file.filename(), decision.project, decision.rejected, decision.operation, now);
         const std::string placed = placedFingerprint(decision.destination, decision.file.identity);
         next.assignments[placed] = Assignment{placed, decision.project, decision.category};
-        for (auto& project : next.projects)
-            if (project.id == decision.project) project.lastActivity = now;
+        for (std::size_t i = 0; i < next.projects.size(); ++i)
+            if (next.projects[i].id == decision.project) next.projects.edit(i).lastActivity = now;
         changed = true;
     }
     if (changed) commit(engine, std::move(next));
@@ -86,12 +86,13 @@ std::size_t forgetUndone(Engine& engine, const OperationPlan& undoPlan, const Ba
             changed = true;
         }
     }
-    for (auto& project : next.projects) {
+    for (std::size_t i = 0; i < next.projects.size(); ++i) {
+        const Project& project = next.projects[i];
         const auto undone = undoneActivity.find(project.id);
         if (undone == undoneActivity.end() || project.lastActivity != undone->second) continue;
         // The taken-back move was the project's latest activity: it goes back to the
         // one before, the latest move into it that still stands.
-        project.lastActivity = previousActivity(next.learning, project.id);
+        next.projects.edit(i).lastActivity = previousActivity(next.learning, project.id);
         changed = true;
     }
     if (changed) commit(engine, std::move(next));

@@ -5,7 +5,7 @@ namespace kelo {
 void to_json(Json& out, const AppState& s) {
     JsonWriter w(out);
     w.put("schemaVersion", s.schemaVersion);
-    w.put("projects", s.projects);
+    w.put("projects", std::vector<Project>(s.projects.begin(), s.projects.end()));
     w.put("grants", s.grants);
     w.put("learning", s.learning);
     w.put("assignments", s.assignments.toMap());
@@ -76,7 +76,9 @@ std::string documentText(const AppState& s) {
     json_layout::appendArray(out, s.learning.feedback, 2, appendFeedback);
     json_layout::closeObject(out, 1);
     json_layout::appendKey(out, "projects", 0, false);
-    json_layout::appendValue(out, encodeValue(s.projects), 1);
+    json_layout::appendArray(out, s.projects, 1, [](std::string& into, const Project& project, int level) {
+        json_layout::appendValue(into, encodeValue(project), level);
+    });
     json_layout::appendKey(out, "schemaVersion", 0, false);
     json_layout::appendValue(out, encodeValue(s.schemaVersion), 1);
     json_layout::appendKey(out, "settings", 0, false);

@@ -20,7 +20,7 @@ struct AppState {
     static constexpr int kSchemaVersion = 1;
 
     int schemaVersion = kSchemaVersion;
-    std::vector<Project> projects;
+    ProjectList projects;
     std::vector<FolderGrant> grants;
     LearningData learning;
     SharedMap<Assignment> assignments;  // keyed by file fingerprint; copies share it

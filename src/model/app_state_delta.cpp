@@ -46,11 +46,12 @@ std::optional<Json> listDelta(const List& before, const List& after) {
     return out;
 }
 
-// The learning's lists share chunks with the state they were copied from, so the
-// walk above is needed only when something was removed: when every position that
-// differs keeps its identity, the walk would find exactly these changes and appends.
-template <class T>
-std::optional<Json> chunkedListDelta(const ChunkedList<T>& before, const ChunkedList<T>& after) {
+// The projects and the learning's lists share chunks with the state they were
+// copied from, so the walk above is needed only when something was removed: when
+// every position that differs keeps its identity, the walk would find exactly these
+// changes and appends.
+template <class T, std::size_t N>
+std::optional<Json> chunkedListDelta(const ChunkedList<T, N>& before, const ChunkedList<T, N>& after) {
     if (after.size() < before.size()) return listDelta(before, after);
     bool removal = false;
     Json changed = Json::array();
@@ -141,8 +142,8 @@ template <class T>
 void assign(std::vector<T>& list, std::size_t at, T value) {
     list[at] = std::move(value);
 }
-template <class T>
-void assign(ChunkedList<T>& list, std::size_t at, T value) {
+template <class T, std::size_t N>
+void assign(ChunkedList<T, N>& list, std::size_t at, T value) {
     list.edit(at) = std::move(value);
 }
 
@@ -206,7 +207,7 @@ void within(const char* key, F&& apply) {
 std::optional<Json> stateDelta(const AppState& before, const AppState& after) {
     Json delta = Json::object();
     if (before.schemaVersion != after.schemaVersion) delta["schemaVersion"] = after.schemaVersion;
-    if (auto projects = listDelta(before.projects, after.projects)) delta["projects"] = std::move(*projects);
+    if (auto projects = chunkedListDelta(before.projects, after.projects)) delta["projects"] = std::move(*projects);
     if (before.grants != after.grants) delta["grants"] = encodeValue(after.grants);
     if (auto associations = chunkedListDelta(before.learning.associations, after.learning.associations))
         delta["associations"] = std::move(*associations);

@@ -6,6 +6,8 @@
 // comparing or diffing them costs only the chunks that differ (forEachChanged).
 // A list is written only by the thread that owns it; a chunk is written only while
 // no other list shares it, so copies handed to other threads may be read freely.
+// A short list whose values are edited often (the projects) takes a small N, so an
+// edit copies few neighbours.
 // Hand-written: Debian 12 packages no persistent-vector library.
 #pragma once
 
@@ -20,12 +22,12 @@
 
 namespace kelo {
 
-template <class T>
+template <class T, std::size_t N = 256>
 class ChunkedList {
     using Chunk = std::vector<T>;
 
 public:
-    static constexpr std::size_t kChunk = 256;
+    static constexpr std::size_t kChunk = N;
 
     using value_type = T;
     using size_type = std::size_t;

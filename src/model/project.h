@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "model/chunked_list.h"
 #include "model/date.h"
 #include "model/encoding.h"
 #include "model/json_codec.h"
@@ -49,6 +50,10 @@ struct Project {
 
     friend bool operator==(const Project&, const Project&) = default;
 };
+
+// The projects of a state: a few hundred values, each edited now and then (its last
+// activity, its artwork), so copies of the state share them in chunks of 16.
+using ProjectList = ChunkedList<Project, 16>;
 
 void to_json(Json& out, const Project& project);
 void from_json(const Json& in, Project& project);

@@ -1,20 +1,17 @@
 #include "naming/known_project_words.h"
 
-#include <algorithm>
-
 #include "naming/project_name_suggestions.h"
 
 namespace kelo {
 
-const std::set<std::string>& KnownProjectWords::of(const std::vector<Project>& projects) {
-    const bool same =
-        built_ && source_.size() == projects.size() &&
-        std::equal(projects.begin(), projects.end(), source_.begin(),
-                   [](const Project& p, const auto& s) { return p.name == s.first && p.aliases == s.second; });
+const std::set<std::string>& KnownProjectWords::of(const ProjectList& projects) {
+    bool same = built_ && source_.size() == projects.size();
+    if (same)
+        projects.forEachChanged(source_, [&](std::size_t i) {
+            same = same && projects[i].name == source_[i].name && projects[i].aliases == source_[i].aliases;
+        });
     if (same) return words_;
-    source_.clear();
-    source_.reserve(projects.size());
-    for (const auto& project : projects) source_.emplace_back(project.name, project.aliases);
+    source_ = projects;
     words_ = ProjectNameSuggestions::knownWords(projects);
     built_ = true;
     return words_;

@@ -6,8 +6,6 @@
 
 #include <set>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include "model/project.h"
 
@@ -16,11 +14,12 @@ namespace kelo {
 class KnownProjectWords {
 public:
     // The words of `projects`, as ProjectNameSuggestions::knownWords gives them.
-    const std::set<std::string>& of(const std::vector<Project>& projects);
+    const std::set<std::string>& of(const ProjectList& projects);
 
 private:
-    // The names and aliases the words were built from, compared exactly.
-    std::vector<std::pair<std::string, std::vector<std::string>>> source_;
+    // The list the words were built from, sharing its chunks: only the chunks a
+    // command replaced are compared.
+    ProjectList source_;
     std::set<std::string> words_;
     bool built_ = false;
 };

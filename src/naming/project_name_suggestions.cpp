@@ -37,7 +37,7 @@ std::string preferredSpelling(const Cluster& cluster) {
 
 }  // namespace
 
-std::set<std::string> knownWords(const std::vector<Project>& projects) {
+std::set<std::string> knownWords(const ProjectList& projects) {
     std::set<std::string> words;
     for (const auto& project : projects) {
         for (auto& token : Tokens::all(project.name)) words.insert(std::move(token));
@@ -47,7 +47,7 @@ std::set<std::string> knownWords(const std::vector<Project>& projects) {
     return words;
 }
 
-std::vector<NameSuggestion> collect(const std::vector<Cluster>& clusters, const std::vector<Project>& projects,
+std::vector<NameSuggestion> collect(const std::vector<Cluster>& clusters, const ProjectList& projects,
                                     const std::set<std::string>& deferred,
                                     const std::set<std::string>& ignoredClusters) {
     return collect(clusters, knownWords(projects), deferred, ignoredClusters);

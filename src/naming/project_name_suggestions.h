@@ -26,7 +26,7 @@ namespace ProjectNameSuggestions {
 // One suggestion per cluster whose token is no word of any project's name or
 // aliases, was not deferred and is not an ignored cluster; in cluster order. The
 // name is the token as most files of the cluster write it, first letter capitalised.
-std::vector<NameSuggestion> collect(const std::vector<Cluster>& clusters, const std::vector<Project>& projects,
+std::vector<NameSuggestion> collect(const std::vector<Cluster>& clusters, const ProjectList& projects,
                                     const std::set<std::string>& deferred, const std::set<std::string>& ignoredClusters);
 // The same with the projects' words given, as knownWords returns them.
 std::vector<NameSuggestion> collect(const std::vector<Cluster>& clusters, const std::set<std::string>& knownWords,
@@ -34,7 +34,7 @@ std::vector<NameSuggestion> collect(const std::vector<Cluster>& clusters, const 
                                     const std::set<std::string>& ignoredClusters);
 
 // Every token of every project's name and aliases.
-std::set<std::string> knownWords(const std::vector<Project>& projects);
+std::set<std::string> knownWords(const ProjectList& projects);
 
 }  // namespace ProjectNameSuggestions
 

@@ -15,16 +15,20 @@
 
 namespace kelo {
 
+// A line is edited when its batch is marked and added at the end with each batch, so
+// small chunks keep what a command copies small.
+using HistoryBatches = ChunkedList<HistoryBatch, 32>;
+
 class HistoryList {
 public:
-    using const_iterator = std::reverse_iterator<ChunkedList<HistoryBatch>::const_iterator>;
+    using const_iterator = std::reverse_iterator<HistoryBatches::const_iterator>;
     using iterator = const_iterator;
 
     HistoryList() = default;
-    explicit HistoryList(ChunkedList<HistoryBatch> oldestFirst) : oldestFirst_(std::move(oldestFirst)) {}
+    explicit HistoryList(HistoryBatches oldestFirst) : oldestFirst_(std::move(oldestFirst)) {}
     // From lines already in the order they are shown.
     static HistoryList newestFirst(const std::vector<HistoryBatch>& batches) {
-        return HistoryList(ChunkedList<HistoryBatch>(batches.rbegin(), batches.rend()));
+        return HistoryList(HistoryBatches(batches.rbegin(), batches.rend()));
     }
 
     std::size_t size() const { return oldestFirst_.size(); }
@@ -36,7 +40,7 @@ public:
     const_iterator end() const { return const_iterator(oldestFirst_.begin()); }
 
 private:
-    ChunkedList<HistoryBatch> oldestFirst_;
+    HistoryBatches oldestFirst_;
 };
 
 }  // namespace kelo

@@ -19,7 +19,7 @@ HistoryView::Batches HistoryView::current(OperationJournal& journal) {
 
 void HistoryView::rebuild(const std::vector<JournalEntry>& entries) {
     auto newestFirst = HistoryIndex::build(entries);
-    oldestFirst_ = ChunkedList<HistoryBatch>(newestFirst.rbegin(), newestFirst.rend());
+    oldestFirst_ = HistoryBatches(newestFirst.rbegin(), newestFirst.rend());
     slot_.clear();
     for (std::size_t i = 0; i < oldestFirst_.size(); ++i) slot_.emplace(oldestFirst_[i].id, i);
     batchOf_ = HistoryIndex::batchesOfOperations(entries);

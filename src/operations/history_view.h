@@ -32,7 +32,7 @@ private:
     void publish();
 
     Batches batches_;
-    ChunkedList<HistoryBatch> oldestFirst_;       // the lines, oldest batch first
+    HistoryBatches oldestFirst_;       // the lines, oldest batch first
     std::unordered_map<Uuid, std::size_t> slot_;  // batch id → position in oldestFirst_
     std::unordered_map<Uuid, Uuid> batchOf_;      // operation id → batch id
     std::size_t seen_ = 0;                        // entries accounted for

@@ -100,6 +100,14 @@ std::optional<std::string> OperationExecutor::issueFor(const OperationPlan& plan
     return std::nullopt;
 }
 
+OperationExecutor::~OperationExecutor() {
+    try {
+        if (journal_) journal_->flush();
+    } catch (const std::exception&) {
+        // Nothing to report to: the next start reconciles these marks from the disk.
+    }
+}
+
 std::vector<ValidationResult> OperationExecutor::preview(const OperationPlan& plan, const AccessScope& scope) {
     const bool journalAvailable = journalWritable();
     std::vector<ValidationResult> results;
@@ -136,7 +144,8 @@ BatchResult OperationExecutor::execute(const OperationPlan& plan, const AccessSc
         }
         runOne(operation, scope, result);
     }
-    journal_->settle();
+    // Every mark still waiting is a completed move whose `started` mark is durable.
+    journal_->settle(JournalLog::Sync::withNext);
     return result;
 }
 

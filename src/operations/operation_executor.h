@@ -54,6 +54,11 @@ public:
 
     OperationExecutor(std::unique_ptr<OperationJournal> journal, Clock clock = Date::now,
                       FileOperator fileOperator = FileOperator(), FileCoordinator* coordinator = nullptr);
+    // Closing makes the marks a batch left waiting durable (best effort: reconcile
+    // rebuilds them from the disk if this sync fails).
+    ~OperationExecutor();
+    OperationExecutor(const OperationExecutor&) = delete;
+    OperationExecutor& operator=(const OperationExecutor&) = delete;
 
     std::vector<ValidationResult> preview(const OperationPlan& plan, const AccessScope& scope);
 

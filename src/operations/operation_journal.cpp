@@ -324,9 +324,13 @@ bool OperationJournal::foldDue() const {
     return log_.size() >= std::max(kFoldMinimum, documentBytes_ / kFoldShare);
 }
 
-void OperationJournal::settle() {
+void OperationJournal::settle(JournalLog::Sync sync) {
     if (log_.broken() || foldDue()) return checkpoint();
-    log_.sync();
+    if (sync == JournalLog::Sync::now) log_.sync();
+}
+
+void OperationJournal::flush() {
+    if (!log_.broken()) log_.sync();
 }
 
 void OperationJournal::ensureWritable() {

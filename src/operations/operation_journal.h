@@ -104,9 +104,15 @@ public:
     // append (a broken log is always replaced).
     void checkpoint();
 
-    // The end of a batch: makes every record durable and folds the log when it has
-    // grown past kFoldShare of the document (or kFoldMinimum), or is broken.
-    void settle();
+    // The end of a batch: folds the log when it has grown past kFoldShare of the
+    // document (or kFoldMinimum), or is broken; otherwise makes every record durable,
+    // unless `sync` is `withNext`: a batch whose last marks reconcile can rebuild
+    // from the disk leaves them to the next synced record, a fold or `flush`, so
+    // one sort does not pay a sync for its last mark.
+    void settle(JournalLog::Sync sync = JournalLog::Sync::now);
+    // Makes every record written so far durable, if the log is healthy (a broken one
+    // is replaced by the next fold). For a quiet moment and before closing.
+    void flush();
     // Before a batch: a log that failed an append is replaced (by a fold); a healthy
     // one is kept.
     void ensureWritable();

@@ -55,7 +55,7 @@ OperationPlan place(const FileRecord& record, const Project& project, Category c
         Uuid::random(), now, {operationFor(record, target / record.filename(), OperationType::move, batch)}};
 }
 
-OperationPlan clean(const std::vector<CleanCandidate>& classifications, const std::vector<Project>& projects,
+OperationPlan clean(const std::vector<CleanCandidate>& classifications, const ProjectList& projects,
                     bool groupBySubjob, const SubjobDetector& detectSubjob, Date now) {
     const Uuid batch = Uuid::random();
     OperationPlan plan{Uuid::random(), now, {}};

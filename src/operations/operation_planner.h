@@ -43,7 +43,7 @@ OperationPlan place(const FileRecord& record, const Project& project, Category c
 
 // One move per predicted file whose project exists and is not archived, in the
 // given order, all in one batch.
-OperationPlan clean(const std::vector<CleanCandidate>& classifications, const std::vector<Project>& projects,
+OperationPlan clean(const std::vector<CleanCandidate>& classifications, const ProjectList& projects,
                     bool groupBySubjob, const SubjobDetector& detectSubjob, Date now = Date::now());
 
 // A rename in place to a name that was already approved.

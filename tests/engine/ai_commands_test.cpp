@@ -165,7 +165,8 @@ TEST_F(AICommandsTest, ValidationRefusesUntilTheFileIsAllowedQuietAndUnchanged) 
     FileRecord record = Metadata::record(inProject, home / "Lotus Spa");
     EXPECT_EQ(validation(record), "");
     AppState archived = engine->state();
-    for (auto& project : archived.projects) project.status = ProjectStatus::archived;
+    for (std::size_t i = 0; i < archived.projects.size(); ++i)
+        archived.projects.edit(i).status = ProjectStatus::archived;
     engine->commitState(archived);
     EXPECT_EQ(validation(record), kAIArchivedProject);
 

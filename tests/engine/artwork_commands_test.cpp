@@ -137,7 +137,7 @@ TEST_F(ArtworkCommandsTest, FolderMovedOutOfReachKeepsWhatKeloSetThere) {
     const fs::path renamed = home / "Lotus";
     fs::create_directories(renamed);
     AppState next = engine->state();
-    next.projects.front().destinationFolder = renamed;
+    next.projects.edit(0).destinationFolder = renamed;
     engine->commitState(next);
 
     const SnapshotPtr snapshot = ArtworkCommands::setFolderArtwork(*engine, "Lotus Spa", FolderArtwork{});
@@ -155,7 +155,7 @@ TEST_F(ArtworkCommandsTest, RefusalsChangeNothing) {
     fs::create_directories(elsewhere);
     AppState next = engine->state();
     next.projects.push_back(Project::make("Elsewhere", elsewhere));
-    next.projects.back().folderColor = "teal";
+    next.projects.edit(next.projects.size() - 1).folderColor = "teal";
     fs::create_directories(dir / "Target");
     fs::create_directory_symlink(dir / "Target", home / "Linked");
     next.projects.push_back(Project::make("Linked", home / "Linked"));

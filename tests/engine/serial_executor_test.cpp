@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <future>
+#include <string>
 #include <vector>
 
 #include "engine/serial_executor.h"
@@ -32,6 +34,26 @@ TEST(SerialExecutorTest, RunsTasksOneAtATimeInSubmissionOrderOnOneThread) {
     EXPECT_FALSE(overlapped);
     ASSERT_EQ(order.size(), 200u);
     for (int i = 0; i < 200; ++i) EXPECT_EQ(order[static_cast<std::size_t>(i)], i);
+}
+
+// Idle work waits until the queue is empty: never between queued tasks, and after
+// a task's result is handed out.
+TEST(SerialExecutorTest, IdleWorkRunsOnlyWhenNothingIsQueued) {
+    std::vector<std::string> order;  // touched only on the worker
+    std::promise<void> release;
+    std::shared_future<void> released = release.get_future().share();
+    {
+        SerialExecutor executor;
+        executor.whenIdle([&] { order.push_back("idle"); });
+        auto first = executor.submit([&] {
+            released.wait();
+            order.push_back("first");
+        });
+        auto second = executor.submit([&] { order.push_back("second"); });
+        release.set_value();
+        second.get();
+    }  // the worker finishes what it started, idle work included, before it stops
+    EXPECT_EQ(order, (std::vector<std::string>{"first", "second", "idle"}));
 }
 
 }  // namespace

@@ -24,7 +24,7 @@ Change decide(std::string name, std::size_t project, std::optional<std::size_t> 
         Learning(s.learning).record(name, s.projects[project].id,
                                     rejected ? std::optional(s.projects[*rejected].id) : std::nullopt, id, Date{n});
         s.assignments[name] = Assignment{name, s.projects[project].id, Category::infer("png")};
-        s.projects[project].lastActivity = Date{n};
+        s.projects.edit(project).lastActivity = Date{n};
     };
 }
 
@@ -38,13 +38,15 @@ std::pair<std::vector<Change>, std::vector<AppState>> makeRun() {
         [first](AppState& s) {  // an undo of the first decision
             Learning(s.learning).reverse(first);
             s.assignments.erase("lotus spa menu.png");
-            s.projects[0].lastActivity.reset();
+            s.projects.edit(0).lastActivity.reset();
         },
         [](AppState& s) { s.settings.dryRun = !s.settings.dryRun, s.ignored.erase("scan"); },
         [](AppState& s) {  // a new order, a project added in front and one removed
-            std::swap(s.projects[0], s.projects[2]);
-            s.projects.insert(s.projects.begin(), Project::make("Hanoi Books", "/p/Hanoi Books", {"hb"}));
-            s.projects.erase(s.projects.begin() + 2);
+            std::vector<Project> projects(s.projects.begin(), s.projects.end());
+            std::swap(projects[0], projects[2]);
+            projects.insert(projects.begin(), Project::make("Hanoi Books", "/p/Hanoi Books", {"hb"}));
+            projects.erase(projects.begin() + 2);
+            s.projects = projects;
         },
         [](AppState& s) { s.grants.push_back({Uuid::random(), Bytes{1, 2}, "/inbox", FolderGrant::Role::watch}); },
         nullptr, decide("hanoi books cover.png", 0, std::nullopt)};

@@ -3,6 +3,7 @@
 #include "operations/operation_executor.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "model/kelo_error.h"
 #include "operations/batch_scenario.h"
@@ -201,6 +202,35 @@ TEST_F(OperationExecutorTest, AFailedSyncAfterTheMoveStopsTheBatchAndRecoveryCom
     EXPECT_EQ(entryOf(*restarted, p.operations[1].id).error,
               "Interrupted operation; no retry. Inspect source and destination.");
     EXPECT_TRUE(fs::exists(b));  // not retried
+}
+
+// The batch's last completed mark waits for the next sync (a power cut that loses it
+// is recovered from the disk), and closing the executor is such a sync.
+TEST_F(OperationExecutorTest, TheLastMarkOfABatchWaitsForTheNextSyncOrTheClose) {
+    std::uintmax_t durable = 0;  // the log's length at its last sync
+    LogCalls calls = LogCalls::system();
+    calls.fsync = [&durable, sync = calls.fsync](int fd) {
+        struct stat info {};
+        durable = ::fstat(fd, &info) == 0 ? static_cast<std::uintmax_t>(info.st_size) : 0;
+        return sync(fd);
+    };
+    const auto a = inboxFile("a.png");
+    const OperationPlan p = plan({move(a, project / "Export" / "a.png", Uuid::random())});
+    fs::path log;
+    std::uintmax_t cut = 0;
+    {
+        auto run = executor(FileOperator(), calls);
+        EXPECT_EQ(run->execute(p, scope, false).completed.size(), 1u);
+        log = run->journal().logUrl();
+        cut = durable;
+        EXPECT_LT(cut, fs::file_size(log));
+    }
+    EXPECT_EQ(durable, fs::file_size(log));
+
+    fs::resize_file(log, cut);  // what a power cut before the close would have left
+    auto restarted = makeExecutor();
+    EXPECT_EQ(restarted->reconcile(scope), std::vector<std::string>{"Recovered completed move: a.png"});
+    EXPECT_EQ(entryOf(*restarted, p.operations[0].id).status, OperationStatus::completed);
 }
 
 TEST_F(OperationExecutorTest, ReconcileLeavesEntriesOutsideTheScopeForLater) {
