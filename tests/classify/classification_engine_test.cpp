@@ -152,7 +152,9 @@ TEST(ClassificationEngineTest, CapAppliesWithinFourteenPoints) {
         EXPECT_EQ(top.score, c.leaderScore);
         const bool capped = top.signals.back().reason == "Ambiguous competing project — review required";
         EXPECT_EQ(capped, c.capSignal.has_value()) << c.leaderScore;
-        if (c.capSignal && capped) EXPECT_EQ(top.signals.back().points, *c.capSignal);
+        if (c.capSignal && capped) {
+            EXPECT_EQ(top.signals.back().points, *c.capSignal);
+        }
     }
 }
 
