@@ -71,8 +71,7 @@ void refuseInvalid(const FolderArtwork& artwork) {
 
 void saveProjectArtwork(Engine& engine, const Uuid& id, const FolderArtwork& artwork) {
     AppState next = engine.state();
-    const auto it = std::find_if(next.projects.begin(), next.projects.end(), [&](const Project& p) { return p.id == id; });
-    artwork.applyTo(next.projects.edit(it.position()));
+    artwork.applyTo(*editProject(next.projects, id));
     engine.commitState(std::move(next));
 }
 

@@ -27,9 +27,7 @@ bool sameName(const std::string& a, const std::string& b) {
 
 // The project in `state` with this id; the caller found it through findProject.
 Project& projectIn(AppState& state, const Uuid& id) {
-    const auto it = std::find_if(state.projects.begin(), state.projects.end(),
-                                 [&](const Project& project) { return project.id == id; });
-    return state.projects.edit(it.position());
+    return *editProject(state.projects, id);
 }
 
 // Saves the changed projects, then everything derived from them is recomputed.

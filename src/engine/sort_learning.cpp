@@ -59,8 +59,7 @@ void learn(Engine& engine, const std::vector<Decision>& decisions, const BatchRe
         learning.record(decision.file.filename(), decision.project, decision.rejected, decision.operation, now);
         const std::string placed = placedFingerprint(decision.destination, decision.file.identity);
         next.assignments[placed] = Assignment{placed, decision.project, decision.category};
-        for (std::size_t i = 0; i < next.projects.size(); ++i)
-            if (next.projects[i].id == decision.project) next.projects.edit(i).lastActivity = now;
+        if (Project* project = editProject(next.projects, decision.project)) project->lastActivity = now;
         changed = true;
     }
     if (changed) commit(engine, std::move(next));

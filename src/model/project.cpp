@@ -2,6 +2,12 @@
 
 namespace kelo {
 
+Project* editProject(ProjectList& projects, const Uuid& id) {
+    for (std::size_t i = 0; i < projects.size(); ++i)
+        if (projects[i].id == id) return &projects.edit(i);
+    return nullptr;
+}
+
 Project Project::make(std::string name, std::filesystem::path destinationFolder, std::vector<std::string> aliases,
                       ProjectStatus status, Date now) {
     Project project;

@@ -55,6 +55,9 @@ struct Project {
 // activity, its artwork), so copies of the state share them in chunks of 16.
 using ProjectList = ChunkedList<Project, 16>;
 
+// The project with `id`, for writing (its chunk stops being shared); null when none.
+Project* editProject(ProjectList& projects, const Uuid& id);
+
 void to_json(Json& out, const Project& project);
 void from_json(const Json& in, Project& project);
 
