@@ -22,8 +22,8 @@ namespace kelo {
 
 namespace {
 
-std::unique_ptr<OperationExecutor> openExecutor(const PersistentData& data, const Clock& clock) {
-    auto journal = std::make_unique<OperationJournal>(data.journalPath(), clock);
+std::unique_ptr<OperationExecutor> openExecutor(PersistentData& data, const Clock& clock) {
+    auto journal = std::make_unique<OperationJournal>(data.journalPath(), std::move(data.journal), clock);
     journal->settle();  // the journal must take records before any command runs
     return std::make_unique<OperationExecutor>(std::move(journal), clock);
 }

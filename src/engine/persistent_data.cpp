@@ -1,6 +1,7 @@
 #include "engine/persistent_data.h"
 
 #include <cerrno>
+#include <future>
 #include <system_error>
 
 #include "app/application_lock.h"
@@ -74,6 +75,9 @@ void loadState(PersistentData& data) {
 }  // namespace
 
 PersistentData loadPersistentData(const std::filesystem::path& dataDirectory) {
+    // The journal's document is as large as the state's and independent of it; its
+    // errors are reported after the state's, as when it was read second.
+    auto journal = std::async(std::launch::async, OperationJournal::readDocument, dataDirectory / data_files::kJournal);
     PersistentData data{
         .dataDirectory = dataDirectory,
         .zipCleanupStore = LocalStore<ZipCleanupLedger>(file(dataDirectory, data_files::kZipCleanup)),
@@ -89,6 +93,7 @@ PersistentData loadPersistentData(const std::filesystem::path& dataDirectory) {
         .studio = {},
         .store = StateStore(file(dataDirectory, data_files::kState)),
         .state = {},
+        .journal = {},
     };
 
     loadZipLedger(data);
@@ -100,6 +105,7 @@ PersistentData loadPersistentData(const std::filesystem::path& dataDirectory) {
     StudioWorkspace::from(data.studio);  // refuses a document it cannot trust
     checkJournalPresence(data);
     loadState(data);
+    data.journal = journal.get();
     return data;
 }
 

@@ -2,7 +2,8 @@
 // each failure: the ZIP ledger and the online AI data may be lost without stopping
 // the engine; every other failure stops it, and an unreadable file is left on disk
 // exactly as it was for the user to restore. Runs on the engine thread only, after
-// the single-instance lock is held and before the journal is opened.
+// the single-instance lock is held and before the journal is opened; the journal's
+// document is read and decoded meanwhile on a second thread, as it writes nothing.
 #pragma once
 
 #include <exception>
@@ -17,6 +18,7 @@
 #include "housekeeping/zip_cleanup_ledger.h"
 #include "model/app_state.h"
 #include "model/date.h"
+#include "operations/operation_journal.h"
 #include "store/local_store.h"
 
 namespace kelo {
@@ -51,6 +53,8 @@ struct PersistentData {
 
     StateStore store;
     AppState state;  // moved into the engine's own state when it starts
+
+    OperationJournal::FoundDocument journal;  // moved into the journal when it opens
 
     std::filesystem::path journalPath() const;
 };

@@ -166,17 +166,23 @@ void from_json(const Json& in, JournalDocument& d) {
     d.entries = r.required<std::vector<JournalEntry>>("entries");
 }
 
+OperationJournal::FoundDocument OperationJournal::readDocument(const std::filesystem::path& url) {
+    const std::optional<std::string> bytes = store_detail::readIfPresent(url);
+    if (!bytes) return {};
+    const ParsedDocument parsed(*bytes);
+    // The version decides how the rest is read, so it is checked first.
+    if (const auto version = journalVersion(parsed); version && *version != JournalDocument::kSupportedVersion)
+        throw KeloError::unsafe(kUnsupportedVersion);
+    return {decodeJournalDocument(parsed), bytes->size()};
+}
+
 OperationJournal::OperationJournal(std::filesystem::path url, Clock clock, LogCalls calls)
+    : OperationJournal(url, readDocument(url), std::move(clock), std::move(calls)) {}
+
+OperationJournal::OperationJournal(std::filesystem::path url, FoundDocument found, Clock clock, LogCalls calls)
     : url_(std::move(url)), clock_(std::move(clock)), calls_(std::move(calls)) {
-    const std::optional<std::string> bytes = store_detail::readIfPresent(url_);
-    const bool documentFound = bytes.has_value();
-    if (bytes) {
-        const ParsedDocument parsed(*bytes);
-        // The version decides how the rest is read, so it is checked first.
-        if (const auto version = journalVersion(parsed); version && *version != JournalDocument::kSupportedVersion)
-            throw KeloError::unsafe(kUnsupportedVersion);
-        document_ = decodeJournalDocument(parsed);
-    }
+    const bool documentFound = found.document.has_value();
+    if (documentFound) document_ = std::move(*found.document);
     index_.reserve(document_.entries.size());
     for (std::size_t i = 0; i < document_.entries.size(); ++i)
         if (!index_.emplace(document_.entries[i].operation.id, i).second) throw KeloError::unsafe(kDuplicateIds);
@@ -194,7 +200,7 @@ OperationJournal::OperationJournal(std::filesystem::path url, Clock clock, LogCa
         tornTail = log.intactBytes != logBytes->size();
         intactBytes = log.intactBytes;
     }
-    if (documentFound) documentBytes_ = bytes->size();
+    if (documentFound) documentBytes_ = found.bytes;
     if (documentFound && logBytes && !logBytes->empty() && !tornTail &&
         intactBytes < std::max(kFoldMinimum, documentBytes_ / kFoldShare)) {
         // Intact records beside the document: the journal as it was left, appended to.

@@ -82,6 +82,19 @@ public:
     // both files are left exactly as they were.
     explicit OperationJournal(std::filesystem::path url, Clock clock = Date::now, LogCalls calls = LogCalls::system());
 
+    // The document at `url` read and decoded, writing nothing: none when there is no
+    // file. The slow half of opening, so start-up runs it on a second thread beside
+    // the state's load; refusals and errors are those of opening.
+    struct FoundDocument {
+        std::optional<JournalDocument> document;
+        std::uint64_t bytes = 0;
+    };
+    static FoundDocument readDocument(const std::filesystem::path& url);
+    // Opens the journal at `url` as above, from its document as `found` read it
+    // (nothing may have written the journal since).
+    OperationJournal(std::filesystem::path url, FoundDocument found, Clock clock = Date::now,
+                     LogCalls calls = LogCalls::system());
+
     // Records the operations as `planned`, all in one durable record. Refuses the
     // whole list, writing nothing, when any id is already recorded. With `withNext`
     // the record is durable with the next synced one instead: for a caller that

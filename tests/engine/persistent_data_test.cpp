@@ -29,7 +29,7 @@ std::string fatalError(const std::filesystem::path& dir) {
 
 void writeValidPair(const std::filesystem::path& dir, const AppState& state = {}) {
     LocalStore<AppState>(dir / "state.json").save(state);
-    writeFile(dir / "journal.json", "{}");
+    writeFile(dir / "journal.json", R"({"schemaVersion": 1, "entries": []})");
 }
 
 // Only a failure to read the stores is worded as one; the lock and a full or
@@ -100,7 +100,7 @@ TEST(PersistentDataTest, UnreadableStoresStopStartUpAndAreLeftAsTheyWere) {
                                           "The operation journal is missing. File operations are disabled. "
                                           "Restore the matching journal backup.");
     std::filesystem::remove(dir / "state.json");
-    writeFile(dir / "journal.json", "{}");
+    writeFile(dir / "journal.json", R"({"schemaVersion": 1, "entries": []})");
     EXPECT_EQ(fatalError(dir.path()), "");
 }
 
