@@ -75,6 +75,9 @@ public:
     ChunkedList() = default;
     ChunkedList(std::initializer_list<T> values) { append(values.begin(), values.end()); }
     ChunkedList(const std::vector<T>& values) { append(values.begin(), values.end()); }  // NOLINT: a list is a list
+    ChunkedList(std::vector<T>&& values) {  // NOLINT: a decoded list moves in
+        append(std::make_move_iterator(values.begin()), std::make_move_iterator(values.end()));
+    }
     template <class It>
     ChunkedList(It first, It last) {
         append(first, last);
