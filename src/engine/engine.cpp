@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 #include <unordered_set>
 
@@ -106,8 +107,27 @@ std::shared_ptr<const std::vector<Classification>> Engine::classifications() {
     return classifications_;
 }
 
-void Engine::commitState(AppState next) {
-    data_.store.save(*state_, next);
+Engine::~Engine() {
+    try {
+        flush();
+    } catch (const std::exception&) {
+        // Nothing left to report to: the next start reads what reached the disk.
+    }
+}
+
+void Engine::flush() {
+    std::exception_ptr failed;
+    try {
+        executor_->journal().flush();
+    } catch (...) {
+        failed = std::current_exception();
+    }
+    data_.store.flush();
+    if (failed) std::rethrow_exception(failed);
+}
+
+void Engine::commitState(AppState next, JournalLog::Sync sync) {
+    data_.store.save(*state_, next, sync);
     state_ = std::make_shared<const AppState>(std::move(next));
 }
 

@@ -41,6 +41,10 @@ public:
     // no engine then. `trash` is the user's Trash unless a test hands in another.
     Engine(const std::filesystem::path& dataDirectory, Clock clock,
            Trash::Environment trash = Trash::Environment::current());
+    // Makes what waits for a sync durable before the lock is let go.
+    ~Engine();
+    Engine(const Engine&) = delete;
+    Engine& operator=(const Engine&) = delete;
 
     // Fills the classification cache when it is stale, then copies what the front
     // ends show.
@@ -112,8 +116,13 @@ public:
     // a grant that reaches a protected folder is left out and reported in `errors`.
     AccessScope openScope(std::vector<std::string>* errors = nullptr);
 
-    // Saves `next` and only then makes it the current state.
-    void commitState(AppState next);
+    // Saves `next` and only then makes it the current state. What a finished batch
+    // learned may wait for the next sync (`withNext`): the batch's files are already
+    // durable, and losing the learning to a power cut loses no file.
+    void commitState(AppState next, JournalLog::Sync sync = JournalLog::Sync::now);
+    // Syncs what the journal and the state left waiting; the engine's worker calls it
+    // at every quiet moment. Errors throw, and the next write meets the broken log.
+    void flush();
     // Saves the Studio document and only then makes it current; clears the
     // classification cache.
     void commitStudio(StudioState next);

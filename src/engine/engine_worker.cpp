@@ -8,9 +8,10 @@ EngineWorker::EngineWorker(const std::filesystem::path& dataDirectory, Clock clo
             engine_ = std::make_unique<Engine>(dataDirectory, std::move(clock));
         })
         .get();
-    // A batch leaves its last marks to the next sync; a quiet moment is the next sync.
+    // A batch leaves its last marks and what it learned to the next sync; a quiet
+    // moment is the next sync.
     executor_.whenIdle([this] {
-        if (engine_) engine_->executor().journal().flush();
+        if (engine_) engine_->flush();
     });
 }
 

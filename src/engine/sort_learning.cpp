@@ -26,8 +26,9 @@ std::optional<Date> previousActivity(const LearningData& learning, const Uuid& p
     return latest;
 }
 
+// The batch's moves are durable already; what it taught waits for the next sync.
 void commit(Engine& engine, AppState next) {
-    engine.commitState(std::move(next));
+    engine.commitState(std::move(next), JournalLog::Sync::withNext);
     engine.invalidateClassifications();
 }
 

@@ -84,13 +84,17 @@ AppState StateStore::load(const std::function<AppState()>& makeDefault) {
 
 bool StateStore::foldDue() const { return log_.size() >= std::max(kFoldMinimum, documentBytes_ / kFoldShare); }
 
-void StateStore::save(const AppState& current, const AppState& next) {
+void StateStore::save(const AppState& current, const AppState& next, JournalLog::Sync sync) {
     if (log_.broken() || foldDue()) return fold(next);
     const auto delta = stateDelta(current, next);
     if (!delta) return;
     Json record = Json::object();
     record[kDeltaKey] = *delta;
-    log_.append(compact(record));  // a failure leaves the log broken: the next save folds
+    log_.append(compact(record), sync);  // a failure leaves the log broken: the next save folds
+}
+
+void StateStore::flush() {
+    if (!log_.broken()) log_.sync();
 }
 
 void StateStore::fold(const AppState& state) {

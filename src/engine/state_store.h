@@ -3,7 +3,10 @@
 //
 // A year of decisions makes "state.json" megabytes long, so a change is not saved by
 // rewriting it. Each save appends one checksummed record to the log, holding only
-// what changed (an AppState delta), and syncs it before the change is reported. The
+// what changed (an AppState delta), and syncs it before the change is reported,
+// except what a sort learned: that record waits for the next sync, a quiet moment
+// (`flush`) or the engine's close, so a one-file sort pays for the move's syncs
+// alone. A power cut in that moment loses only the learning, never a file. The
 // log's first record names the document it continues (its size and CRC-32). At
 // start-up the document is read and the records of a log that names it are applied
 // in order: a torn final record was never acknowledged and is dropped, a damaged
@@ -46,8 +49,13 @@ public:
 
     // Makes `next` durable, `current` being what was last loaded or saved. When this
     // returns the change survives a crash; when it throws, a restart finds `current`
-    // (or, after a sync that failed, possibly `next`), never anything else.
-    void save(const AppState& current, const AppState& next);
+    // (or, after a sync that failed, possibly `next`), never anything else. With
+    // `withNext` the record is only written: a crash of the process keeps it, a power
+    // cut before the next sync may drop it (and any later unsynced one) again.
+    void save(const AppState& current, const AppState& next, JournalLog::Sync sync = JournalLog::Sync::now);
+    // Makes every record written so far durable; a failure leaves the log broken, so
+    // the next save folds.
+    void flush();
 
     // Writes the whole state into the document and starts a fresh log.
     void fold(const AppState& state);

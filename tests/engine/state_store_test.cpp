@@ -5,6 +5,7 @@
 #include "engine/state_store.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "classify/learning.h"
 #include "model/kelo_error.h"
@@ -133,6 +134,34 @@ TEST_F(StateStoreTest, FoldCutShortDamagedRecordAndFailedSync) {
     failSync = false;
     store.save(states[3], states[6]);
     EXPECT_EQ(reopened(dir), states[6]);
+}
+
+// What a sort learned is only written: a crash of the process keeps it, a power cut
+// before the next sync drops it and nothing else, and the next synced save or a
+// flush makes it durable.
+TEST_F(StateStoreTest, ALearnedChangeWaitsForTheNextSync) {
+    const auto [changes, states] = makeRun();
+    std::uintmax_t durable = 0;  // the log's length at its last sync
+    LogCalls calls = LogCalls::system();
+    calls.fsync = [&durable](int fd) {
+        struct stat info {};
+        durable = ::fstat(fd, &info) == 0 ? static_cast<std::uintmax_t>(info.st_size) : 0;
+        return ::fsync(fd);
+    };
+    StateStore store(dir / "state.json", calls);
+    store.fold(states[0]);
+    store.save(states[0], states[1]);
+    store.save(states[1], states[2], JournalLog::Sync::withNext);
+    EXPECT_EQ(reopened(dir), states[2]);
+    const std::string powerCut = readFile(dir / "state.log").substr(0, durable);
+    store.flush();
+    EXPECT_EQ(durable, std::filesystem::file_size(dir / "state.log"));
+
+    store.save(states[2], states[3], JournalLog::Sync::withNext);
+    store.save(states[3], states[5]);
+    EXPECT_EQ(durable, std::filesystem::file_size(dir / "state.log"));
+    writeFile(dir / "state.log", powerCut);
+    EXPECT_EQ(reopened(dir), states[1]);
 }
 
 }  // namespace
