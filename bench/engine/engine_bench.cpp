@@ -282,8 +282,9 @@ double oneFileSorts(const World& world, int count, int round) {
 std::pair<double, std::string> spread(std::vector<double> values) {
     std::sort(values.begin(), values.end());
     char text[128];
-    std::snprintf(text, sizeof text, "rounds %.1f..%.1f ms, spread %.2fx", values.front() * 1e3, values.back() * 1e3,
-                  values.back() / values.front());
+    const int digits = values.front() < 0.01 ? 2 : 1;  // a sort takes well under a millisecond
+    std::snprintf(text, sizeof text, "rounds %.*f..%.*f ms, spread %.2fx", digits, values.front() * 1e3, digits,
+                  values.back() * 1e3, values.back() / values.front());
     return {values.front(), std::string(text)};
 }
 
@@ -525,11 +526,11 @@ int main(int argc, char** argv) {
         const auto [floor, floorSpread] = spread(floors);
         const auto [freshBest, freshSpread] = spread(fresh);
         const auto [yearBest, yearSpread] = spread(year);
-        std::printf("sort      bare rename + 2 syncs + 1 log sync       %8.1f ms   1.00x  (%s)\n", floor * 1e3,
+        std::printf("sort      bare rename + 2 syncs + 1 log sync       %8.2f ms   1.00x  (%s)\n", floor * 1e3,
                     floorSpread.c_str());
-        std::printf("sort      one file, no history                    %8.1f ms   %.2fx  (%s; aim < 3x)\n",
+        std::printf("sort      one file, no history                    %8.2f ms   %.2fx  (%s; aim < 3x)\n",
                     freshBest * 1e3, freshBest / floor, freshSpread.c_str());
-        std::printf("sort      one file, a year of history             %8.1f ms   %.2fx  (%s; aim < 3x, %.2fx of no "
+        std::printf("sort      one file, a year of history             %8.2f ms   %.2fx  (%s; aim < 3x, %.2fx of no "
                     "history, %s, aim <= 1.2x)\n",
                     yearBest * 1e3, yearBest / floor, yearSpread.c_str(), yearBest / freshBest,
                     pairedRatios(year, fresh).c_str());
