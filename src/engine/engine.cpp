@@ -116,14 +116,9 @@ Engine::~Engine() {
 }
 
 void Engine::flush() {
-    std::exception_ptr failed;
-    try {
-        executor_->journal().flush();
-    } catch (...) {
-        failed = std::current_exception();
-    }
+    // The state first: should it fail, the executor still syncs the journal when it closes.
     data_.store.flush();
-    if (failed) std::rethrow_exception(failed);
+    executor_->journal().flush();
 }
 
 void Engine::commitState(AppState next, JournalLog::Sync sync) {

@@ -75,9 +75,6 @@ void loadState(PersistentData& data) {
 }  // namespace
 
 PersistentData loadPersistentData(const std::filesystem::path& dataDirectory) {
-    // The journal's document is as large as the state's and independent of it; its
-    // errors are reported after the state's, as when it was read second.
-    auto journal = std::async(std::launch::async, OperationJournal::readDocument, dataDirectory / data_files::kJournal);
     PersistentData data{
         .dataDirectory = dataDirectory,
         .zipCleanupStore = LocalStore<ZipCleanupLedger>(file(dataDirectory, data_files::kZipCleanup)),
@@ -95,6 +92,9 @@ PersistentData loadPersistentData(const std::filesystem::path& dataDirectory) {
         .state = {},
         .journal = {},
     };
+    // The journal's document is as large as the state's and independent of it; its
+    // errors are reported after the state's, as when it was read second.
+    auto journal = std::async(std::launch::async, OperationJournal::readDocument, data.journalPath());
 
     loadZipLedger(data);
     ensureDirectory(data.temporaryStorage);

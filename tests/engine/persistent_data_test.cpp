@@ -27,9 +27,11 @@ std::string fatalError(const std::filesystem::path& dir) {
     }
 }
 
+constexpr const char* kEmptyJournal = R"({"schemaVersion": 1, "entries": []})";
+
 void writeValidPair(const std::filesystem::path& dir, const AppState& state = {}) {
     LocalStore<AppState>(dir / "state.json").save(state);
-    writeFile(dir / "journal.json", R"({"schemaVersion": 1, "entries": []})");
+    writeFile(dir / "journal.json", kEmptyJournal);
 }
 
 // Only a failure to read the stores is worded as one; the lock and a full or
@@ -100,7 +102,7 @@ TEST(PersistentDataTest, UnreadableStoresStopStartUpAndAreLeftAsTheyWere) {
                                           "The operation journal is missing. File operations are disabled. "
                                           "Restore the matching journal backup.");
     std::filesystem::remove(dir / "state.json");
-    writeFile(dir / "journal.json", R"({"schemaVersion": 1, "entries": []})");
+    writeFile(dir / "journal.json", kEmptyJournal);
     EXPECT_EQ(fatalError(dir.path()), "");
 }
 

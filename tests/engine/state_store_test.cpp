@@ -5,7 +5,6 @@
 #include "engine/state_store.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include "classify/learning.h"
 #include "model/kelo_error.h"
@@ -142,13 +141,7 @@ TEST_F(StateStoreTest, FoldCutShortDamagedRecordAndFailedSync) {
 TEST_F(StateStoreTest, ALearnedChangeWaitsForTheNextSync) {
     const auto [changes, states] = makeRun();
     std::uintmax_t durable = 0;  // the log's length at its last sync
-    LogCalls calls = LogCalls::system();
-    calls.fsync = [&durable](int fd) {
-        struct stat info {};
-        durable = ::fstat(fd, &info) == 0 ? static_cast<std::uintmax_t>(info.st_size) : 0;
-        return ::fsync(fd);
-    };
-    StateStore store(dir / "state.json", calls);
+    StateStore store(dir / "state.json", testing::notingSyncedLength(durable));
     store.fold(states[0]);
     store.save(states[0], states[1]);
     store.save(states[1], states[2], JournalLog::Sync::withNext);

@@ -3,11 +3,11 @@
 #include "operations/operation_executor.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include "model/kelo_error.h"
 #include "operations/batch_scenario.h"
 #include "scan/metadata.h"
+#include "support/log_kill_harness.h"
 #include "support/refusal.h"
 
 namespace kelo {
@@ -208,12 +208,7 @@ TEST_F(OperationExecutorTest, AFailedSyncAfterTheMoveStopsTheBatchAndRecoveryCom
 // is recovered from the disk), and closing the executor is such a sync.
 TEST_F(OperationExecutorTest, TheLastMarkOfABatchWaitsForTheNextSyncOrTheClose) {
     std::uintmax_t durable = 0;  // the log's length at its last sync
-    LogCalls calls = LogCalls::system();
-    calls.fsync = [&durable, sync = calls.fsync](int fd) {
-        struct stat info {};
-        durable = ::fstat(fd, &info) == 0 ? static_cast<std::uintmax_t>(info.st_size) : 0;
-        return sync(fd);
-    };
+    const LogCalls calls = testing::notingSyncedLength(durable);
     const auto a = inboxFile("a.png");
     const OperationPlan p = plan({move(a, project / "Export" / "a.png", Uuid::random())});
     fs::path log;

@@ -1,14 +1,17 @@
 // Kills a writer of an append-only log (the journal's, the state store's) inside
 // each of its log calls in turn: halfway through writing a record, or with the
 // record written and its sync not yet made. The writer runs in a child and reports
-// each step it begins; after each kill the parent checks what a reopen finds.
-// Header only; the journal and state-store kill tests share it.
+// each step it begins; after each kill the parent checks what a reopen finds. Also
+// the log calls that note what a power cut would leave. Header only; the journal and
+// state-store tests share it.
 #pragma once
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 
@@ -17,6 +20,18 @@
 #include "support/temp_dir.h"
 
 namespace kelo::testing {
+
+// The system's log calls, noting in `durable` the file's length at each sync: what a
+// power cut would leave of it.
+inline LogCalls notingSyncedLength(std::uintmax_t& durable) {
+    LogCalls calls = LogCalls::system();
+    calls.fsync = [&durable, sync = calls.fsync](int fd) {
+        struct stat info {};
+        durable = ::fstat(fd, &info) == 0 ? static_cast<std::uintmax_t>(info.st_size) : 0;
+        return sync(fd);
+    };
+    return calls;
+}
 
 // Writes its log in `dir` with `calls`, calling `begin(i)` before step i.
 using LogWriter =
