@@ -61,10 +61,8 @@ void expectColour(const RasterImage& image, int x, int y, std::array<int, 3> rgb
 }
 
 void expectSample(const RasterImage& image, int width, int height) {
-    ASSERT_EQ(image.width, width);
-    ASSERT_EQ(image.height, height);
-    ASSERT_EQ(image.stride, width * 4);
-    ASSERT_EQ(image.pixels.size(), static_cast<std::size_t>(image.stride) * height);
+    ASSERT_EQ((std::tuple{image.width, image.height, image.stride, image.pixels.size()}),
+              (std::tuple{width, height, width * 4, static_cast<std::size_t>(width) * 4 * height}));
     expectColour(image, width / 8, height / 2, {255, 0, 0});
     expectColour(image, width - 1 - width / 8, height / 2, {0, 0, 255});
 }
@@ -128,8 +126,7 @@ TEST(ThumbnailerTest, OrientationSmallSizesAndGreyAlphaComeBackRight) {
     rotated.write_to_file((dir / "rotated.jpg").c_str());
     const auto upright = makeThumbnail(dir / "rotated.jpg", 60);
     ASSERT_TRUE(upright);
-    ASSERT_EQ(upright->width, 40);
-    ASSERT_EQ(upright->height, 60);
+    ASSERT_EQ((std::pair{upright->width, upright->height}), (std::pair{40, 60}));
     expectColour(*upright, 20, 5, {255, 0, 0});
     expectColour(*upright, 20, 54, {0, 0, 255});
 
@@ -258,17 +255,18 @@ TEST(JpegEncodingTest, TransparencyBecomesWhitePaddedRowsAreReadAndShortBuffersR
 // Photoshop files carry a small JPEG preview: it is found among the other image
 // resources, used when it is big enough and passed over when not, and a file cut
 // short or damaged anywhere in its resources gives no preview rather than garbage.
-void put(std::string& out, std::uint32_t value, int bytes) {
-    for (int i = bytes - 1; i >= 0; --i) out.push_back(static_cast<char>((value >> (8 * i)) & 0xff));
+// Appends each value big-endian in its count of bytes.
+void put(std::string& out, std::initializer_list<std::pair<std::uint32_t, int>> fields) {
+    for (const auto& [value, bytes] : fields)
+        for (int i = bytes - 1; i >= 0; --i) out.push_back(static_cast<char>((value >> (8 * i)) & 0xff));
 }
 
 std::string block(std::uint16_t id, const std::string& name, const std::string& data) {
     std::string out = "8BIM";
-    put(out, id, 2);
-    out.push_back(static_cast<char>(name.size()));
+    put(out, {{id, 2}, {name.size(), 1}});
     out += name;
     if ((name.size() + 1) % 2) out.push_back('\0');
-    put(out, static_cast<std::uint32_t>(data.size()), 4);
+    put(out, {{data.size(), 4}});
     out += data;
     if (data.size() % 2) out.push_back('\0');
     return out;
@@ -276,29 +274,18 @@ std::string block(std::uint16_t id, const std::string& name, const std::string& 
 
 std::string previewResource(int width, int height, const std::string& jpeg, std::uint32_t format = 1) {
     std::string out;
-    for (std::uint32_t field : {format, std::uint32_t(width), std::uint32_t(height), std::uint32_t(width * 3),
-                                std::uint32_t(width * height * 3), std::uint32_t(jpeg.size())})
-        put(out, field, 4);
-    put(out, 24, 2);
-    put(out, 1, 2);
+    put(out, {{format, 4}, {width, 4}, {height, 4}, {width * 3, 4}, {width * height * 3, 4}, {jpeg.size(), 4}, {24, 2},
+              {1, 2}});
     return block(1036, "", out + jpeg);
 }
 
 // A flat RGB document, left half red and right half blue, with `resources`.
 std::string photoshop(int width, int height, const std::string& resources) {
+    // Version 1, six reserved bytes, three channels of 8 bits in RGB mode, no colour mode data.
     std::string out = "8BPS";
-    put(out, 1, 2);
-    out.append(6, '\0');
-    put(out, 3, 2);
-    put(out, height, 4);
-    put(out, width, 4);
-    put(out, 8, 2);
-    put(out, 3, 2);
-    put(out, 0, 4);  // colour mode data
-    put(out, static_cast<std::uint32_t>(resources.size()), 4);
+    put(out, {{1, 2}, {0, 4}, {0, 2}, {3, 2}, {height, 4}, {width, 4}, {8, 2}, {3, 2}, {0, 4}, {resources.size(), 4}});
     out += resources;
-    put(out, 0, 4);  // layers
-    put(out, 0, 2);  // raw planes follow
+    put(out, {{0, 4}, {0, 2}});  // no layers; raw planes follow
     const std::uint8_t left[] = {255, 0, 0}, right[] = {0, 0, 255};
     for (int channel = 0; channel < 3; ++channel)
         for (int y = 0; y < height; ++y)
@@ -351,34 +338,28 @@ TEST(PhotoshopPreviewTest, UsedWhenBigEnoughAndReadablePassedOverWhenNot) {
     EXPECT_GT(centre(*thumbnail, 5)[0], 200);
 }
 
-// No preview: none there, not a JPEG, not a Photoshop file, or a length that runs
-// past its section.
-TEST(PhotoshopPreviewTest, NoneWhenAbsentNotJpegNotPhotoshopOrOverrunning) {
+// No preview: none there, not a JPEG, not a Photoshop file, a length that runs past
+// its section, or a file cut short at any byte before the preview ends.
+TEST(PhotoshopPreviewTest, NoneWhenAbsentNotJpegNotPhotoshopOverrunningOrCutShort) {
     TempDir dir;
-    const std::string resources = previewResource(16, 16, greenJpeg(16, 16));
+    const std::string resources = block(1005, "x", "123") + previewResource(16, 16, greenJpeg(16, 16));
     writeFile(dir / "none.psd", photoshop(4, 4, block(1005, "", "1234")));
     writeFile(dir / "raw.psd", photoshop(4, 4, previewResource(16, 16, greenJpeg(16, 16), 0)));
     writeFile(dir / "not.psd", "GIF89a" + std::string(100, '\0'));
     std::string longBlock = resources;
-    longBlock[10] = '\x7f';  // the block's data length now runs far past the section
+    longBlock[10] = '\x7f';  // the first block's data length now runs far past the section
     writeFile(dir / "block.psd", photoshop(4, 4, longBlock));
     std::string file = photoshop(4, 4, resources);
     file[31] = '\x10';  // the section's own length now runs a megabyte past the file
     writeFile(dir / "section.psd", file);
     for (const char* name : {"none.psd", "raw.psd", "not.psd", "block.psd", "section.psd"})
         EXPECT_FALSE(previewOf(dir / name)) << name;
-}
 
-TEST(PhotoshopPreviewTest, CutShortAtAnyByteBeforeThePreviewEndsGivesNone) {
-    TempDir dir;
-    const std::string resources = block(1005, "x", "123") + previewResource(16, 16, greenJpeg(16, 16));
-    const std::string whole = photoshop(4, 4, resources);
-    const std::size_t resourcesEnd = 34 + resources.size();
-    writeFile(dir / "cut.psd", whole);
+    writeFile(dir / "cut.psd", photoshop(4, 4, resources));
     UniqueFd fd(::open((dir / "cut.psd").c_str(), O_RDWR | O_CLOEXEC));
     ASSERT_TRUE(fd);
     ASSERT_TRUE(photoshopThumbnail(fd.get()));
-    for (std::size_t cut = resourcesEnd; cut-- > 0;) {
+    for (std::size_t cut = 34 + resources.size(); cut-- > 0;) {  // the header and the resources section
         ASSERT_EQ(::ftruncate(fd.get(), static_cast<off_t>(cut)), 0);
         EXPECT_FALSE(photoshopThumbnail(fd.get())) << "cut at " << cut;
     }
