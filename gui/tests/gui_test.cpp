@@ -3,35 +3,26 @@
 // disables every action, and a second launch raises the first window. Every test
 // runs a real engine on its own temporary data directory.
 #include <QCheckBox>
-#include <QComboBox>
-#include <QLabel>
 #include <QLineEdit>
-#include <QListWidget>
 #include <QProgressBar>
-#include <QPushButton>
 #include <QRadioButton>
 #include <QScopeGuard>
 #include <QSettings>
 #include <QSpinBox>
-#include <QTableWidget>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QToolButton>
-#include <QtTest>
 #include <future>
 
 #include "engine/persistent_data.h"
-#include "gui/app_model.h"
 #include "gui/background_mode.h"
 #include "gui/history_page.h"
-#include "gui/main_window.h"
 #include "gui/match_model.h"
 #include "gui/onboarding_dialog.h"
 #include "gui/progress_strip.h"
 #include "gui/single_instance.h"
 #include "gui/status_log.h"
 #include "gui/tests/sample_window.h"
-#include "support/temp_dir.h"
 
 using kelo::testing::writeFile;
 using namespace kelo;
@@ -41,390 +32,368 @@ class GuiTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void grantedFoldersFillEveryPage();
-    void matchSortsByValueAndFiltersByNameAndState();
-    void statusLogNamesFilesAndKeepsTheLastMessages();
-    void progressStripWaitsHalfASecondAndCanStop();
-    void answersArriveInOrderAndTheWindowRunsWhileTheyArePending();
-    void closingHidesOrMinimisesAndLaunchAtLoginWritesTheAutostartEntry();
-    void historyShowsFiftyBatchesAtATime();
-    void refusedThresholdsAreShownVerbatimAndKeepTheOldSettings();
-    void failedStartupShowsTheReasonAndDisablesActions();
-    void onboardingStoresThePresetAndIsNotOfferedAgain();
-    void secondLaunchRaisesTheFirstWindow();
+    void grantedFoldersFillEveryPage() {
+        SampleWindow w;
+        writeFile(w.inbox / "ACME-logo-final.psd", "psd");
+        writeFile(w.inbox / "notes.txt", "text");
+        writeFile(w.home / "ACME/Working/old.psd", "psd");
+        std::filesystem::create_directories(w.home / "Bloom");
+        w.open();
+        QVERIFY(w.model.canOperate());
+
+        auto* files = w.files();
+        QCOMPARE(files->model()->rowCount(), 2);
+        QVERIFY(w.row("notes.txt") >= 0);
+        const int logo = w.row("ACME-logo-final.psd");
+        QCOMPARE(cell(files, logo, MatchModel::kProject), QString("ACME"));
+        QCOMPARE(cell(files, logo, MatchModel::kCategory), QString("Working"));
+
+        QCOMPARE(sorted(column(w.projects(), 0)), QStringList({"ACME", "Bloom"}));
+        QCOMPARE(column(w.projects(), 1), QStringList({"Đang làm", "Đang làm"}));
+
+        auto* grants = w.find<QTableWidget>(kSettings, "grantsTable");
+        const QString inbox = QString::fromStdString(w.inbox.string());
+        QCOMPARE(grants->rowCount(), 2);
+        QVERIFY(column(grants, 1).contains(inbox));
+        int counted = 0;
+        for (const char* count : {"readyCount", "probablyCount", "noIdeaCount"})
+            counted += w.window.findChild<QLabel*>(count)->text().toInt();
+        QCOMPARE(counted, 2);
+
+        // Removing the inbox empties the file list; the project home stays.
+        grants->selectRow(column(grants, 1).indexOf(inbox));
+        w.press(kSettings, "removeGrant");
+        QCOMPARE(files->model()->rowCount(), 0);
+        QCOMPARE(grants->rowCount(), 1);
+        QVERIFY(w.bar().startsWith("Removed folder "));
+    }
+
+    void matchSortsByValueAndFiltersByNameAndState() {
+        SampleWindow w;
+        writeFile(w.inbox / "Trà Xanh nhãn.ai", std::string(1000, 'a'));
+        writeFile(w.inbox / "tra sua.png", std::string(5, 'b'));
+        writeFile(w.inbox / "ACME-logo-final.psd", std::string(200, 'c'));
+        std::filesystem::create_directories(w.home / "ACME");
+        w.open();
+        auto* files = w.files();
+        QCOMPARE(files->model()->rowCount(), 3);
+
+        // Sizes sort by bytes, not by their text ("1000 B" would come before "5 B").
+        files->sortByColumn(MatchModel::kSize, Qt::AscendingOrder);
+        QCOMPARE(column(files, MatchModel::kFile),
+                 QStringList({"tra sua.png", "ACME-logo-final.psd", "Trà Xanh nhãn.ai"}));
+        files->sortByColumn(MatchModel::kScore, Qt::DescendingOrder);
+        QCOMPARE(cell(files, 0, MatchModel::kFile), QString("ACME-logo-final.psd"));
+
+        // The name filter ignores accents and case; the state filter narrows further.
+        auto* name = w.find<QLineEdit>(kMatch, "matchFilter");
+        auto* state = w.find<QComboBox>(kMatch, "stateFilter");
+        name->setText("TRA XANH");
+        QCOMPARE(column(files, MatchModel::kFile), QStringList({"Trà Xanh nhãn.ai"}));
+        name->setText("tra");
+        QCOMPARE(files->model()->rowCount(), 2);
+        QCOMPARE(w.find<QLabel>(kMatch, "matchShown")->text(), QString("2 / 3 tệp"));
+        name->clear();
+        state->setCurrentIndex(state->findData("No Idea"));
+        QCOMPARE(files->model()->rowCount(), 2);
+        QVERIFY(!column(files, MatchModel::kFile).contains("ACME-logo-final.psd"));
+
+        // A selection made through the filter survives the next snapshot.
+        files->selectRow(0);
+        const QString chosen = cell(files, 0, MatchModel::kFile);
+        w.model.scan();
+        QVERIFY(settle(w.model));
+        const auto rows = files->selectionModel()->selectedRows(MatchModel::kFile);
+        QCOMPARE(rows.size(), 1);
+        QCOMPARE(rows.front().data().toString(), chosen);
+    }
+
+    void statusLogNamesFilesAndKeepsTheLastMessages() {
+        QCOMPARE(StatusLog::withFileNames(
+                     "Moved /home/a/Sample folders/Downloads/brief v2.pdf to /home/a/Projects/Bloom/Reference."),
+                 QString("Moved brief v2.pdf to Reference."));
+        QCOMPARE(
+            StatusLog::withFileNames("Created the project Mango at /p/Mango. Kelo never deletes folders: /x/y, ok"),
+            QString("Created the project Mango at Mango. Kelo never deletes folders: y, ok"));
+        QCOMPARE(StatusLog::withFileNames("50/50 and/or a/b stay"), QString("50/50 and/or a/b stay"));
+
+        StatusLog log;
+        auto* latest = log.findChild<QLabel*>("messageBar");
+        for (int i = 0; i < StatusLog::kKept + 3; ++i) log.showMessages({QString("Renamed /in/file %1.png.").arg(i)});
+        log.showRefusal("Left /in/x.ai where it is: Name conflict: /p/x.ai");
+        QCOMPARE(latest->text(), QString("Left x.ai where it is: Name conflict: x.ai"));
+        QCOMPARE(latest->toolTip(), QString("Left /in/x.ai where it is: Name conflict: /p/x.ai"));
+        QCOMPARE(latest->property("refusal").toBool(), true);
+        const auto& entries = log.entries();
+        QCOMPARE(entries.size(), std::size_t(StatusLog::kKept));
+        QVERIFY(entries.front().refusal);
+        QCOMPARE(entries[1].text, QString("Renamed file 22.png."));  // newest first
+        QVERIFY(!entries[1].refusal);
+        log.showMessages({"Saved /a/x.png.", "Second.", "Third."});  // one line in view, the rest counted
+        QCOMPARE(latest->text(), QString("Saved x.png.  (+2 dòng trong Nhật ký)"));
+        QCOMPARE(log.entries().front().text, QString("Third."));
+        log.findChild<QToolButton*>("closeMessage")->click();
+        QVERIFY(log.isHidden());
+        log.showMessages({});
+        QVERIFY(latest->isHidden());
+        QCOMPARE(log.entries().size(), std::size_t(StatusLog::kKept));  // the log keeps what was said
+    }
+
+    void progressStripWaitsHalfASecondAndCanStop() {
+        QWidget host;
+        auto* strip = new ProgressStrip(&host);
+        host.show();
+        auto* bar = strip->findChild<QProgressBar*>("busyIndicator");
+        auto* stop = strip->findChild<QPushButton*>("progressStop");
+
+        strip->begin("quick");
+        strip->end();
+        QTest::qWait(ProgressStrip::kDelayMs + 100);
+        QVERIFY(strip->isHidden());  // work that ended at once never flashed
+
+        std::stop_source source;
+        strip->begin("slow", source);
+        QVERIFY(strip->isHidden());
+        QTRY_VERIFY(!strip->isHidden());
+        QCOMPARE(bar->maximum(), 0);  // no counts yet: it runs back and forth
+        strip->report(250, 1000);
+        QCOMPARE(bar->value(), 250);
+        QVERIFY(stop->isVisible() && stop->isEnabled());
+        stop->click();
+        QVERIFY(source.stop_requested());
+        strip->end();
+        QVERIFY(strip->isHidden());
+    }
+
+    // While the engine is held the window keeps delivering timers and shows the busy
+    // strip after half a second; the queued answers then arrive in the order sent.
+    void answersArriveInOrderAndTheWindowRunsWhileTheyArePending() {
+        SampleWindow w;
+        w.start();
+        const SnapshotPtr before = w.model.snapshot();
+        QStringList events;
+        connect(&w.model, &AppModel::refused, [&](const QString& message) { events << "refused: " + message; });
+        connect(&w.model, &AppModel::snapshotChanged, [&] { events << "snapshot"; });
+        connect(&w.model, &AppModel::busyChanged, [&](bool busy) { events << (busy ? "busy" : "idle"); });
+
+        // The first command is held on the engine thread so all three are queued before
+        // any answer; the guard lets it go whatever happens, so a failing test never leaves
+        // the engine waiting.
+        std::promise<void> gate;
+        auto open = qScopeGuard([&gate] { gate.set_value(); });
+        w.model.submit("held", [waiter = gate.get_future().share()](Engine& engine) {
+            waiter.wait();
+            return engine.snapshot();
+        });
+        for (const Thresholds thresholds : {Thresholds{70, 70}, Thresholds{80, 60}}) {
+            Settings settings;
+            settings.thresholds = thresholds;
+            w.model.updateSettings(settings);
+        }
+
+        auto* indicator = w.window.findChild<QProgressBar*>("busyIndicator");
+        QVERIFY(indicator->isHidden());  // work that ends within half a second shows nothing
+        QTRY_VERIFY(!indicator->isHidden());
+        int ticks = 0;
+        QTimer timer;
+        connect(&timer, &QTimer::timeout, [&] { ++ticks; });
+        timer.start(5);
+        QVERIFY(QTest::qWaitFor([&] { return ticks >= 5; }, 5000));
+        QVERIFY(w.model.busy());
+        QCOMPARE(w.model.snapshot(), before);
+
+        open.dismiss();
+        gate.set_value();
+        QVERIFY(settle(w.model));
+        QVERIFY(indicator->isHidden());
+        const QString refusal = "refused: " + QString::fromUtf8(kInvalidThresholdsMessage);
+        QCOMPARE(events, QStringList({"busy", "snapshot", refusal, "snapshot", "idle"}));
+        QCOMPARE(w.model.snapshot()->state->settings.thresholds, (Thresholds{80, 60}));
+        QVERIFY(w.model.refusal().isEmpty());
+    }
+
+    void closingHidesOrMinimisesAndLaunchAtLoginWritesTheAutostartEntry() {
+        SampleWindow w;
+        auto* option = w.find<QCheckBox>(kSettings, "hideWhenClosed");
+        QVERIFY(option->isChecked());  // hiding is the default
+
+        w.window.show();
+        QVERIFY(w.window.close());
+        QVERIFY(!w.window.isVisible());
+
+        option->setChecked(false);
+        QCOMPARE(QSettings().value("kelo_hide_dock_when_closed").toBool(), false);
+        QVERIFY(!BackgroundMode::hideWhenClosed());
+        w.window.show();
+        QVERIFY(!w.window.close());  // refused: the w.window stays, minimised
+        QVERIFY(w.window.isVisible());
+        QVERIFY(w.window.windowState() & Qt::WindowMinimized);
+
+        option->setChecked(true);
+        QVERIFY(BackgroundMode::hideWhenClosed());
+
+        auto* launch = w.find<QCheckBox>(kSettings, "launchAtLogin");
+        const QString entry = qEnvironmentVariable("XDG_CONFIG_HOME") + "/autostart/kelo.desktop";
+        QVERIFY(!launch->isChecked());
+
+        launch->click();
+        QVERIFY(launch->isChecked());
+        QFile file(entry);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QString content = file.readAll();
+        QVERIFY(content.startsWith("[Desktop Entry]\n"));
+        QVERIFY(content.contains("Exec=\"" + QCoreApplication::applicationFilePath() + "\"\n"));
+        QVERIFY(!content.contains("Icon="));  // a build is not in the icon theme
+
+        // An installed copy is started by its installed path, even when it was reached
+        // through a link; any other copy by the path it runs from.
+        QTemporaryDir prefix;
+        QVERIFY(QDir(prefix.path()).mkpath("bin"));
+        QVERIFY(QFile(prefix.filePath("bin/kelo-gui")).open(QIODevice::WriteOnly));
+        QVERIFY(QFile::link(prefix.filePath("bin"), prefix.filePath("alias")));
+        QCOMPARE(BackgroundMode::autostartProgram(prefix.filePath("alias/kelo-gui"), prefix.filePath("bin")),
+                 prefix.filePath("bin/kelo-gui"));
+        QCOMPARE(BackgroundMode::autostartProgram("/build/gui/kelo-gui", prefix.filePath("bin")),
+                 "/build/gui/kelo-gui");
+
+        launch->click();
+        QVERIFY(!launch->isChecked());
+        QVERIFY(!QFile::exists(entry));
+
+        // When the entry cannot be written the box shows the truth, not the wish.
+        const QString folder = qEnvironmentVariable("XDG_CONFIG_HOME") + "/autostart";
+        QVERIFY(QDir(folder).removeRecursively());
+        QVERIFY(QFile(folder).open(QIODevice::WriteOnly));  // a file where the folder would go
+        launch->click();
+        QVERIFY(!launch->isChecked());
+        QVERIFY(!BackgroundMode::isLaunchAtLoginEnabled());
+        QVERIFY(QFile::remove(folder));
+    }
+
+    void historyShowsFiftyBatchesAtATime() {
+        std::vector<HistoryBatch> history;
+        for (int i = 0; i < 120; ++i) {
+            HistoryBatch batch;
+            batch.id = Uuid::random();
+            batch.date = Date::fromUnix(1700000000.0 - i * 60);
+            batch.moved = i;
+            batch.canUndo = i % 2 == 0;
+            batch.indices = {0, 1, 2};
+            batch.names = {"f" + std::to_string(i) + ".png"};
+            history.push_back(batch);
+        }
+        Snapshot snapshot;
+        snapshot.state = std::make_shared<AppState>();
+        snapshot.history = std::make_shared<const HistoryList>(HistoryList::newestFirst(history));
+
+        AppModel model;
+        HistoryPage page(model);
+        page.render(&snapshot, true);
+        auto* table = page.findChild<QTableWidget*>("historyTable");
+        auto* more = page.findChild<QPushButton*>("moreHistory");
+        QCOMPARE(table->rowCount(), 50);
+        QCOMPARE(more->text(), QString("Thêm 50 lượt (70)"));
+        QVERIFY(!more->isHidden());
+        QCOMPARE(table->item(0, 1)->text(), QString("f0.png và 2 tệp khác"));
+        QCOMPARE(table->item(0, 2)->text(), QString("0"));  // newest first, as the engine ordered them
+        QCOMPARE(table->item(49, 2)->text(), QString("49"));
+        for (int row = 0; row < 4; ++row) QCOMPARE(table->cellWidget(row, 7) != nullptr, row % 2 == 0);
+
+        more->click();
+        QCOMPARE(table->rowCount(), 100);
+        QCOMPARE(more->text(), QString("Thêm 50 lượt (20)"));
+        more->click();
+        QCOMPARE(table->rowCount(), 120);
+        QVERIFY(more->isHidden());
+        QCOMPARE(table->item(119, 2)->text(), QString("119"));
+    }
+
+    void refusedThresholdsAreShownVerbatimAndKeepTheOldSettings() {
+        SampleWindow w;
+        w.start();
+        auto* ready = w.find<QSpinBox>(kSettings, "readyThreshold");
+        ready->setValue(70);
+        w.find<QSpinBox>(kSettings, "probablyThreshold")->setValue(70);
+        w.press(kSettings, "saveSettings");
+        auto* bar = w.window.findChild<QLabel*>("messageBar");
+        QCOMPARE(bar->text(), QString::fromUtf8(kInvalidThresholdsMessage));
+        QVERIFY(!bar->isHidden());
+        QCOMPARE(ready->value(), 70);  // left for the user to correct
+
+        // A valid change goes through and clears the refusal.
+        ready->setValue(85);
+        w.find<QCheckBox>(kSettings, "dryRun")->setChecked(false);
+        w.find<QLineEdit>(kSettings, "displayName")->setText("  Lan   Anh ");
+        w.find<QLineEdit>(kSettings, "namingDetail")->setText("  Ban in ");
+        auto* preset = w.find<QComboBox>(kSettings, "usagePreset");
+        preset->setCurrentIndex(preset->findData(static_cast<int>(UsagePreset::personal)));
+        w.press(kSettings, "saveSettings");
+        const Settings& saved = w.model.snapshot()->state->settings;
+        QCOMPARE(saved.thresholds, (Thresholds{85, 70}));
+        QVERIFY(!saved.dryRun);
+        QCOMPARE(saved.displayName, std::optional<std::string>("Lan Anh"));
+        QCOMPARE(saved.namingDetail, std::optional<std::string>("Ban in"));
+        QCOMPARE(saved.usagePreset, std::optional(UsagePreset::personal));
+        QVERIFY(w.model.refusal().isEmpty());
+        QVERIFY(bar->isHidden());
+    }
+
+    void failedStartupShowsTheReasonAndDisablesActions() {
+        SampleWindow w;
+        writeFile(w.root / "data/state.json", "{ not json");
+        w.model.start(w.root / "data");
+        w.model.updateSettings(Settings{});  // sent while the engine is still starting
+        QVERIFY(settle(w.model));
+
+        QVERIFY(!w.model.canOperate());
+        QVERIFY(w.model.startupFailure().startsWith(QString::fromUtf8(kStartupFailurePrefix)));
+        QVERIFY(w.model.startupFailure().size() > static_cast<qsizetype>(kStartupFailurePrefix.size()));
+        auto* banner = w.window.findChild<QLabel*>("startupBanner");
+        QVERIFY(!banner->isHidden());
+        QCOMPARE(banner->text(), w.model.startupFailure());
+        QCOMPARE(w.model.refusal(), w.model.startupFailure());
+        QVERIFY(w.model.snapshot() == nullptr);
+        for (QPushButton* button : w.window.findChildren<QPushButton*>())
+            if (button->objectName() != "moreHistory") QVERIFY2(!button->isEnabled(), qPrintable(button->text()));
+
+        // A command sent anyway is refused with the same reason, not queued.
+        w.model.scan();
+        QVERIFY(!w.model.busy());
+        QCOMPARE(w.model.refusal(), w.model.startupFailure());
+    }
+
+    // The preset chosen on the first run is kept, and the dialog is not offered again
+    // once it was finished.
+    void onboardingStoresThePresetAndIsNotOfferedAgain() {
+        SampleWindow w;
+        w.start();
+        QVERIFY(OnboardingDialog::needed(*w.model.snapshot()));
+        OnboardingDialog dialog(w.model);
+        QVERIFY(dialog.findChild<QRadioButton*>("preset_design")->isChecked());  // the default
+        dialog.findChild<QRadioButton*>("preset_study")->setChecked(true);
+        w.press(dialog.findChild<QPushButton*>("startButton"));
+        QCOMPARE(dialog.result(), int(QDialog::Accepted));
+        QVERIFY(!OnboardingDialog::needed(*w.model.snapshot()));
+        QCOMPARE(w.model.snapshot()->state->settings.usagePreset, std::optional(UsagePreset::study));
+    }
+
+    void secondLaunchRaisesTheFirstWindow() {
+        SampleWindow w;
+        QVERIFY(!w.window.isVisible());
+        const QString name = SingleInstance::serverNameFor(w.root / "data");
+        QVERIFY(!SingleInstance::askRunningToShow(name, 200));  // nobody listens yet
+
+        SingleInstance running(name, [&w] { w.window.showAndRaise(); });
+        QVERIFY(running.listening());
+        // The second launch blocks on its socket, so it runs on its own thread.
+        auto second = std::async(std::launch::async, [name] { return SingleInstance::askRunningToShow(name); });
+        QVERIFY(QTest::qWaitFor([&] { return second.wait_for(std::chrono::seconds(0)) == std::future_status::ready; },
+                                10000));
+        QVERIFY(second.get());
+        QVERIFY(w.window.isVisible());
+        QVERIFY(!w.window.isMinimized());
+    }
 };
-
-void GuiTest::grantedFoldersFillEveryPage() {
-    SampleWindow w;
-    writeFile(w.inbox / "ACME-logo-final.psd", "psd");
-    writeFile(w.inbox / "notes.txt", "text");
-    writeFile(w.home / "ACME/Working/old.psd", "psd");
-    std::filesystem::create_directories(w.home / "Bloom");
-    w.open();
-    QVERIFY(w.model.canOperate());
-
-    auto* files = w.files();
-    QCOMPARE(files->model()->rowCount(), 2);
-    QStringList names = column(files, 0);
-    names.sort();
-    QCOMPARE(names, QStringList({"ACME-logo-final.psd", "notes.txt"}));
-    const int logo = column(files, 0).indexOf("ACME-logo-final.psd");
-    QCOMPARE(cell(files, logo, MatchModel::kProject), QString("ACME"));
-    QCOMPARE(cell(files, logo, MatchModel::kCategory), QString("Working"));
-
-    QStringList projectNames = column(w.projects(), 0);
-    projectNames.sort();
-    QCOMPARE(projectNames, QStringList({"ACME", "Bloom"}));
-    QCOMPARE(column(w.projects(), 1), QStringList({"Đang làm", "Đang làm"}));
-
-    auto* grants = w.find<QTableWidget>(kSettings, "grantsTable");
-    const QString inbox = QString::fromStdString(w.inbox.string());
-    QCOMPARE(grants->rowCount(), 2);
-    QVERIFY(column(grants, 1).contains(inbox));
-    int counted = 0;
-    for (const char* count : {"readyCount", "probablyCount", "noIdeaCount"})
-        counted += w.window.findChild<QLabel*>(count)->text().toInt();
-    QCOMPARE(counted, 2);
-
-    // Removing the inbox empties the file list; the project home stays.
-    grants->selectRow(column(grants, 1).indexOf(inbox));
-    w.press(kSettings, "removeGrant");
-    QCOMPARE(files->model()->rowCount(), 0);
-    QCOMPARE(grants->rowCount(), 1);
-    QVERIFY(w.bar().startsWith("Removed folder "));
-}
-
-void GuiTest::matchSortsByValueAndFiltersByNameAndState() {
-    SampleWindow w;
-    writeFile(w.inbox / "Trà Xanh nhãn.ai", std::string(1000, 'a'));
-    writeFile(w.inbox / "tra sua.png", std::string(5, 'b'));
-    writeFile(w.inbox / "ACME-logo-final.psd", std::string(200, 'c'));
-    std::filesystem::create_directories(w.home / "ACME");
-    w.open();
-    auto* files = w.files();
-    QCOMPARE(files->model()->rowCount(), 3);
-
-    // Sizes sort by bytes, not by their text ("1000 B" would come before "5 B").
-    files->sortByColumn(MatchModel::kSize, Qt::AscendingOrder);
-    QCOMPARE(column(files, MatchModel::kFile), QStringList({"tra sua.png", "ACME-logo-final.psd", "Trà Xanh nhãn.ai"}));
-    files->sortByColumn(MatchModel::kScore, Qt::DescendingOrder);
-    QCOMPARE(cell(files, 0, MatchModel::kFile), QString("ACME-logo-final.psd"));
-
-    // The name filter ignores accents and case; the state filter narrows further.
-    auto* name = w.find<QLineEdit>(kMatch, "matchFilter");
-    auto* state = w.find<QComboBox>(kMatch, "stateFilter");
-    name->setText("TRA XANH");
-    QCOMPARE(column(files, MatchModel::kFile), QStringList({"Trà Xanh nhãn.ai"}));
-    name->setText("tra");
-    QCOMPARE(files->model()->rowCount(), 2);
-    QCOMPARE(w.find<QLabel>(kMatch, "matchShown")->text(), QString("2 / 3 tệp"));
-    name->clear();
-    state->setCurrentIndex(state->findData("No Idea"));
-    QCOMPARE(files->model()->rowCount(), 2);
-    QVERIFY(!column(files, MatchModel::kFile).contains("ACME-logo-final.psd"));
-
-    // A selection made through the filter survives the next snapshot.
-    files->selectRow(0);
-    const QString chosen = cell(files, 0, MatchModel::kFile);
-    w.model.scan();
-    QVERIFY(settle(w.model));
-    const auto rows = files->selectionModel()->selectedRows(MatchModel::kFile);
-    QCOMPARE(rows.size(), 1);
-    QCOMPARE(rows.front().data().toString(), chosen);
-}
-
-void GuiTest::statusLogNamesFilesAndKeepsTheLastMessages() {
-    QCOMPARE(StatusLog::withFileNames("Moved /home/a/Sample folders/Downloads/brief v2.pdf to /home/a/Projects/Bloom/Reference."),
-             QString("Moved brief v2.pdf to Reference."));
-    QCOMPARE(StatusLog::withFileNames("Created the project Mango at /p/Mango. Kelo never deletes folders: /x/y, ok"),
-             QString("Created the project Mango at Mango. Kelo never deletes folders: y, ok"));
-    QCOMPARE(StatusLog::withFileNames("50/50 and/or a/b stay"), QString("50/50 and/or a/b stay"));
-
-    StatusLog log;
-    auto* latest = log.findChild<QLabel*>("messageBar");
-    for (int i = 0; i < StatusLog::kKept + 3; ++i) log.showMessages({QString("Renamed /in/file %1.png.").arg(i)});
-    log.showRefusal("Left /in/x.ai where it is: Name conflict: /p/x.ai");
-    QCOMPARE(latest->text(), QString("Left x.ai where it is: Name conflict: x.ai"));
-    QCOMPARE(latest->toolTip(), QString("Left /in/x.ai where it is: Name conflict: /p/x.ai"));
-    QCOMPARE(latest->property("refusal").toBool(), true);
-    const auto& entries = log.entries();
-    QCOMPARE(entries.size(), std::size_t(StatusLog::kKept));
-    QVERIFY(entries.front().refusal);
-    QCOMPARE(entries[1].text, QString("Renamed file 22.png."));  // newest first
-    QVERIFY(!entries[1].refusal);
-    log.showMessages({"Saved /a/x.png.", "Second.", "Third."});  // one line in view, the rest counted
-    QCOMPARE(latest->text(), QString("Saved x.png.  (+2 dòng trong Nhật ký)"));
-    QCOMPARE(log.entries().front().text, QString("Third."));
-    log.findChild<QToolButton*>("closeMessage")->click();
-    QVERIFY(log.isHidden());
-    log.showMessages({});
-    QVERIFY(latest->isHidden());
-    QCOMPARE(log.entries().size(), std::size_t(StatusLog::kKept));  // the log keeps what was said
-}
-
-void GuiTest::progressStripWaitsHalfASecondAndCanStop() {
-    QWidget host;
-    auto* strip = new ProgressStrip(&host);
-    host.show();
-    auto* bar = strip->findChild<QProgressBar*>("busyIndicator");
-    auto* stop = strip->findChild<QPushButton*>("progressStop");
-
-    strip->begin("quick");
-    strip->end();
-    QTest::qWait(ProgressStrip::kDelayMs + 100);
-    QVERIFY(strip->isHidden());  // work that ended at once never flashed
-
-    std::stop_source source;
-    strip->begin("slow", source);
-    QVERIFY(strip->isHidden());
-    QTRY_VERIFY(!strip->isHidden());
-    QCOMPARE(bar->maximum(), 0);  // no counts yet: it runs back and forth
-    strip->report(250, 1000);
-    QCOMPARE(bar->value(), 250);
-    QVERIFY(stop->isVisible() && stop->isEnabled());
-    stop->click();
-    QVERIFY(source.stop_requested());
-    strip->end();
-    QVERIFY(strip->isHidden());
-}
-
-// While the engine is held the window keeps delivering timers and shows the busy
-// strip after half a second; the queued answers then arrive in the order sent.
-void GuiTest::answersArriveInOrderAndTheWindowRunsWhileTheyArePending() {
-    SampleWindow w;
-    w.start();
-    const SnapshotPtr before = w.model.snapshot();
-    QStringList events;
-    connect(&w.model, &AppModel::refused, [&](const QString& message) { events << "refused: " + message; });
-    connect(&w.model, &AppModel::snapshotChanged, [&] { events << "snapshot"; });
-    connect(&w.model, &AppModel::busyChanged, [&](bool busy) { events << (busy ? "busy" : "idle"); });
-
-    // The first command is held on the engine thread so all three are queued before
-    // any answer; the guard lets it go whatever happens, so a failing test never leaves
-    // the engine waiting.
-    std::promise<void> gate;
-    auto open = qScopeGuard([&gate] { gate.set_value(); });
-    w.model.submit("held", [waiter = gate.get_future().share()](Engine& engine) {
-        waiter.wait();
-        return engine.snapshot();
-    });
-    Settings invalid;
-    invalid.thresholds = {70, 70};
-    w.model.updateSettings(invalid);
-    Settings valid;
-    valid.thresholds = {80, 60};
-    w.model.updateSettings(valid);
-
-    auto* indicator = w.window.findChild<QProgressBar*>("busyIndicator");
-    QVERIFY(indicator->isHidden());  // work that ends within half a second shows nothing
-    QTRY_VERIFY(!indicator->isHidden());
-    int ticks = 0;
-    QTimer timer;
-    connect(&timer, &QTimer::timeout, [&] { ++ticks; });
-    timer.start(5);
-    QVERIFY(QTest::qWaitFor([&] { return ticks >= 5; }, 5000));
-    QVERIFY(w.model.busy());
-    QCOMPARE(w.model.snapshot(), before);
-
-    open.dismiss();
-    gate.set_value();
-    QVERIFY(settle(w.model));
-    QVERIFY(indicator->isHidden());
-    const QString refusal = QString::fromUtf8(kInvalidThresholdsMessage.data(), kInvalidThresholdsMessage.size());
-    QCOMPARE(events, QStringList({"busy", "snapshot", "refused: " + refusal, "snapshot", "idle"}));
-    QCOMPARE(w.model.snapshot()->state->settings.thresholds, (Thresholds{80, 60}));
-    QVERIFY(w.model.refusal().isEmpty());
-}
-
-void GuiTest::closingHidesOrMinimisesAndLaunchAtLoginWritesTheAutostartEntry() {
-    SampleWindow w;
-    auto* option = w.find<QCheckBox>(kSettings, "hideWhenClosed");
-    QVERIFY(option->isChecked());  // hiding is the default
-
-    w.window.show();
-    QVERIFY(w.window.close());
-    QVERIFY(!w.window.isVisible());
-
-    option->setChecked(false);
-    QCOMPARE(QSettings().value("kelo_hide_dock_when_closed").toBool(), false);
-    QVERIFY(!BackgroundMode::hideWhenClosed());
-    w.window.show();
-    QVERIFY(!w.window.close());  // refused: the w.window stays, minimised
-    QVERIFY(w.window.isVisible());
-    QVERIFY(w.window.windowState() & Qt::WindowMinimized);
-
-    option->setChecked(true);
-    QVERIFY(BackgroundMode::hideWhenClosed());
-
-    auto* launch = w.find<QCheckBox>(kSettings, "launchAtLogin");
-    const QString entry = qEnvironmentVariable("XDG_CONFIG_HOME") + "/autostart/kelo.desktop";
-    QVERIFY(!launch->isChecked());
-
-    launch->click();
-    QVERIFY(launch->isChecked());
-    QFile file(entry);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QString content = QString::fromUtf8(file.readAll());
-    QVERIFY(content.startsWith("[Desktop Entry]\n"));
-    QVERIFY(content.contains("Exec=\"" + QCoreApplication::applicationFilePath() + "\"\n"));
-    QVERIFY(!content.contains("Icon="));  // a build is not in the icon theme
-
-    // An installed copy is started by its installed path, even when it was reached
-    // through a link; any other copy by the path it runs from.
-    QTemporaryDir prefix;
-    QVERIFY(QDir(prefix.path()).mkpath("bin"));
-    QVERIFY(QFile(prefix.filePath("bin/kelo-gui")).open(QIODevice::WriteOnly));
-    QVERIFY(QFile::link(prefix.filePath("bin"), prefix.filePath("alias")));
-    QCOMPARE(BackgroundMode::autostartProgram(prefix.filePath("alias/kelo-gui"), prefix.filePath("bin")),
-             prefix.filePath("bin/kelo-gui"));
-    QCOMPARE(BackgroundMode::autostartProgram("/build/gui/kelo-gui", prefix.filePath("bin")), "/build/gui/kelo-gui");
-
-    launch->click();
-    QVERIFY(!launch->isChecked());
-    QVERIFY(!QFile::exists(entry));
-
-    // When the entry cannot be written the box shows the truth, not the wish.
-    const QString folder = qEnvironmentVariable("XDG_CONFIG_HOME") + "/autostart";
-    QVERIFY(QDir(folder).removeRecursively());
-    {
-        QFile blocker(folder);
-        QVERIFY(blocker.open(QIODevice::WriteOnly));
-    }
-    launch->click();
-    QVERIFY(!launch->isChecked());
-    QVERIFY(!BackgroundMode::isLaunchAtLoginEnabled());
-    QVERIFY(QFile::remove(folder));
-}
-
-void GuiTest::historyShowsFiftyBatchesAtATime() {
-    std::vector<HistoryBatch> history;
-    for (int i = 0; i < 120; ++i) {
-        HistoryBatch batch;
-        batch.id = Uuid::random();
-        batch.date = Date::fromUnix(1700000000.0 - i * 60);
-        batch.moved = i;
-        batch.canUndo = i % 2 == 0;
-        batch.indices = {0, 1, 2};
-        batch.names = {"f" + std::to_string(i) + ".png"};
-        history.push_back(batch);
-    }
-    Snapshot snapshot;
-    snapshot.state = std::make_shared<AppState>();
-    snapshot.history = std::make_shared<const HistoryList>(HistoryList::newestFirst(history));
-
-    AppModel model;
-    HistoryPage page(model);
-    page.render(&snapshot, true);
-    auto* table = page.findChild<QTableWidget*>("historyTable");
-    auto* more = page.findChild<QPushButton*>("moreHistory");
-    QCOMPARE(table->rowCount(), 50);
-    QCOMPARE(more->text(), QString("Thêm 50 lượt (70)"));
-    QVERIFY(!more->isHidden());
-    QCOMPARE(table->item(0, 1)->text(), QString("f0.png và 2 tệp khác"));
-    QCOMPARE(table->item(0, 2)->text(), QString("0"));  // newest first, as the engine ordered them
-    QCOMPARE(table->item(49, 2)->text(), QString("49"));
-    for (int row = 0; row < 4; ++row) QCOMPARE(table->cellWidget(row, 7) != nullptr, row % 2 == 0);
-
-    more->click();
-    QCOMPARE(table->rowCount(), 100);
-    QCOMPARE(more->text(), QString("Thêm 50 lượt (20)"));
-    more->click();
-    QCOMPARE(table->rowCount(), 120);
-    QVERIFY(more->isHidden());
-    QCOMPARE(table->item(119, 2)->text(), QString("119"));
-}
-
-void GuiTest::refusedThresholdsAreShownVerbatimAndKeepTheOldSettings() {
-    SampleWindow w;
-    w.start();
-    QWidget* settings = w.page(kSettings);
-    settings->findChild<QSpinBox*>("readyThreshold")->setValue(70);
-    settings->findChild<QSpinBox*>("probablyThreshold")->setValue(70);
-    settings->findChild<QPushButton*>("saveSettings")->click();
-    QVERIFY(settle(w.model));
-
-    auto* bar = w.window.findChild<QLabel*>("messageBar");
-    QCOMPARE(bar->text(), QString::fromUtf8(kInvalidThresholdsMessage.data(), kInvalidThresholdsMessage.size()));
-    QVERIFY(!bar->isHidden());
-    QCOMPARE(settings->findChild<QSpinBox*>("readyThreshold")->value(), 70);  // left for the user to correct
-
-    // A valid change goes through and clears the refusal.
-    settings->findChild<QSpinBox*>("readyThreshold")->setValue(85);
-    settings->findChild<QCheckBox*>("dryRun")->setChecked(false);
-    settings->findChild<QLineEdit*>("displayName")->setText("  Lan   Anh ");
-    settings->findChild<QLineEdit*>("namingDetail")->setText("  Ban in ");
-    auto* preset = settings->findChild<QComboBox*>("usagePreset");
-    preset->setCurrentIndex(preset->findData(static_cast<int>(UsagePreset::personal)));
-    settings->findChild<QPushButton*>("saveSettings")->click();
-    QVERIFY(settle(w.model));
-    const Settings& saved = w.model.snapshot()->state->settings;
-    QCOMPARE(saved.thresholds.ready, 85);
-    QCOMPARE(saved.thresholds.probably, 70);
-    QVERIFY(!saved.dryRun);
-    QCOMPARE(saved.displayName, std::optional<std::string>("Lan Anh"));
-    QCOMPARE(saved.namingDetail, std::optional<std::string>("Ban in"));
-    QCOMPARE(saved.usagePreset, std::optional(UsagePreset::personal));
-    QVERIFY(w.model.refusal().isEmpty());
-    QVERIFY(bar->isHidden());
-}
-
-void GuiTest::failedStartupShowsTheReasonAndDisablesActions() {
-    SampleWindow w;
-    writeFile(w.root / "data/state.json", "{ not json");
-    w.model.start(w.root / "data");
-    w.model.updateSettings(Settings{});  // sent while the engine is still starting
-    QVERIFY(settle(w.model));
-
-    QVERIFY(!w.model.canOperate());
-    QVERIFY(w.model.startupFailure().startsWith(
-        QString::fromUtf8(kStartupFailurePrefix.data(), kStartupFailurePrefix.size())));
-    QVERIFY(w.model.startupFailure().size() > static_cast<qsizetype>(kStartupFailurePrefix.size()));
-    auto* banner = w.window.findChild<QLabel*>("startupBanner");
-    QVERIFY(!banner->isHidden());
-    QCOMPARE(banner->text(), w.model.startupFailure());
-    QCOMPARE(w.model.refusal(), w.model.startupFailure());
-    QVERIFY(w.model.snapshot() == nullptr);
-    for (QPushButton* button : w.window.findChildren<QPushButton*>())
-        if (button->objectName() != "moreHistory") QVERIFY2(!button->isEnabled(), qPrintable(button->text()));
-
-    // A command sent anyway is refused with the same reason, not queued.
-    w.model.scan();
-    QVERIFY(!w.model.busy());
-    QCOMPARE(w.model.refusal(), w.model.startupFailure());
-}
-
-// The preset chosen on the first run is kept, and the dialog is not offered again
-// once it was finished.
-void GuiTest::onboardingStoresThePresetAndIsNotOfferedAgain() {
-    SampleWindow w;
-    w.start();
-    QVERIFY(OnboardingDialog::needed(*w.model.snapshot()));
-    OnboardingDialog dialog(w.model);
-    QVERIFY(dialog.findChild<QRadioButton*>("preset_design")->isChecked());  // the default
-    dialog.findChild<QRadioButton*>("preset_study")->setChecked(true);
-    dialog.findChild<QPushButton*>("startButton")->click();
-    QVERIFY(settle(w.model));
-    QCOMPARE(dialog.result(), int(QDialog::Accepted));
-    QVERIFY(!OnboardingDialog::needed(*w.model.snapshot()));
-    QCOMPARE(w.model.snapshot()->state->settings.usagePreset, std::optional(UsagePreset::study));
-}
-
-void GuiTest::secondLaunchRaisesTheFirstWindow() {
-    SampleWindow w;
-    QVERIFY(!w.window.isVisible());
-    const QString name = SingleInstance::serverNameFor(w.root / "data");
-    QVERIFY(!SingleInstance::askRunningToShow(name, 200));  // nobody listens yet
-
-    SingleInstance running(name, [&w] { w.window.showAndRaise(); });
-    QVERIFY(running.listening());
-    // The second launch blocks on its socket, so it runs on its own thread.
-    auto second = std::async(std::launch::async, [name] { return SingleInstance::askRunningToShow(name); });
-    QVERIFY(
-        QTest::qWaitFor([&] { return second.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }, 10000));
-    QVERIFY(second.get());
-    QVERIFY(w.window.isVisible());
-    QVERIFY(!w.window.isMinimized());
-}
 
 KELO_ISOLATED_TEST_MAIN(GuiTest)
 

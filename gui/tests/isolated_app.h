@@ -18,13 +18,18 @@ inline bool settle(AppModel& model) {
     return QTest::qWaitFor([&] { return !model.busy(); }, 20000);
 }
 
-// What a table shows in one cell, and down one column, whatever model it has.
+// What a table shows in one cell, and down one column (or any list sorted), whatever model it has.
 inline QString cell(const QTableView* table, int row, int col) {
     return table->model()->index(row, col).data().toString();
 }
 inline QStringList column(const QTableView* table, int col) {
     QStringList values;
     for (int row = 0; row < table->model()->rowCount(); ++row) values << cell(table, row, col);
+    return values;
+}
+
+inline QStringList sorted(QStringList values) {
+    values.sort();
     return values;
 }
 
