@@ -3,16 +3,13 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <linux/fs.h>
-#include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
 #include <filesystem>
-#include <functional>
 #include <iostream>
-#include <system_error>
 #include <thread>
 
 #include "model/kelo_error.h"
@@ -42,6 +39,12 @@ protected:
     fs::path inbox = dir / "Inbox";
     fs::path job = dir / "Jobs" / "Hydro" / "Export";
     std::size_t descriptorsBefore = 0;
+    FileOperator op;
+
+    // Moves `source` as it is now, with `with`.
+    static void move(const fs::path& source, const fs::path& destination, const FileOperator& with = FileOperator()) {
+        with.moveWithoutReplacement(source, destination, Metadata::identity(source));
+    }
 
     void SetUp() override {
         fs::create_directories(inbox);
@@ -53,12 +56,11 @@ protected:
 
 TEST_F(FileOperatorTest, MovesAcrossFoldersAndRenamesInPlace) {
     writeFile(inbox / "poster.png", "pixels");
-    FileOperator op;
-    op.moveWithoutReplacement(inbox / "poster.png", job / "poster.png", Metadata::identity(inbox / "poster.png"));
+    move(inbox / "poster.png", job / "poster.png");
     EXPECT_FALSE(fs::exists(inbox / "poster.png"));
     EXPECT_EQ(readFile(job / "poster.png"), "pixels");
 
-    op.moveWithoutReplacement(job / "poster.png", job / "HY-Poster-01.png", Metadata::identity(job / "poster.png"));
+    move(job / "poster.png", job / "HY-Poster-01.png");
     EXPECT_EQ(readFile(job / "HY-Poster-01.png"), "pixels");
     EXPECT_FALSE(fs::exists(job / "poster.png"));
 }
@@ -66,16 +68,13 @@ TEST_F(FileOperatorTest, MovesAcrossFoldersAndRenamesInPlace) {
 TEST_F(FileOperatorTest, NeverReplacesAnExistingDestination) {
     writeFile(inbox / "a.pdf", "new");
     writeFile(job / "a.pdf", "old");
-    FileOperator op;
-    EXPECT_EQ(
-        systemErrorOf([&] { op.moveWithoutReplacement(inbox / "a.pdf", job / "a.pdf", Metadata::identity(inbox / "a.pdf")); }),
-        EEXIST);
+    EXPECT_EQ(systemErrorOf([&] { move(inbox / "a.pdf", job / "a.pdf"); }), EEXIST);
     EXPECT_EQ(readFile(inbox / "a.pdf"), "new");
     EXPECT_EQ(readFile(job / "a.pdf"), "old");
     // An empty folder at the destination name is not replaced either.
     fs::create_directory(job / "b");
     writeFile(inbox / "b", "file");
-    EXPECT_NE(systemErrorOf([&] { op.moveWithoutReplacement(inbox / "b", job / "b", Metadata::identity(inbox / "b")); }), 0);
+    EXPECT_NE(systemErrorOf([&] { move(inbox / "b", job / "b"); }), 0);
     EXPECT_EQ(readFile(inbox / "b"), "file");
 }
 
@@ -85,7 +84,6 @@ TEST_F(FileOperatorTest, FileSwappedInBeforeTheRenameIsPutBackAndRefused) {
     writeFile(inbox / "brief.pdf", "the client's brief");
     writeFile(inbox / "decoy", "decoy");
     const FileIdentity planned = Metadata::identity(inbox / "brief.pdf");
-    FileOperator op;
     op.setBeforeRenameForTesting([&] {
         fs::rename(inbox / "brief.pdf", inbox / "elsewhere.pdf");
         fs::rename(inbox / "decoy", inbox / "brief.pdf");
@@ -101,7 +99,6 @@ TEST_F(FileOperatorTest, FileSwappedInBeforeTheRenameIsPutBackAndRefused) {
 // The same race for real: a thread keeps exchanging the source with a decoy while
 // moves run. A move that returns must have moved the planned file.
 TEST_F(FileOperatorTest, SwappingThreadNeverGetsADecoyMovedAsTheFile) {
-    FileOperator op;
     int refused = 0;
     for (int round = 0; round < 300; ++round) {
         const fs::path source = inbox / "art.png";
@@ -134,7 +131,6 @@ TEST_F(FileOperatorTest, ChangedSourceIsLeftUntouched) {
     writeFile(inbox / "a.psd", "v1");
     const FileIdentity planned = Metadata::identity(inbox / "a.psd");
     writeFile(inbox / "a.psd", "version two");  // rewritten after planning
-    FileOperator op;
     EXPECT_EQ(refusalOf([&] { op.moveWithoutReplacement(inbox / "a.psd", job / "a.psd", planned); }),
               "Source identity changed immediately before move. File left untouched.");
     EXPECT_TRUE(fs::exists(inbox / "a.psd"));
@@ -149,7 +145,6 @@ TEST_F(FileOperatorTest, RefusesPathsThroughSymbolicLinks) {
     writeFile(inbox / "a.pdf", "x");
     fs::create_directory_symlink(dir / "Jobs", dir / "Linked");
     fs::create_directory_symlink(inbox, dir / "InboxLink");
-    FileOperator op;
     const FileIdentity id = Metadata::identity(inbox / "a.pdf");
     EXPECT_NE(
         systemErrorOf([&] { op.moveWithoutReplacement(inbox / "a.pdf", dir / "Linked" / "Hydro" / "a.pdf", id); }), 0);
@@ -163,24 +158,18 @@ TEST_F(FileOperatorTest, RefusesPathsThroughSymbolicLinks) {
 TEST_F(FileOperatorTest, FailedFolderSyncIsReportedAfterTheMove) {
     writeFile(inbox / "a.pdf", "x");
     int syncs = 0;
-    FileOperator op([&](int) {
-        ++syncs;
-        errno = EIO;
-        return -1;
-    });
-    EXPECT_EQ(
-        refusalOf([&] { op.moveWithoutReplacement(inbox / "a.pdf", job / "a.pdf", Metadata::identity(inbox / "a.pdf")); }),
-        "Move occurred but directory synchronization failed. Inspect recovery before continuing.");
+    const FileOperator failing([&](int) { return ++syncs, errno = EIO, -1; });
+    EXPECT_EQ(refusalOf([&] { move(inbox / "a.pdf", job / "a.pdf", failing); }),
+              "Move occurred but directory synchronization failed. Inspect recovery before continuing.");
     EXPECT_TRUE(fs::exists(job / "a.pdf"));
     EXPECT_EQ(syncs, 2);  // both folders were still flushed
 
-    EXPECT_EQ(refusalOf([&] { op.createDirectoryWithoutReplacement(job / "New"); }),
+    EXPECT_EQ(refusalOf([&] { failing.createDirectoryWithoutReplacement(job / "New"); }),
               "Directory created but synchronization failed.");
     EXPECT_TRUE(fs::is_directory(job / "New"));
 }
 
 TEST_F(FileOperatorTest, CreatesFolderOnlyWhenTheNameIsFree) {
-    FileOperator op;
     const mode_t previous = ::umask(0);
     op.createDirectoryWithoutReplacement(job / "Bìa");
     ::umask(previous);

@@ -8,7 +8,6 @@
 #include <memory>
 #include <system_error>
 
-#include "model/kelo_error.h"
 #include "operations/operation_journal.h"
 #include "support/log_kill_harness.h"
 #include "support/refusal.h"
@@ -21,22 +20,20 @@ using testing::readFile;
 using testing::refusalOf;
 using testing::TempDir;
 using testing::writeFile;
+namespace fs = std::filesystem;
 
-PlannedOperation makeOperation(const Uuid& batch, int n) {
-    PlannedOperation op;
-    op.id = Uuid::random();
-    op.batchID = batch;
-    op.source = "/inbox/file " + std::to_string(n) + ".pdf";
-    op.destination = "/home/Job/Reference/file " + std::to_string(n) + ".pdf";
-    op.expected = FileIdentity{1, static_cast<std::uint64_t>(100 + n), 5, Date{7.5}};
-    op.type = OperationType::move;
-    return op;
-}
+const std::string kNotDurable =
+    "The journal could not be made durable. Nothing more is recorded until it is written again.";
 
+// `count` moves of one new batch.
 std::vector<PlannedOperation> makeBatch(int count) {
     const Uuid batch = Uuid::random();
     std::vector<PlannedOperation> ops;
-    for (int i = 0; i < count; ++i) ops.push_back(makeOperation(batch, i));
+    for (int n = 0; n < count; ++n)
+        ops.push_back({Uuid::random(), batch, "/inbox/file " + std::to_string(n) + ".pdf",
+                       "/home/Job/Reference/file " + std::to_string(n) + ".pdf",
+                       FileIdentity{1, static_cast<std::uint64_t>(100 + n), 5, Date{7.5}}, OperationType::move,
+                       std::nullopt});
     return ops;
 }
 
@@ -47,7 +44,7 @@ OperationJournal::Clock fixedClock() {
 class JournalTest : public ::testing::Test {
 protected:
     TempDir dir;
-    std::filesystem::path path = dir / "journal.json";
+    fs::path path = dir / "journal.json";
 };
 
 TEST_F(JournalTest, PrepareRecordsPlannedEntriesAndMarksSetStatusAndOutcome) {
@@ -86,15 +83,11 @@ TEST_F(JournalTest, RefusalsChangeNothing) {
     const JournalDocument before = journal.document();
     const std::string logBefore = readFile(journal.logUrl());
 
-    EXPECT_EQ(refusalOf([&] { journal.prepare(ops); }), "Operation already recorded. Generate a fresh plan.");
-    // One fresh operation followed by a recorded one: the whole list is refused.
-    auto mixed = makeBatch(1);
-    mixed.push_back(ops[0]);
-    EXPECT_EQ(refusalOf([&] { journal.prepare(mixed); }), "Operation already recorded. Generate a fresh plan.");
-    // The same id twice within one list breaks the one-entry-per-id rule as well.
-    auto twice = makeBatch(1);
-    twice.push_back(twice[0]);
-    EXPECT_EQ(refusalOf([&] { journal.prepare(twice); }), "Operation already recorded. Generate a fresh plan.");
+    // A fresh operation followed by a recorded one refuses the whole list; so does one id twice in a list.
+    auto mixed = makeBatch(1), twice = makeBatch(1);
+    mixed.push_back(ops[0]), twice.push_back(twice[0]);
+    for (const auto& list : {ops, mixed, twice})
+        EXPECT_EQ(refusalOf([&] { journal.prepare(list); }), "Operation already recorded. Generate a fresh plan.");
     EXPECT_EQ(refusalOf([&] { journal.mark(Uuid::random(), OperationStatus::started); }),
               "Operation missing from journal.");
 
@@ -126,10 +119,9 @@ TEST_F(JournalTest, TheLogIsKeptAcrossBatchesAndRestartsUntilAFoldIsDue) {
     journal = std::make_unique<OperationJournal>(path, fixedClock());
     EXPECT_EQ(journal->entry(ops[1].id)->status, OperationStatus::started);
 
-    while (std::filesystem::file_size(journal->logUrl()) < OperationJournal::kFoldMinimum)
-        journal->prepare(makeBatch(50));
+    while (fs::file_size(journal->logUrl()) < OperationJournal::kFoldMinimum) journal->prepare(makeBatch(50));
     journal->settle();
-    EXPECT_EQ(std::filesystem::file_size(journal->logUrl()), 0u);
+    EXPECT_EQ(fs::file_size(journal->logUrl()), 0u);
     EXPECT_EQ(decodeValue<JournalDocument>(parseDocument(readFile(path))), journal->document());
 }
 
@@ -197,14 +189,13 @@ TEST_F(JournalTest, TornLastRecordIsDroppedAndAnyOtherDamageIsRefused) {
             [&] { journal.mark(ops[0].id, OperationStatus::completed); },
             [&] { journal.mark(ops[1].id, OperationStatus::failed, "Name conflict: a.pdf already exists."); },
             [&] { journal.mark(older[0].id, OperationStatus::undone); },
+            [] {},  // notes where the log ends
         };
         for (const auto& step : steps) {
             states.push_back(journal.document());
-            starts.push_back(std::filesystem::file_size(journal.logUrl()));
+            starts.push_back(fs::file_size(journal.logUrl()));
             step();
         }
-        states.push_back(journal.document());
-        starts.push_back(std::filesystem::file_size(journal.logUrl()));
     }
     const std::string log = readFile(dir / "journal.log");
     ASSERT_EQ(log.size(), starts.back());
@@ -225,9 +216,9 @@ TEST_F(JournalTest, TornLastRecordIsDroppedAndAnyOtherDamageIsRefused) {
             std::string damaged = log;
             damaged[at] ^= 0x20;
             writeFile(dir / "journal.log", damaged);
-            EXPECT_EQ(refusalOf([&] { OperationJournal(path, fixedClock()); }),
-                      "The journal's log is damaged. Operations disabled; journal.json and its log were left as they "
-                      "are.")
+            EXPECT_EQ(
+                refusalOf([&] { OperationJournal(path, fixedClock()); }),
+                "The journal's log is damaged. Operations disabled; journal.json and its log were left as they are.")
                 << "record " << record << ", byte " << at;
             EXPECT_EQ(readFile(path), document);
             EXPECT_EQ(readFile(dir / "journal.log"), damaged);
@@ -262,7 +253,7 @@ TEST_F(JournalTest, LeftoverLogsAreHarmless) {
     writeFile(dir / "journal.log", std::string("\x20\x00\x00\x00garbage", 11));
     {
         OperationJournal journal(path, fixedClock());
-        EXPECT_EQ(std::filesystem::file_size(journal.logUrl()), 0u);
+        EXPECT_EQ(fs::file_size(journal.logUrl()), 0u);
         journal.mark(ops[1].id, OperationStatus::started);
     }
     OperationJournal reopened(path, fixedClock());
@@ -300,11 +291,11 @@ TEST_F(JournalTest, UntrustworthyFilesAreRefusedAndLeftAsTheyWere) {
     };
     for (const auto& c : cases) {
         writeFile(path, c.document);
-        std::filesystem::remove(dir / "journal.log");
+        fs::remove(dir / "journal.log");
         if (c.log) writeFile(dir / "journal.log", *c.log);
         EXPECT_EQ(refusalOf([&] { OperationJournal(path, fixedClock()); }), c.refusal);
         EXPECT_EQ(readFile(path), c.document);
-        EXPECT_EQ(std::filesystem::exists(dir / "journal.log"), c.log.has_value()) << c.refusal;
+        EXPECT_EQ(fs::exists(dir / "journal.log"), c.log.has_value()) << c.refusal;
         EXPECT_EQ(c.log ? readFile(dir / "journal.log") : "", c.log.value_or(""));
     }
 }
@@ -332,7 +323,7 @@ TEST_F(JournalTest, FailedSyncIsReportedAndNeverRetriedIntoSuccess) {
     const int kSteps = 7;  // one prepare and six marks
     for (int failing = 1; failing <= kSteps; ++failing) {
         SCOPED_TRACE("failing sync " + std::to_string(failing));
-        std::filesystem::remove_all(dir.path()), std::filesystem::create_directory(dir.path());
+        fs::remove_all(dir.path()), fs::create_directory(dir.path());
         FaultyCalls faults;
         faults.failFsyncAt = failing;
         JournalDocument acknowledged;
@@ -359,11 +350,8 @@ TEST_F(JournalTest, FailedSyncIsReportedAndNeverRetriedIntoSuccess) {
             ASSERT_EQ(step, failing - 1);
             EXPECT_EQ(journal.document(), acknowledged);  // memory keeps only what was acknowledged
             const int syncsSoFar = faults.fsyncs;
-            for (int later = step; later < kSteps; ++later) {
-                EXPECT_EQ(refusalOf(steps[static_cast<std::size_t>(later)]),
-                          "The journal could not be made durable. Nothing more is recorded until it is written "
-                          "again.");
-            }
+            for (int later = step; later < kSteps; ++later)
+                EXPECT_EQ(refusalOf(steps[static_cast<std::size_t>(later)]), kNotDurable);
             EXPECT_EQ(faults.fsyncs, syncsSoFar);  // nothing was synced again
             EXPECT_EQ(journal.document(), acknowledged);
             // The record whose sync failed may still have reached the disk.
@@ -372,9 +360,8 @@ TEST_F(JournalTest, FailedSyncIsReportedAndNeverRetriedIntoSuccess) {
         }
         // Whatever the disk kept, nothing acknowledged is lost and nothing is half-applied.
         EXPECT_TRUE(attempted.entries.size() >= acknowledged.entries.size());
-        for (std::size_t i = 0; i < acknowledged.entries.size(); ++i) {
+        for (std::size_t i = 0; i < acknowledged.entries.size(); ++i)
             EXPECT_EQ(attempted.entries[i].operation, acknowledged.entries[i].operation);
-        }
     }
 }
 
@@ -388,14 +375,13 @@ TEST_F(JournalTest, DeferredMarkRidesOnTheNextSync) {
     journal.prepare(ops);
     journal.mark(ops[0].id, OperationStatus::started);
     const int before = faults.fsyncs;
-    const auto logSize = std::filesystem::file_size(journal.logUrl());
+    const auto logSize = fs::file_size(journal.logUrl());
     journal.mark(ops[0].id, OperationStatus::completed, std::nullopt, std::nullopt, JournalLog::Sync::withNext);
     EXPECT_EQ(faults.fsyncs, before);
-    EXPECT_GT(std::filesystem::file_size(journal.logUrl()), logSize);  // written at once
+    EXPECT_GT(fs::file_size(journal.logUrl()), logSize);  // written at once
     journal.mark(ops[1].id, OperationStatus::started);
-    EXPECT_EQ(faults.fsyncs, before + 1);  // one sync for both records
-    const auto records = JournalLog::read(readFile(journal.logUrl())).records;
-    EXPECT_EQ(records.size(), 4u);  // prepare, started, completed, started
+    EXPECT_EQ(faults.fsyncs, before + 1);                                        // one sync for both records
+    EXPECT_EQ(JournalLog::read(readFile(journal.logUrl())).records.size(), 4u);  // prepare, started, completed, started
 
     journal.mark(ops[1].id, OperationStatus::completed, std::nullopt, std::nullopt, JournalLog::Sync::withNext);
     journal.checkpoint();  // the fold carries the waiting mark
@@ -421,12 +407,11 @@ TEST_F(JournalTest, AFailedAppendOrCheckpointStopsRecordingUntilACheckpointSucce
         journal.mark(ops[1].id, OperationStatus::started);
 
         // A folder where the fresh log should go makes the second step of the fold fail.
-        std::filesystem::remove(journal.logUrl());
-        std::filesystem::create_directory(journal.logUrl());
+        fs::remove(journal.logUrl());
+        fs::create_directory(journal.logUrl());
         EXPECT_ANY_THROW(journal.checkpoint());
-        EXPECT_EQ(refusalOf([&] { journal.mark(ops[2].id, OperationStatus::started); }),
-                  "The journal could not be made durable. Nothing more is recorded until it is written again.");
-        std::filesystem::remove(journal.logUrl());
+        EXPECT_EQ(refusalOf([&] { journal.mark(ops[2].id, OperationStatus::started); }), kNotDurable);
+        fs::remove(journal.logUrl());
         journal.checkpoint();
         journal.mark(ops[2].id, OperationStatus::started);
     }
@@ -446,34 +431,35 @@ using Step = std::function<void(OperationJournal&)>;
 std::vector<Step> makeSteps() {
     const auto first = makeBatch(3);
     const auto second = makeBatch(3);
-    std::vector<Step> steps;
-    steps.push_back([first](OperationJournal& j) { j.prepare(first); });
-    for (const auto& op : first) {
-        steps.push_back([id = op.id](OperationJournal& j) { j.mark(id, OperationStatus::started); });
-        steps.push_back([id = op.id](OperationJournal& j) { j.mark(id, OperationStatus::completed); });
-    }
+    const auto mark = [](const Uuid& id, OperationStatus status, std::optional<std::string> error = std::nullopt) {
+        return [=](OperationJournal& j) { j.mark(id, status, error); };
+    };
+    std::vector<Step> steps{[first](OperationJournal& j) { j.prepare(first); }};
+    for (const auto& op : first)
+        steps.insert(steps.end(), {mark(op.id, OperationStatus::started), mark(op.id, OperationStatus::completed)});
     steps.push_back([](OperationJournal& j) { j.checkpoint(); });
     steps.push_back([second](OperationJournal& j) { j.prepare(second); });
-    for (const auto& op : second) {
-        steps.push_back([id = op.id](OperationJournal& j) { j.mark(id, OperationStatus::started); });
-        steps.push_back([id = op.id](OperationJournal& j) {
-            j.mark(id, OperationStatus::failed, "Interrupted operation; no retry. Inspect source and destination.");
-        });
-    }
-    steps.push_back([id = first[0].id](OperationJournal& j) { j.mark(id, OperationStatus::undone); });
+    for (const auto& op : second)
+        steps.insert(steps.end(), {mark(op.id, OperationStatus::started),
+                                   mark(op.id, OperationStatus::failed,
+                                        "Interrupted operation; no retry. Inspect source and destination.")});
+    steps.push_back(mark(first[0].id, OperationStatus::undone));
     steps.push_back([](OperationJournal& j) { j.checkpoint(); });
     return steps;
+}
+
+// Runs `steps` on `journal`, calling `begin(i)` before step i.
+void runSteps(const std::vector<Step>& steps, OperationJournal& journal, const testing::ReportingChild::Report& begin) {
+    for (std::size_t i = 0; i < steps.size(); ++i) begin(i), steps[i](journal);
 }
 
 // The document after each number of steps, from a run that is not killed.
 std::vector<JournalDocument> statesAfterEachStep(const std::vector<Step>& steps) {
     testing::TempDir dir;
     OperationJournal journal(dir / "journal.json", fixedClock());
-    std::vector<JournalDocument> states{journal.document()};
-    for (const Step& step : steps) {
-        step(journal);
-        states.push_back(journal.document());
-    }
+    std::vector<JournalDocument> states;
+    runSteps(steps, journal, [&](std::size_t) { states.push_back(journal.document()); });
+    states.push_back(journal.document());
     return states;
 }
 
@@ -487,10 +473,7 @@ TEST(JournalCrashTest, KilledWriterLosesNothingAcknowledged) {
         // Step i begins once the journal is open and i steps are acknowledged.
         testing::ReportingChild child([&](const testing::ReportingChild::Report& begin) {
             OperationJournal journal(dir / "journal.json", fixedClock());
-            for (std::size_t i = 0; i < steps.size(); ++i) {
-                begin(i);
-                steps[i](journal);
-            }
+            runSteps(steps, journal, begin);
             begin(steps.size());
         });
         ASSERT_TRUE(child.awaitReports(acknowledged + 1)) << "the writer failed before it was killed";
@@ -512,14 +495,11 @@ TEST(JournalCrashTest, KillsInsideAnAppendLoseNothingAcknowledged) {
     const std::vector<Step> steps = makeSteps();
     const std::vector<JournalDocument> states = statesAfterEachStep(steps);
     const int kills = testing::killInsideEveryLogCall(
-        [&](const std::filesystem::path& dir, const LogCalls& calls, const testing::ReportingChild::Report& begin) {
+        [&](const fs::path& dir, const LogCalls& calls, const testing::ReportingChild::Report& begin) {
             OperationJournal journal(dir / "journal.json", fixedClock(), calls);
-            for (std::size_t i = 0; i < steps.size(); ++i) {
-                begin(i);
-                steps[i](journal);
-            }
+            runSteps(steps, journal, begin);
         },
-        [&](const std::filesystem::path& dir, int killAt, std::size_t underWay) {
+        [&](const fs::path& dir, int killAt, std::size_t underWay) {
             OperationJournal reopened(dir / "journal.json", fixedClock());
             ASSERT_TRUE(reopened.isConsistent());
             EXPECT_TRUE(reopened.document() == states[underWay] || reopened.document() == states[underWay + 1])

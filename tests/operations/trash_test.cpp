@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <functional>
 #include <system_error>
 
 #include "model/kelo_error.h"
@@ -28,6 +27,18 @@ using testing::writeFile;
 namespace fs = std::filesystem;
 
 const Date kDeleted = Date::fromUnix(1700000000);
+const std::string kFileScope = "Cấp quyền lại cho thư mục chứa tệp trước khi xóa.";
+const std::string kFileChanged = "Tệp đã thay đổi. Làm mới trước khi xóa.";
+const std::string kOutsideHomes =
+    "Job này nằm ngoài thư mục dự án đang được cấp quyền. Vào Cài đặt → Thư mục → Chọn thư mục chứa job, rồi chọn "
+    "thư mục cha của job này. Không cần cấp quyền toàn bộ ổ đĩa.";
+const std::string kNotDirectChild =
+    "Chỉ xóa thư mục job trực tiếp trong thư mục dự án đã cấp quyền; không xóa thư mục gốc.";
+const std::string kNotOrdinary = "Job không còn là thư mục thông thường. Hãy quét lại.";
+
+std::string linkRefusal(const fs::path& link) {
+    return "Symbolic links are outside Kelo's safe operation scope: " + link.native();
+}
 
 class TrashTest : public ::testing::Test {
 protected:
@@ -35,18 +46,14 @@ protected:
     fs::path home = dir / "home";
     fs::path dataHome = home / ".local" / "share";
     fs::path inbox = dir / "Downloads";
+    const Trash trash{Trash::Environment{dataHome, ::getuid(), [] { return kDeleted; }}};
 
     void SetUp() override { fs::create_directories(inbox); }
-
-    Trash makeTrash() const {
-        return Trash(Trash::Environment{dataHome, ::getuid(), [] { return kDeleted; }});
-    }
 };
 
 TEST_F(TrashTest, HomeTrashRecordsThePathAndRestoresIt) {
     const fs::path item = inbox / "Bìa #1 final.psd";
     writeFile(item, "layers");
-    const Trash trash = makeTrash();
     const TrashedItem trashed = trash.moveToTrash(item);
 
     EXPECT_EQ(trashed, (TrashedItem{item, dataHome / "Trash" / "files" / "Bìa #1 final.psd",
@@ -67,7 +74,6 @@ TEST_F(TrashTest, HomeTrashRecordsThePathAndRestoresIt) {
 }
 
 TEST_F(TrashTest, TakenNamesGetTheNextFreeName) {
-    const Trash trash = makeTrash();
     writeFile(inbox / "report.pdf", "one");
     const TrashedItem first = trash.moveToTrash(inbox / "report.pdf");
     // A leftover item without an info file holds "report 2.pdf".
@@ -132,14 +138,12 @@ TEST_F(TrashTest, InfoFileOfAMoveCutShortIsRemovedAtTheNextStart) {
 }
 
 TEST_F(TrashTest, FailedMoveLeavesNoInfoAndChangedItemStays) {
-    const Trash trash = makeTrash();
     EXPECT_THROW(trash.moveToTrash(inbox / "missing.pdf"), std::system_error);
 
     writeFile(inbox / "a.ai", "v1");
     const FileIdentity planned = Metadata::identity(inbox / "a.ai");
     writeFile(inbox / "a.ai", "version two");
-    EXPECT_EQ(refusalOf([&] { trash.moveToTrash(inbox / "a.ai", planned); }),
-              "Tệp đã thay đổi. Làm mới trước khi xóa.");
+    EXPECT_EQ(refusalOf([&] { trash.moveToTrash(inbox / "a.ai", planned); }), kFileChanged);
     EXPECT_TRUE(fs::exists(inbox / "a.ai"));
     EXPECT_TRUE(fs::is_empty(dataHome / "Trash" / "info"));
     EXPECT_TRUE(fs::is_empty(dataHome / "Trash" / "files"));
@@ -151,7 +155,6 @@ TEST_F(TrashTest, FailedMoveLeavesNoInfoAndChangedItemStays) {
 }
 
 TEST_F(TrashTest, RestoreNeverReplacesAndKeepsTheInfoUntilItSucceeds) {
-    const Trash trash = makeTrash();
     writeFile(inbox / "a.png", "old");
     const TrashedItem trashed = trash.moveToTrash(inbox / "a.png");
     writeFile(inbox / "a.png", "new file with the same name");
@@ -171,7 +174,6 @@ TEST_F(TrashTest, RestoreNeverReplacesAndKeepsTheInfoUntilItSucceeds) {
 }
 
 TEST_F(TrashTest, VolumeTrashUsesStickyDotTrashOrFallsBackToDotTrashUid) {
-    const Trash trash = makeTrash();
     const std::string uid = std::to_string(::getuid());
     const fs::path topdir = dir / "volume";
     fs::create_directories(topdir / "Jobs");
@@ -221,7 +223,6 @@ TEST_F(TrashTest, TrashListSeesKeloItemsAndKeloRestoresThem) {
     if (std::system("command -v trash-list >/dev/null 2>&1") != 0) GTEST_SKIP() << "trash-list is not installed";
     const fs::path item = inbox / "Hydro poster v2.png";
     writeFile(item, "pixels");
-    const Trash trash = makeTrash();
     const TrashedItem trashed = trash.moveToTrash(item);
     const std::string list =
         "HOME='" + home.native() + "' XDG_DATA_HOME='" + dataHome.native() + "' trash-list 2>/dev/null";
@@ -232,15 +233,6 @@ TEST_F(TrashTest, TrashListSeesKeloItemsAndKeloRestoresThem) {
     EXPECT_EQ(testing::runShell(list).output.find(item.native()), std::string::npos);
 }
 
-const std::string kFileScope = "Cấp quyền lại cho thư mục chứa tệp trước khi xóa.";
-const std::string kFileChanged = "Tệp đã thay đổi. Làm mới trước khi xóa.";
-const std::string kOutsideHomes =
-    "Job này nằm ngoài thư mục dự án đang được cấp quyền. Vào Cài đặt → Thư mục → Chọn thư mục chứa job, rồi chọn "
-    "thư mục cha của job này. Không cần cấp quyền toàn bộ ổ đĩa.";
-const std::string kNotDirectChild =
-    "Chỉ xóa thư mục job trực tiếp trong thư mục dự án đã cấp quyền; không xóa thư mục gốc.";
-const std::string kNotOrdinary = "Job không còn là thư mục thông thường. Hãy quét lại.";
-
 class TrashPolicyTest : public ::testing::Test {
 protected:
     TrashPolicyTest() {
@@ -249,10 +241,10 @@ protected:
         scope = AccessScope{{inbox}, {home}};
     }
     std::string fileRefusal(const FileRecord& record) {
-        return testing::refusalOf([&] { TrashPolicy::validateFile(record, scope); });
+        return refusalOf([&] { TrashPolicy::validateFile(record, scope); });
     }
     std::string projectRefusal(const fs::path& folder) {
-        return testing::refusalOf([&] { TrashPolicy::validateProject(Project::make("Job", folder), scope); });
+        return refusalOf([&] { TrashPolicy::validateProject(Project::make("Job", folder), scope); });
     }
 
     TempDir dir;
@@ -272,12 +264,9 @@ TEST_F(TrashPolicyTest, FileMustBeApprovedFreeOfLinksAndUnchanged) {
     fs::create_directory_symlink(inbox, home / "inbox-link");
     FileRecord linked = record;
     linked.url = home / "inbox-link/a.pdf";
-    EXPECT_EQ(fileRefusal(linked),
-              "Symbolic links are outside Kelo's safe operation scope: " + (home / "inbox-link").native());
-
+    EXPECT_EQ(fileRefusal(linked), linkRefusal(home / "inbox-link"));
     linked.url = home / "inbox-link/../../Downloads/a.pdf";
-    EXPECT_EQ(fileRefusal(linked),
-              "Symbolic links are outside Kelo's safe operation scope: " + (home / "inbox-link").native());
+    EXPECT_EQ(fileRefusal(linked), linkRefusal(home / "inbox-link"));
 
     writeFile(inbox / "a.pdf", "rewritten");
     EXPECT_EQ(fileRefusal(record), kFileChanged);
@@ -295,8 +284,7 @@ TEST_F(TrashPolicyTest, OnlyAnOrdinaryJobFolderDirectlyInsideAHome) {
     EXPECT_EQ(projectRefusal(home / "Job/Working"), kNotDirectChild);
 
     fs::create_directory_symlink(home / "Job", home / "Alias");
-    EXPECT_EQ(projectRefusal(home / "Alias"),
-              "Symbolic links are outside Kelo's safe operation scope: " + (home / "Alias").native());
+    EXPECT_EQ(projectRefusal(home / "Alias"), linkRefusal(home / "Alias"));
 
     writeFile(home / "loose.pdf", "x");
     EXPECT_EQ(projectRefusal(home / "loose.pdf"), kNotOrdinary);
