@@ -12,7 +12,6 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QTimer>
-#include <QtTest>
 
 #include "gui/match_model.h"
 #include "gui/match_page.h"
@@ -21,7 +20,6 @@
 #include "gui/rename_dialog.h"
 #include "gui/settings_page.h"
 #include "gui/tests/sample_window.h"
-#include "support/temp_dir.h"
 
 using kelo::testing::writeFile;
 using namespace kelo;
@@ -59,306 +57,291 @@ class ActionsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void sampleFoldersAreApprovedAndCleanMovesTheirReadyFilesAfterConfirmation();
-    void sortKeepBothAndTrashEachPutBackFromHistory();
-    void confirmRejectLeaveAloneAndRestore();
-    void renameComposesTheReviewedNameAndGroupingGoesIntoAProject();
-    void projectArchiveReopenAliasesNewProjectAndTrash();
-    void nameSuggestionsAndClusters();
-    void reconnectFindsAMovedInboxAgain();
-    void filesDroppedAreSelectedAndRowsDroppedOnAProjectSortedThenCtrlZ();
-};
+    // The samples are made in a folder of their own, approved, and classified; the
+    // Overview counts the Ready ones, previews where each will go, and cleans them.
+    void sampleFoldersAreApprovedAndCleanMovesTheirReadyFilesAfterConfirmation() {
+        SampleWindow w;
+        w.openSamples();
+        // Nothing outside the data directory, which holds the samples too.
+        QCOMPARE(QDir(QString::fromStdString(w.root.path())).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+                 QStringList({"data"}));
+        QCOMPARE(w.inbox.parent_path().parent_path(), w.root / "data/Sample folders");
+        QCOMPARE(w.model.snapshot()->state->grants.size(), std::size_t(2));
+        QVERIFY(!w.sampleMessages.empty());
+        QCOMPARE(w.sampleMessages.front(), text::kSamplesCreated + w.inbox.parent_path().string());
+        QVERIFY(w.sampleNoteShown);
 
-// The samples are made in a folder of their own, approved, and classified; the
-// Overview counts the Ready ones, previews where each will go, and cleans them.
-void ActionsTest::sampleFoldersAreApprovedAndCleanMovesTheirReadyFilesAfterConfirmation() {
-    SampleWindow w;
-    w.openSamples();
-    // Nothing outside the data directory, which holds the samples too.
-    QCOMPARE(QDir(QString::fromStdString(w.root.path())).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
-             QStringList({"data"}));
-    QCOMPARE(w.inbox.parent_path().parent_path(), w.root / "data/Sample folders");
-    QCOMPARE(w.model.snapshot()->state->grants.size(), std::size_t(2));
-    QVERIFY(!w.sampleMessages.empty());
-    QCOMPARE(w.sampleMessages.front(), text::kSamplesCreated + w.inbox.parent_path().string());
-    QVERIFY(w.sampleNoteShown);
+        QCOMPARE(w.files()->model()->rowCount(), 13);
+        const int post = w.row("Hydro Cafe social post 3.png");
+        QCOMPARE(cell(w.files(), post, kProject), QString("Hydro Cafe"));
+        QVERIFY(!cell(w.files(), post, kSignals).isEmpty());  // the reasons
 
-    QCOMPARE(w.files()->model()->rowCount(), 13);
-    const int post = w.row("Hydro Cafe social post 3.png");
-    QCOMPARE(cell(w.files(), post, kProject), QString("Hydro Cafe"));
-    QVERIFY(!cell(w.files(), post, kSignals).isEmpty());  // the reasons
+        QStringList ready;
+        for (const auto& c : *w.model.snapshot()->classifications)
+            if (c.state == ConfidenceState::ready) ready << QString::fromStdString(c.file.filename());
+        QVERIFY(!ready.isEmpty());
+        QCOMPARE(w.window.findChild<QLabel*>("readyCount")->text().toInt(), ready.size());
+        auto* preview = w.window.findChild<QListWidget*>("cleanPreview");
+        QCOMPARE(preview->count(), ready.size());
+        for (int i = 0; i < preview->count(); ++i)
+            QVERIFY2(ready.contains(preview->item(i)->text().section("  →  ", 0, 0)),
+                     qPrintable(preview->item(i)->text()));
 
-    QStringList ready;
-    for (const auto& c : *w.model.snapshot()->classifications)
-        if (c.state == ConfidenceState::ready) ready << QString::fromStdString(c.file.filename());
-    QVERIFY(!ready.isEmpty());
-    QCOMPARE(w.window.findChild<QLabel*>("readyCount")->text().toInt(), ready.size());
-    auto* preview = w.window.findChild<QListWidget*>("cleanPreview");
-    QCOMPARE(preview->count(), ready.size());
-    for (int i = 0; i < preview->count(); ++i)
-        QVERIFY2(ready.contains(preview->item(i)->text().section("  →  ", 0, 0)), qPrintable(preview->item(i)->text()));
-
-    acceptNextMessageBox();
-    w.window.findChild<QPushButton*>("cleanButton")->click();
-    QVERIFY(settle(w.model));
-    QCOMPARE(preview->item(0)->text(), QString(text::kCleanNothing));
-}
-
-// "Sort into" with a category and sub-folder reaches the engine; a name conflict
-// enables "keep both"; History lists the batch and its undo button puts it back, and
-// puts back what the Trash button sent away.
-void ActionsTest::sortKeepBothAndTrashEachPutBackFromHistory() {
-    SampleWindow w;
-    w.openSamples();
-    writeFile(w.home / "Lotus Spa/Reference/lotus price list.pdf", "the older list");
-    w.selectFiles({"Hydro Cafe social post 3.png"});
-    w.chooseProject("Hydro Cafe");
-    auto* category = w.find<QComboBox>(kMatch, "categoryChoice");
-    category->setCurrentIndex(category->findText("Export"));
-    w.find<QLineEdit>(kMatch, "subfolder")->setText("Social");
-    w.press(kMatch, "sortButton");
-    QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
-    const fs::path moved = w.home / "Hydro Cafe/Export/Social/Hydro Cafe social post 3.png";
-    QVERIFY(fs::exists(moved));
-
-    auto* history = w.find<QTableWidget>(kHistory, "historyTable");
-    QCOMPARE(history->rowCount(), 1);
-    QCOMPARE(history->item(0, 1)->text(), QString("Hydro Cafe social post 3.png"));
-    QVERIFY(w.find<QLabel>(kHistory, "lastRun")->text().contains("1 completed, 0 skipped, 0 failed. 0 overwritten."));
-    auto* undo = qobject_cast<QPushButton*>(history->cellWidget(0, 7));
-    QVERIFY(undo && undo->isEnabled());
-    w.press(undo);
-    QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
-    QVERIFY(!fs::exists(moved));
-
-    auto* keepBoth = w.find(kMatch, "keepBoth");
-    QVERIFY(!keepBoth->isEnabled());
-    w.selectFiles({"lotus price list.pdf"});
-    // "Sort into" follows the suggestion for the chosen file.
-    QCOMPARE(w.find<QComboBox>(kMatch, "projectChoice")->currentText(), QString("Lotus Spa"));
-    category->setCurrentIndex(category->findText("Reference"));
-    w.find<QLineEdit>(kMatch, "subfolder")->clear();
-    w.press(kMatch, "sortButton");
-    QVERIFY2(w.bar().contains("Name conflict: "), qPrintable(w.bar()));
-    QVERIFY(keepBoth->isEnabled());
-    w.press(keepBoth);
-    QVERIFY(fs::exists(w.home / "Lotus Spa/Reference/lotus price list 2.pdf"));
-    QVERIFY(!keepBoth->isEnabled());
-
-    auto* undoTrash = w.find(kHistory, "undoTrash");
-    QVERIFY(undoTrash->isHidden());
-    w.selectFiles({"IMG_2024_0815.jpg"});
-    w.press(kMatch, "trashButton");
-    const fs::path trashed =
-        fs::path(qEnvironmentVariable("XDG_DATA_HOME").toStdString()) / "Trash/files/IMG_2024_0815.jpg";
-    QVERIFY(fs::exists(trashed));
-    QVERIFY(!undoTrash->isHidden() && undoTrash->isEnabled());
-
-    w.press(undoTrash);
-    QVERIFY(fs::exists(w.inbox / "IMG_2024_0815.jpg"));
-    QVERIFY(undoTrash->isHidden());
-}
-
-// The learning buttons on Match and "reset learning" in Settings reach the engine.
-void ActionsTest::confirmRejectLeaveAloneAndRestore() {
-    SampleWindow w;
-    w.openSamples();
-    w.selectFiles({"lotus price list.pdf"});
-    w.press(kMatch, "confirmButton");
-    QCOMPARE(cell(w.files(), w.row("lotus price list.pdf"), kState), QString("Ready"));
-
-    w.selectFiles({"hydro lotus collab.psd"});
-    w.press(kMatch, "rejectButton");
-    const auto& feedback = w.model.snapshot()->state->learning.feedback;
-    QVERIFY(!feedback.empty() && feedback.back().filename == "hydro lotus collab.psd" && feedback.back().rejected);
-
-    auto* restore = w.find(kMatch, "restoreIgnored");
-    QVERIFY(!restore->isEnabled());
-    w.selectFiles({"scan0001.pdf"});
-    w.press(kMatch, "leaveAloneButton");
-    QVERIFY(cell(w.files(), w.row("scan0001.pdf"), kState).endsWith(text::kIgnoredMark));
-    QVERIFY(restore->isEnabled());
-    w.press(restore);
-    QVERIFY(!cell(w.files(), w.row("scan0001.pdf"), kState).endsWith(text::kIgnoredMark));
-    QVERIFY(!restore->isEnabled());
-
-    acceptNextMessageBox();
-    w.page(kSettings)->findChild<QPushButton*>("resetLearning")->click();
-    QVERIFY(settle(w.model));
-    QVERIFY(w.model.snapshot()->state->learning.feedback.empty());
-}
-
-void ActionsTest::renameComposesTheReviewedNameAndGroupingGoesIntoAProject() {
-    const QString refused = "Nhập đủ Job, mục đích và chi tiết; không dùng dấu chấm hoặc ký tự đường dẫn.";
-    {
-        // The dialog shows the name the parts make, or the rule's refusal.
-        RenameDialog dialog("Untitled-1.ai", {"Hydro", "Logo", ""});
-        auto* ok = dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok);
-        QCOMPARE(dialog.preview(), refused);
-        QVERIFY(!ok->isEnabled());
-        dialog.findChild<QLineEdit*>("renameDetail")->setText("Final");
-        QCOMPARE(dialog.preview(), QString("Tên mới: Hydro-Logo-Final.ai"));
-        QVERIFY(ok->isEnabled());
+        acceptNextMessageBox();
+        w.press(w.window.findChild<QPushButton*>("cleanButton"));
+        QCOMPARE(preview->item(0)->text(), QString(text::kCleanNothing));
     }
-    SampleWindow w;
-    w.openSamples();
-    auto* page = static_cast<MatchPage*>(w.window.page(kMatch));
-    w.selectFiles({"Untitled-1.ai"});
-    page->renameSelected({" Hydro ", "Logo", "Final"});
-    QVERIFY(settle(w.model));
-    QVERIFY(fs::exists(w.inbox / "Hydro-Logo-Final.ai"));
 
-    // A part the naming rule refuses: the rule's own words, and nothing renamed.
-    w.selectFiles({"scan0001.pdf"});
-    page->renameSelected({"Hydro", "menu.v2", "Final"});
-    QVERIFY(settle(w.model));
-    QCOMPARE(w.bar(), refused);
+    // "Sort into" with a category and sub-folder reaches the engine; a name conflict
+    // enables "keep both"; History lists the batch and its undo button puts it back, and
+    // puts back what the Trash button sent away.
+    void sortKeepBothAndTrashEachPutBackFromHistory() {
+        SampleWindow w;
+        w.openSamples();
+        writeFile(w.home / "Lotus Spa/Reference/lotus price list.pdf", "the older list");
+        w.selectFiles({"Hydro Cafe social post 3.png"});
+        w.chooseProject("Hydro Cafe");
+        auto* category = w.find<QComboBox>(kMatch, "categoryChoice");
+        category->setCurrentIndex(category->findText("Export"));
+        w.find<QLineEdit>(kMatch, "subfolder")->setText("Social");
+        w.press(kMatch, "sortButton");
+        QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
+        const fs::path moved = w.home / "Hydro Cafe/Export/Social/Hydro Cafe social post 3.png";
+        QVERIFY(fs::exists(moved));
 
-    // Grouped into a project, they go into a new folder inside it.
-    QString lotus;
-    for (const auto& project : w.model.snapshot()->state->projects)
-        if (project.name == "Lotus Spa") lotus = QString::fromStdString(project.id.text());
-    w.selectFiles({"mango tea label 1.ai", "mango tea label 2.ai"});
-    page->groupSelected("Mango", lotus);
-    QVERIFY(settle(w.model));
-    QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
-    QVERIFY(fs::exists(w.home / "Lotus Spa/Working/Mango/mango tea label 2.ai"));
-}
+        auto* history = w.find<QTableWidget>(kHistory, "historyTable");
+        QCOMPARE(history->rowCount(), 1);
+        QCOMPARE(history->item(0, 1)->text(), QString("Hydro Cafe social post 3.png"));
+        QVERIFY(
+            w.find<QLabel>(kHistory, "lastRun")->text().contains("1 completed, 0 skipped, 0 failed. 0 overwritten."));
+        auto* undo = qobject_cast<QPushButton*>(history->cellWidget(0, 7));
+        QVERIFY(undo && undo->isEnabled());
+        w.press(undo);
+        QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
+        QVERIFY(!fs::exists(moved));
 
-void ActionsTest::projectArchiveReopenAliasesNewProjectAndTrash() {
-    SampleWindow w;
-    w.openSamples();
-    auto* page = static_cast<ProjectsPage*>(w.window.page(kProjects));
-    auto columnOf = [&](const QString& name, int col) {
-        return w.projects()->item(column(w.projects(), 0).indexOf(name), col)->text();
-    };
-    w.selectProject("Lotus Spa");
-    auto* archive = w.find(kProjects, "archiveProject");
-    auto* reopen = w.find(kProjects, "reopenProject");
-    QVERIFY(archive->isEnabled() && !reopen->isEnabled());
-    w.press(archive);
-    QCOMPARE(columnOf("Lotus Spa", 1), QString("Đã lưu trữ"));
-    QVERIFY(reopen->isEnabled() && !archive->isEnabled());
-    w.press(reopen);
-    QCOMPARE(columnOf("Lotus Spa", 1), QString("Đang làm"));
+        auto* keepBoth = w.find(kMatch, "keepBoth");
+        QVERIFY(!keepBoth->isEnabled());
+        w.selectFiles({"lotus price list.pdf"});
+        // "Sort into" follows the suggestion for the chosen file.
+        QCOMPARE(w.find<QComboBox>(kMatch, "projectChoice")->currentText(), QString("Lotus Spa"));
+        category->setCurrentIndex(category->findText("Reference"));
+        w.find<QLineEdit>(kMatch, "subfolder")->clear();
+        w.press(kMatch, "sortButton");
+        QVERIFY2(w.bar().contains("Name conflict: "), qPrintable(w.bar()));
+        QVERIFY(keepBoth->isEnabled());
+        w.press(keepBoth);
+        QVERIFY(fs::exists(w.home / "Lotus Spa/Reference/lotus price list 2.pdf"));
+        QVERIFY(!keepBoth->isEnabled());
 
-    page->addAlias("LS");
-    QVERIFY(settle(w.model));
-    QCOMPARE(columnOf("Lotus Spa", 3), QString("lotus, LS"));
-    QVERIFY(w.find(kProjects, "removeAlias")->isEnabled());
-    page->removeAlias("lotus");
-    QVERIFY(settle(w.model));
-    QCOMPARE(columnOf("Lotus Spa", 3), QString("LS"));
+        auto* undoTrash = w.find(kHistory, "undoTrash");
+        QVERIFY(undoTrash->isHidden());
+        w.selectFiles({"IMG_2024_0815.jpg"});
+        w.press(kMatch, "trashButton");
+        const fs::path trashed =
+            fs::path(qEnvironmentVariable("XDG_DATA_HOME").toStdString()) / "Trash/files/IMG_2024_0815.jpg";
+        QVERIFY(fs::exists(trashed));
+        QVERIFY(!undoTrash->isHidden() && undoTrash->isEnabled());
 
-    page->newProject("Mango Tea");
-    QVERIFY(settle(w.model));
-    QVERIFY(column(w.projects(), 0).contains("Mango Tea"));
+        w.press(undoTrash);
+        QVERIFY(fs::exists(w.inbox / "IMG_2024_0815.jpg"));
+        QVERIFY(undoTrash->isHidden());
+    }
 
-    w.selectProject("Bamboo Books");
-    acceptNextMessageBox();
-    w.press(kProjects, "trashProject");
-    QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
-    QVERIFY(!fs::exists(w.home / "Bamboo Books"));
-    QVERIFY(!column(w.projects(), 0).contains("Bamboo Books"));
-}
+    // The learning buttons on Match and "reset learning" in Settings reach the engine.
+    void confirmRejectLeaveAloneAndRestore() {
+        SampleWindow w;
+        w.openSamples();
+        w.selectFiles({"lotus price list.pdf"});
+        w.press(kMatch, "confirmButton");
+        QCOMPARE(cell(w.files(), w.row("lotus price list.pdf"), kState), QString("Ready"));
 
-void ActionsTest::nameSuggestionsAndClusters() {
-    SampleWindow w;
-    w.openSamples();
-    auto* suggestions = w.find<QListWidget>(kProjects, "nameSuggestions");
-    auto pick = [&](QListWidget* list, const QString& start) {
-        for (int i = 0; i < list->count(); ++i)
-            if (list->item(i)->text().startsWith(start)) list->setCurrentRow(i);
-    };
-    QCOMPARE(itemTexts(suggestions), QStringList({"Mango (3 tệp)", "Tea (3 tệp)"}));
-    pick(suggestions, "Tea");
-    w.press(kProjects, "deferSuggestion");
-    QCOMPARE(itemTexts(suggestions), QStringList({"Mango (3 tệp)"}));
-    pick(suggestions, "Mango");
-    w.press(kProjects, "acceptSuggestion");
-    QVERIFY(column(w.projects(), 0).contains("Mango"));
-    QCOMPARE(itemTexts(suggestions), QStringList({text::kNoNameSuggestions}));
+        w.selectFiles({"hydro lotus collab.psd"});
+        w.press(kMatch, "rejectButton");
+        const auto& feedback = w.model.snapshot()->state->learning.feedback;
+        QVERIFY(!feedback.empty() && feedback.back().filename == "hydro lotus collab.psd" && feedback.back().rejected);
 
-    auto* clusters = w.find<QListWidget>(kMatch, "clusterList");
-    auto* ignore = w.find(kMatch, "ignoreCluster");
-    const QString hydro =
-        "hydro — 3 tệp: Hydro Cafe social post 3.png, Hydro Cafe social post 4.png, "
-        "hydro lotus collab.psd";
-    // Clusters are found off the main thread; the list fills in when they are ready.
-    QTRY_VERIFY(itemTexts(clusters).contains(hydro));
-    QVERIFY(!ignore->isEnabled());
-    pick(clusters, "hydro");
-    QVERIFY(ignore->isEnabled());
-    w.press(ignore);
-    QTRY_VERIFY(!itemTexts(clusters).contains(hydro));
-    w.press(kMatch, "restoreIgnored");
-    QTRY_VERIFY(itemTexts(clusters).contains(hydro));
-}
+        auto* restore = w.find(kMatch, "restoreIgnored");
+        QVERIFY(!restore->isEnabled());
+        w.selectFiles({"scan0001.pdf"});
+        w.press(kMatch, "leaveAloneButton");
+        QVERIFY(cell(w.files(), w.row("scan0001.pdf"), kState).endsWith(text::kIgnoredMark));
+        QVERIFY(restore->isEnabled());
+        w.press(restore);
+        QVERIFY(!cell(w.files(), w.row("scan0001.pdf"), kState).endsWith(text::kIgnoredMark));
+        QVERIFY(!restore->isEnabled());
 
-// The inbox moves away; Settings' "reconnect" asks for the folder with the chooser's
-// title and explanation and points the same grant at the new place.
-void ActionsTest::reconnectFindsAMovedInboxAgain() {
-    SampleWindow w;
-    w.openSamples();
-    const fs::path moved = w.root / "Moved Downloads";
-    fs::rename(w.inbox, moved);
-    w.model.submit("scan", EngineActions::scan());
-    QVERIFY(settle(w.model));
-    QCOMPARE(w.files()->model()->rowCount(), 0);
+        acceptNextMessageBox();
+        w.press(kSettings, "resetLearning");
+        QVERIFY(w.model.snapshot()->state->learning.feedback.empty());
+    }
 
-    auto* grants = w.find<QTableWidget>(kSettings, "grantsTable");
-    for (int row = 0; row < grants->rowCount(); ++row)
-        if (grants->item(row, 1)->text() == QString::fromStdString(w.inbox.string())) grants->selectRow(row);
-    QString title, explanation;
-    answerNext<QFileDialog>([&](QFileDialog* chooser) {
-        title = chooser->windowTitle();
-        if (auto* note = chooser->findChild<QLabel*>("chooserExplanation")) explanation = note->text();
-        // Typed in as a user would: selecting waits for the dialog's folder listing.
-        if (auto* typed = chooser->findChild<QLineEdit*>("fileNameEdit"))
-            typed->setText(QString::fromStdString(moved.string()));
-        QMetaObject::invokeMethod(chooser, "accept");
-    });
-    w.press(kSettings, "reconnectGrant");
-    QCOMPARE(title, QString("Theo dõi thư mục"));
-    QCOMPARE(explanation, QString("Kelo chỉ truy cập thư mục bạn chọn. Hãy dùng thư mục mẫu để thử trước."));
-    QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
-    QCOMPARE(w.files()->model()->rowCount(), 13);
-    QCOMPARE(w.model.snapshot()->state->grants.size(), std::size_t(2));
-}
+    void renameComposesTheReviewedNameAndGroupingGoesIntoAProject() {
+        const QString refused = "Nhập đủ Job, mục đích và chi tiết; không dùng dấu chấm hoặc ký tự đường dẫn.";
+        {
+            // The dialog shows the name the parts make, or the rule's refusal.
+            RenameDialog dialog("Untitled-1.ai", {"Hydro", "Logo", ""});
+            auto* ok = dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok);
+            QCOMPARE(dialog.preview(), refused);
+            QVERIFY(!ok->isEnabled());
+            dialog.findChild<QLineEdit*>("renameDetail")->setText("Final");
+            QCOMPARE(dialog.preview(), QString("Tên mới: Hydro-Logo-Final.ai"));
+            QVERIFY(ok->isEnabled());
+        }
+        SampleWindow w;
+        w.openSamples();
+        auto* page = static_cast<MatchPage*>(w.window.page(kMatch));
+        w.selectFiles({"Untitled-1.ai"});
+        w.act([&] { page->renameSelected({" Hydro ", "Logo", "Final"}); });
+        QVERIFY(fs::exists(w.inbox / "Hydro-Logo-Final.ai"));
 
-// Files dropped from the file manager are selected on Match (or refused in one
-// sentence); a row dragged onto a project in the list beside the table is sorted
-// through the sort command, and Ctrl+Z undoes that batch.
-void ActionsTest::filesDroppedAreSelectedAndRowsDroppedOnAProjectSortedThenCtrlZ() {
-    SampleWindow w;
-    w.openSamples();
-    w.window.show();
-    const fs::path file = w.inbox / "lotus price list.pdf";
-    w.window.openFiles({QString::fromStdString(file.string()), QString::fromStdString((w.root / "x.pdf").string())});
-    QTableView* table = w.files();
-    QCOMPARE(table->selectionModel()->selectedRows().size(), 1);
-    QCOMPARE(w.bar(), QString(text::kDroppedOutsideInbox).arg("x.pdf"));
+        // A part the naming rule refuses: the rule's own words, and nothing renamed.
+        w.selectFiles({"scan0001.pdf"});
+        w.act([&] { page->renameSelected({"Hydro", "menu.v2", "Final"}); });
+        QCOMPARE(w.bar(), refused);
 
-    auto* list = w.find<ProjectDropList>(kMatch, "projectDropList");
-    const auto targets = list->findItems("Bamboo Books", Qt::MatchExactly);
-    QCOMPARE(targets.size(), 1);
-    QVERIFY(QTest::qWaitForWindowExposed(&w.window));
-    std::unique_ptr<QMimeData> dragged(table->model()->mimeData(table->selectionModel()->selectedIndexes()));
-    const QPoint onProject = list->visualItemRect(targets.front()).center();
-    QDragEnterEvent enter(onProject, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
-    QCoreApplication::sendEvent(list->viewport(), &enter);
-    QDragMoveEvent move(onProject, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
-    QCoreApplication::sendEvent(list->viewport(), &move);
-    QDropEvent drop(onProject, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
-    QCoreApplication::sendEvent(list->viewport(), &drop);
-    QVERIFY(drop.isAccepted());
-    QVERIFY(settle(w.model));
-    QVERIFY(fs::exists(w.home / "Bamboo Books/Reference/lotus price list.pdf"));
+        // Grouped into a project, they go into a new folder inside it.
+        QString lotus;
+        for (const auto& project : w.model.snapshot()->state->projects)
+            if (project.name == "Lotus Spa") lotus = QString::fromStdString(project.id.text());
+        w.selectFiles({"mango tea label 1.ai", "mango tea label 2.ai"});
+        w.act([&] { page->groupSelected("Mango", lotus); });
+        QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
+        QVERIFY(fs::exists(w.home / "Lotus Spa/Working/Mango/mango tea label 2.ai"));
+    }
 
-    w.window.undoLatest();
-    QVERIFY(settle(w.model));
-    QVERIFY(fs::exists(file));
-}
+    void projectArchiveReopenAliasesNewProjectAndTrash() {
+        SampleWindow w;
+        w.openSamples();
+        auto* page = static_cast<ProjectsPage*>(w.window.page(kProjects));
+        auto columnOf = [&](const QString& name, int col) {
+            return w.projects()->item(column(w.projects(), 0).indexOf(name), col)->text();
+        };
+        w.selectProject("Lotus Spa");
+        auto* archive = w.find(kProjects, "archiveProject");
+        auto* reopen = w.find(kProjects, "reopenProject");
+        QVERIFY(archive->isEnabled() && !reopen->isEnabled());
+        w.press(archive);
+        QCOMPARE(columnOf("Lotus Spa", 1), QString("Đã lưu trữ"));
+        QVERIFY(reopen->isEnabled() && !archive->isEnabled());
+        w.press(reopen);
+        QCOMPARE(columnOf("Lotus Spa", 1), QString("Đang làm"));
+
+        w.act([&] { page->addAlias("LS"); });
+        QCOMPARE(columnOf("Lotus Spa", 3), QString("lotus, LS"));
+        QVERIFY(w.find(kProjects, "removeAlias")->isEnabled());
+        w.act([&] { page->removeAlias("lotus"); });
+        QCOMPARE(columnOf("Lotus Spa", 3), QString("LS"));
+
+        w.act([&] { page->newProject("Mango Tea"); });
+        QVERIFY(column(w.projects(), 0).contains("Mango Tea"));
+
+        w.selectProject("Bamboo Books");
+        acceptNextMessageBox();
+        w.press(kProjects, "trashProject");
+        QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
+        QVERIFY(!fs::exists(w.home / "Bamboo Books"));
+        QVERIFY(!column(w.projects(), 0).contains("Bamboo Books"));
+    }
+
+    void nameSuggestionsAndClusters() {
+        SampleWindow w;
+        w.openSamples();
+        auto* suggestions = w.find<QListWidget>(kProjects, "nameSuggestions");
+        auto pick = [&](QListWidget* list, const QString& start) {
+            for (int i = 0; i < list->count(); ++i)
+                if (list->item(i)->text().startsWith(start)) list->setCurrentRow(i);
+        };
+        QCOMPARE(itemTexts(suggestions), QStringList({"Mango (3 tệp)", "Tea (3 tệp)"}));
+        pick(suggestions, "Tea");
+        w.press(kProjects, "deferSuggestion");
+        QCOMPARE(itemTexts(suggestions), QStringList({"Mango (3 tệp)"}));
+        pick(suggestions, "Mango");
+        w.press(kProjects, "acceptSuggestion");
+        QVERIFY(column(w.projects(), 0).contains("Mango"));
+        QCOMPARE(itemTexts(suggestions), QStringList({text::kNoNameSuggestions}));
+
+        auto* clusters = w.find<QListWidget>(kMatch, "clusterList");
+        auto* ignore = w.find(kMatch, "ignoreCluster");
+        const QString hydro =
+            "hydro — 3 tệp: Hydro Cafe social post 3.png, Hydro Cafe social post 4.png, "
+            "hydro lotus collab.psd";
+        // Clusters are found off the main thread; the list fills in when they are ready.
+        QTRY_VERIFY(itemTexts(clusters).contains(hydro));
+        QVERIFY(!ignore->isEnabled());
+        pick(clusters, "hydro");
+        QVERIFY(ignore->isEnabled());
+        w.press(ignore);
+        QTRY_VERIFY(!itemTexts(clusters).contains(hydro));
+        w.press(kMatch, "restoreIgnored");
+        QTRY_VERIFY(itemTexts(clusters).contains(hydro));
+    }
+
+    // The inbox moves away; Settings' "reconnect" asks for the folder with the chooser's
+    // title and explanation and points the same grant at the new place.
+    void reconnectFindsAMovedInboxAgain() {
+        SampleWindow w;
+        w.openSamples();
+        const fs::path moved = w.root / "Moved Downloads";
+        fs::rename(w.inbox, moved);
+        w.model.submit("scan", EngineActions::scan());
+        QVERIFY(settle(w.model));
+        QCOMPARE(w.files()->model()->rowCount(), 0);
+
+        auto* grants = w.find<QTableWidget>(kSettings, "grantsTable");
+        grants->selectRow(column(grants, 1).indexOf(QString::fromStdString(w.inbox.string())));
+        QString title, explanation;
+        answerNext<QFileDialog>([&](QFileDialog* chooser) {
+            title = chooser->windowTitle();
+            if (auto* note = chooser->findChild<QLabel*>("chooserExplanation")) explanation = note->text();
+            // Typed in as a user would: selecting waits for the dialog's folder listing.
+            if (auto* typed = chooser->findChild<QLineEdit*>("fileNameEdit"))
+                typed->setText(QString::fromStdString(moved.string()));
+            QMetaObject::invokeMethod(chooser, "accept");
+        });
+        w.press(kSettings, "reconnectGrant");
+        QCOMPARE(title, QString("Theo dõi thư mục"));
+        QCOMPARE(explanation, QString("Kelo chỉ truy cập thư mục bạn chọn. Hãy dùng thư mục mẫu để thử trước."));
+        QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
+        QCOMPARE(w.files()->model()->rowCount(), 13);
+        QCOMPARE(w.model.snapshot()->state->grants.size(), std::size_t(2));
+    }
+
+    // Files dropped from the file manager are selected on Match (or refused in one
+    // sentence); a row dragged onto a project in the list beside the table is sorted
+    // through the sort command, and Ctrl+Z undoes that batch.
+    void filesDroppedAreSelectedAndRowsDroppedOnAProjectSortedThenCtrlZ() {
+        SampleWindow w;
+        w.openSamples();
+        w.window.show();
+        const fs::path file = w.inbox / "lotus price list.pdf";
+        w.window.openFiles(
+            {QString::fromStdString(file.string()), QString::fromStdString((w.root / "x.pdf").string())});
+        QTableView* table = w.files();
+        QCOMPARE(table->selectionModel()->selectedRows().size(), 1);
+        QCOMPARE(w.bar(), QString(text::kDroppedOutsideInbox).arg("x.pdf"));
+
+        auto* list = w.find<ProjectDropList>(kMatch, "projectDropList");
+        const auto targets = list->findItems("Bamboo Books", Qt::MatchExactly);
+        QCOMPARE(targets.size(), 1);
+        QVERIFY(QTest::qWaitForWindowExposed(&w.window));
+        std::unique_ptr<QMimeData> dragged(table->model()->mimeData(table->selectionModel()->selectedIndexes()));
+        const QPoint onProject = list->visualItemRect(targets.front()).center();
+        QDragEnterEvent enter(onProject, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(list->viewport(), &enter);
+        QDragMoveEvent move(onProject, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(list->viewport(), &move);
+        QDropEvent drop(onProject, Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(list->viewport(), &drop);
+        QVERIFY(drop.isAccepted());
+        QVERIFY(settle(w.model));
+        QVERIFY(fs::exists(w.home / "Bamboo Books/Reference/lotus price list.pdf"));
+
+        w.window.undoLatest();
+        QVERIFY(settle(w.model));
+        QVERIFY(fs::exists(file));
+    }
+};
 
 KELO_ISOLATED_TEST_MAIN(ActionsTest)
 

@@ -45,6 +45,13 @@ struct SampleWindow {
     // Clicks the button and waits for the engine to answer what the click sent.
     void press(QAbstractButton* button);
     void press(int pageIndex, const char* name) { press(find(pageIndex, name)); }
+    // Calls what a page offers (a dialog would have asked for its arguments) and waits
+    // for the engine to answer what it sent.
+    template <typename Action>
+    void act(Action action) {
+        action();
+        QVERIFY(settle(model));
+    }
 
     Page* page(int index) const { return window.page(index); }
     template <typename T = QPushButton>
