@@ -74,13 +74,11 @@ TEST(LearningTest, StrengthCountsAndLimits) {
     EXPECT_EQ(decide.strength("poster", kMinh), -80);
     for (int i = 0; i < 6; ++i) decide("banner.png", kMinh, std::nullopt);
     EXPECT_EQ(decide.strength("banner", kMinh), 95);
-}
 
-TEST(LearningTest, SameProjectConfirmedAndRejectedCountsOnlyAsConfirmation) {
-    Recorder decide;
-    const Feedback& entry = decide("menu.png", kHydro, kHydro);
-    EXPECT_EQ(entry.rejected, std::nullopt);
-    EXPECT_THAT(decide.learning.associations, ElementsAre(Association{"menu", kHydro, 1, 0}));
+    // The same project confirmed and rejected counts only as a confirmation.
+    EXPECT_EQ(decide("lotus.png", kHydro, kHydro).rejected, std::nullopt);
+    EXPECT_EQ(decide.learning.associations.back(), (Association{"lotus", kHydro, 1, 0}));
+    EXPECT_EQ(std::ranges::count(decide.learning.associations, "lotus", &Association::token), 1);
 }
 
 TEST(LearningTest, ReverseRestoresCountsExactly) {
@@ -128,12 +126,7 @@ TEST(IncrementalLearningTest, IndexAndClassifierKeptAcrossDecisionsMatchARebuild
         projects.push_back(Project::make(name, "/p", {}, ProjectStatus::active, Date{0}));
     const std::vector<std::string> words = {"hydro", "cafe", "minh", "long", "sao", "mai", "bep", "menu", "logo"};
     std::vector<FileRecord> files;
-    for (const auto& word : words) {
-        FileRecord file;
-        file.url = "/in/" + word + " menu draft.png";
-        file.sourceFolder = "/in";
-        files.push_back(file);
-    }
+    for (const auto& word : words) files.push_back(FileRecord{"/in/" + word + " menu draft.png", "/in", {}, {}, {}});
 
     LearningData committed;  // what the engine holds, changed through its kept index
     LearningData reference;  // the same decisions, each through a fresh Learning
@@ -171,10 +164,8 @@ TEST(IncrementalLearningTest, IndexAndClassifierKeptAcrossDecisionsMatchARebuild
         ASSERT_EQ(committed, reference) << "step " << step;
 
         classifier.update(projects, committed);
-        const ClassificationEngine rebuilt(projects, committed);
-        const Date now{700.0};
-        ASSERT_EQ(classifier.classifyAll(files, {}, Thresholds{}, now),
-                  rebuilt.classifyAll(files, {}, Thresholds{}, now))
+        ASSERT_EQ(classifier.classifyAll(files, {}, Thresholds{}, Date{700}),
+                  ClassificationEngine(projects, committed).classifyAll(files, {}, Thresholds{}, Date{700}))
             << "step " << step;
     }
     index.sync(committed.associations);

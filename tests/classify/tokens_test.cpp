@@ -69,9 +69,7 @@ TEST(TokensTest, MeaningfulTokenRule) {
           "final",      "final2", "copy01", "2export", "12final34", "a",  "x",        "kv",  "kv3",         "jpg",
           "screenshot", "2v",     "é",      "案",      "½",         "ⅫⅫ", "00002024", "٢٠٢", "\uFF76\uFF9E"})
         EXPECT_FALSE(Tokens::isMeaningful(token)) << token;
-}
-
-TEST(TokensTest, MeaningfulOfWholeNames) {
+    // Of a whole name: each meaningful token once, sorted.
     EXPECT_THAT(Tokens::meaningful("IMG_2024_0815"), ElementsAre("0815", "img"));
     EXPECT_THAT(Tokens::meaningful("Screenshot 2024-08-15 10.22.31"), IsEmpty());
     EXPECT_THAT(Tokens::meaningful("menu Menu MENU_b"), ElementsAre("menu"));
