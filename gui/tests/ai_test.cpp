@@ -8,13 +8,9 @@
 
 #include <QCheckBox>
 #include <QImage>
-#include <QLabel>
 #include <QLineEdit>
-#include <QListWidget>
 #include <QPlainTextEdit>
-#include <QPushButton>
 #include <QSpinBox>
-#include <QtTest>
 #include <atomic>
 #include <fstream>
 #include <thread>
@@ -48,9 +44,7 @@ const std::string kKey = "AIzaAskTestKey_0123456789-abcdefg";
 const std::string kEndpoint(GeminiPayload::kEndpointPath);
 
 testing::CannedResponse adviceAnswer(const Uuid& project) {
-    testing::CannedResponse response;
-    response.body = testing::envelope(testing::adviceJson(project.text()));
-    return response;
+    return testing::CannedResponse(200, testing::envelope(testing::adviceJson(project.text())));
 }
 
 testing::CannedResponse silence() {
@@ -182,8 +176,7 @@ private Q_SLOTS:
         w.setting<QCheckBox>("aiDataUse")->setChecked(true);
         w.setting<QSpinBox>("aiDailyCap")->setValue(5);
         folders->item(0)->setCheckState(Qt::Checked);
-        w.box->saveSettings();
-        QVERIFY(settle(w.model));
+        w.act([&] { w.box->saveSettings(); });
         QVERIFY(w.model.refusal().isEmpty());
         QVERIFY(w.configuration().ready());
         QCOMPARE(w.configuration().dailyLimit, 5);
@@ -192,8 +185,7 @@ private Q_SLOTS:
 
         // Nothing ticked: saved, but online AI is not ready then.
         w.setting<QCheckBox>("aiFreeTier")->setChecked(false);
-        w.box->saveSettings();
-        QVERIFY(settle(w.model));
+        w.act([&] { w.box->saveSettings(); });
         QVERIFY(!w.configuration().ready());
 
         // The key never stays on screen, whether refused, saved or kept for the session.
@@ -202,24 +194,20 @@ private Q_SLOTS:
         QCOMPARE(field->echoMode(), QLineEdit::Password);
 
         field->setText(QStringLiteral("too-short"));
-        w.box->saveKey();
-        QVERIFY(settle(w.model));
+        w.act([&] { w.box->saveKey(); });
         QCOMPARE(w.model.refusal(), QString::fromUtf8(kAIKeyInvalid.data(), kAIKeyInvalid.size()));
         QVERIFY(field->text().isEmpty());
 
         field->setText(QString::fromStdString(kKey));
-        w.box->saveKey();
-        QVERIFY(settle(w.model));
+        w.act([&] { w.box->saveKey(); });
         QVERIFY(field->text().isEmpty());
         QCOMPARE(status->text(), QStringLiteral("Khóa: đã lưu trong keyring."));
 
         field->setText(QString::fromStdString(kKey));
-        w.box->useSessionKey();
-        QVERIFY(settle(w.model));
+        w.act([&] { w.box->useSessionKey(); });
         QCOMPARE(status->text(), QStringLiteral("Khóa: chỉ dùng cho phiên này, không lưu."));
 
-        w.box->forgetKey();
-        QVERIFY(settle(w.model));
+        w.act([&] { w.box->forgetKey(); });
         QCOMPARE(status->text(), QStringLiteral("Khóa: chưa có."));
     }
 
@@ -230,9 +218,8 @@ private Q_SLOTS:
         QVERIFY(reaches(dialog, Stage::review));
         QCOMPARE(w.server.requests().size(), std::size_t(0));  // nothing leaves before the button
         const AIDraft& draft = *dialog->draft();
-        QVERIFY(dialog->findChild<QLabel*>("aiAskImageSize")
-                    ->text()
-                    .startsWith(QStringLiteral("%1 × %2 px").arg(draft.width).arg(draft.height)));
+        const QString size = dialog->findChild<QLabel*>("aiAskImageSize")->text();
+        QVERIFY(size.startsWith(QStringLiteral("%1 × %2 px").arg(draft.width).arg(draft.height)));
         const QString context = dialog->findChild<QPlainTextEdit*>("aiAskContext")->toPlainText();
         QVERIFY(Json::parse(context.toStdString()) == Json::parse(draft.context));
         QCOMPARE(dialog->findChild<QLabel*>("aiAskUsage")->text(),
