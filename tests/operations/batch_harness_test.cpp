@@ -63,16 +63,11 @@ fs::path fastTemporaryBase() {
 struct ChildScenario : testing::Scenario {
     using Scenario::Scenario;
 
-    // Runs the plan in a child. With `crashAt` > 0 the child ends itself at that
-    // step (journal step, journal sync or folder sync). Returns the child's pid.
-    pid_t runInChild(int crashAt, const fs::path& resultFile) {
-        return runInChild(crashAt, resultFile, [&](OperationExecutor& run) { return run.execute(plan, scope, false); });
-    }
-
-    // Runs `action` on an executor in a child that ends itself at step `crashAt`,
-    // and writes the ids the action's result reports as completed to `resultFile`.
-    template <class Action>
-    pid_t runInChild(int crashAt, const fs::path& resultFile, Action action) {
+    // Runs `action` (by default the plan) on an executor in a child, and writes the ids
+    // its result reports as completed to `resultFile`. With `crashAt` > 0 the child ends
+    // itself at that step (journal step, journal sync or folder sync). Returns its pid.
+    using Action = std::function<BatchResult(OperationExecutor&)>;
+    pid_t runInChild(int crashAt, const fs::path& resultFile, const Action& action = {}) {
         childSteps() = 0;
         return testing::startChild([&] {
             int steps = 0;
@@ -90,25 +85,26 @@ struct ChildScenario : testing::Scenario {
             logCalls.fsync = syncThenStep;
             auto run = executor(FileOperator(syncThenStep), logCalls);
             run->setStepProbe([&](std::string_view) { step(); });
-            const BatchResult result = action(*run);
+            const BatchResult result = action ? action(*run) : run->execute(plan, scope, false);
             std::ofstream out(resultFile);
             for (const auto& id : result.completed) out << id.text() << "\n";
         });
     }
 };
 
-// Cuts `action` short at every step in turn, on a scenario `prepare` sets up; the
-// scenario's checks run after each cut (and what a run that finished reported as
-// completed must be so). Returns how many cuts landed.
-template <class Prepare, class Action>
-int crashAtEveryStep(Prepare prepare, Action action) {
+// Cuts `action` (by default the plan) short at every step in turn, on a scenario
+// `prepare` sets up; the scenario's checks run after each cut (and what a run that
+// finished reported as completed must be so). Returns how many cuts landed.
+using ScenarioAction = std::function<BatchResult(ChildScenario&, OperationExecutor&)>;
+int crashAtEveryStep(const std::function<void(ChildScenario&)>& prepare, const ScenarioAction& action = {}) {
     for (int crashAt = 1;; ++crashAt) {
         ChildScenario scenario(6, fs::temp_directory_path());
         prepare(scenario);
         if (::testing::Test::HasFailure()) return crashAt - 1;
         const fs::path resultFile = scenario.dir / "result.txt";
-        const int exit = waitForChild(
-            scenario.runInChild(crashAt, resultFile, [&](OperationExecutor& run) { return action(scenario, run); }));
+        const int exit = waitForChild(scenario.runInChild(
+            crashAt, resultFile,
+            action ? ChildScenario::Action([&](OperationExecutor& run) { return action(scenario, run); }) : nullptr));
         EXPECT_TRUE(exit == kCrashExit || exit == 0) << "child exit " << exit << " at step " << crashAt;
         scenario.check(exit == 0 ? readCompleted(resultFile) : std::set<std::string>{});
         if (::testing::Test::HasFailure()) {
@@ -120,10 +116,7 @@ int crashAtEveryStep(Prepare prepare, Action action) {
 }
 
 TEST(CrashHarnessTest, CrashAtEveryStepOfABatchLosesNothing) {
-    const int cuts = crashAtEveryStep([](ChildScenario&) {},
-                                      [](ChildScenario& scenario, OperationExecutor& run) {
-                                          return run.execute(scenario.plan, scenario.scope, false);
-                                      });
+    const int cuts = crashAtEveryStep([](ChildScenario&) {});
     std::cout << "[ harness  ] crash points run: " << cuts << "\n";
     EXPECT_GT(cuts, 30);  // prepare, folders, started, renames, syncs, completed for six files
 }
@@ -194,13 +187,7 @@ TEST(CrashHarnessTest, RandomKillsDuringA200FileBatchLoseNothing) {
         std::this_thread::sleep_for(delay);
         ::kill(child, SIGKILL);
         const int exit = waitForChild(child);
-        const int steps = childSteps();
-        if (exit == 0)
-            ++finished;
-        else if (steps > 0 && steps < batchSteps)
-            ++kills;
-        else
-            ++outside;
+        ++(exit == 0 ? finished : childSteps() > 0 && childSteps() < batchSteps ? kills : outside);
         scenario.check(exit == 0 ? readCompleted(resultFile) : std::set<std::string>{});
         if (HasFailure()) FAIL() << "invariant broken after kill run " << run;
     }
@@ -219,9 +206,7 @@ struct FaultRun {
     fs::path planFile = scenario.dir / "plan.json";
     fs::path resultFile = scenario.dir / "result.txt";
 
-    FaultRun() {
-        std::ofstream(planFile) << formatDocument(encodeValue(scenario.plan));
-    }
+    FaultRun() { std::ofstream(planFile) << formatDocument(encodeValue(scenario.plan)); }
 
     std::string batchCommand() const {
         return std::string(KELO_FAULT_BATCH) + " " + quoted(scenario.journalPath) + " " + quoted(planFile) + " " +
@@ -253,8 +238,7 @@ struct FaultRun {
         bool began = false;
         for (std::string line; std::getline(in, line);) {
             if (line.find("/kelo-fault-harness/batch-begins") != std::string::npos) began = true;
-            if (line.find(" " + syscall + "(") != std::string::npos || line.find(syscall + "(") == 0 ||
-                line.find("] " + syscall + "(") != std::string::npos)
+            if (line.find(" " + syscall + "(") != std::string::npos || line.find(syscall + "(") == 0)
                 ++(began ? calls.during : calls.before);
         }
         return calls;

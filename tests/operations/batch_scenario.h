@@ -83,21 +83,14 @@ struct Scenario {
             }
             EXPECT_NE(entry->status, OperationStatus::planned);
             EXPECT_NE(entry->status, OperationStatus::started);
-            if (entry->status == OperationStatus::completed) {
-                EXPECT_TRUE(atDestination) << operation.source;
-            }
-            if (entry->status == OperationStatus::failed) {
-                EXPECT_TRUE(atSource) << operation.source;
-            }
-            if (reportedCompleted.contains(operation.id.text())) {
-                EXPECT_TRUE(atDestination) << operation.source;
-            }
+            EXPECT_TRUE(entry->status != OperationStatus::completed || atDestination) << operation.source;
+            EXPECT_TRUE(entry->status != OperationStatus::failed || atSource) << operation.source;
+            EXPECT_TRUE(!reportedCompleted.contains(operation.id.text()) || atDestination) << operation.source;
         }
         for (const auto& entry : journal.document().entries) {
             EXPECT_NE(entry.status, OperationStatus::started);
-            if (entry.operation.type == OperationType::createDirectory && entry.status == OperationStatus::completed) {
-                EXPECT_TRUE(fs::is_directory(entry.operation.destination));
-            }
+            EXPECT_TRUE(entry.operation.type != OperationType::createDirectory ||
+                        entry.status != OperationStatus::completed || fs::is_directory(entry.operation.destination));
         }
         checkWholeTree();
     }

@@ -16,9 +16,8 @@ constexpr const char* kBatchBeginsMarker = "/kelo-fault-harness/batch-begins";
 int main(int argc, char** argv) {
     if (argc != 7) return 2;
     try {
-        std::ifstream planFile(argv[2]);
         std::stringstream text;
-        text << planFile.rdbuf();
+        text << std::ifstream(argv[2]).rdbuf();
         const auto plan = kelo::decodeValue<kelo::OperationPlan>(kelo::parseDocument(text.str()));
         const kelo::Date now{std::stod(argv[6])};
         const kelo::AccessScope scope{{argv[4]}, {argv[5]}};
@@ -31,8 +30,7 @@ int main(int argc, char** argv) {
         std::ofstream out(argv[3]);
         for (const auto& id : result.completed) out << id.text() << "\n";
         out.close();
-        if (!out) return 4;
-        return 0;
+        return out ? 0 : 4;
     } catch (const std::exception& error) {
         std::cerr << error.what() << "\n";
         return 1;
