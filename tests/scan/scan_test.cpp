@@ -3,7 +3,6 @@
 // each refuses and reports.
 #include "scan/file_scanner.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -115,10 +114,6 @@ TEST(FileScannerTest, ParentThatMayOnlyBeSearchedDoesNotStopTheScan) {
     EXPECT_EQ(answer, "1 files, 0 errors");
 }
 
-std::string refusal(const fs::path& path) {
-    return testing::refusalOf([&] { Metadata::identity(path); });
-}
-
 TEST(MetadataTest, IdentityIsDeviceInodeSizeAndModified) {
     TempDir dir;
     writeFile(dir / "x.pdf", "12345");
@@ -138,7 +133,8 @@ TEST(MetadataTest, LinksFoldersAndSpecialFilesAreRefusedByName) {
     fs::create_directory(dir / "folder.pdf");
     ASSERT_EQ(::mkfifo((dir / "pipe").c_str(), 0600), 0);
     for (const char* name : {"link.txt", "folder.pdf", "pipe"})
-        EXPECT_EQ(refusal(dir / name), std::string("Source is missing, symbolic, or not a regular file: ") + name);
+        EXPECT_EQ(testing::refusalOf([&] { Metadata::identity(dir / name); }),
+                  std::string("Source is missing, symbolic, or not a regular file: ") + name);
     EXPECT_THROW(Metadata::record(dir / "link.txt", dir.path()), KeloError);
 }
 
@@ -272,13 +268,7 @@ TEST(ProjectInventoryTest, TwentyFourLevelsPassTwentyFiveDoNot) {
 TEST(ProjectInventoryTest, TenThousandEntriesPassOneMoreDoesNot) {
     TempDir dir;
     const auto job = dir / "Job";
-    fs::create_directories(job / "Assets");
-    for (int i = 0; i < 9'999; ++i) {
-        const auto path = job / "Assets" / std::to_string(i);
-        const int fd = ::open(path.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0644);
-        ASSERT_GE(fd, 0);
-        ::close(fd);
-    }
+    for (int i = 0; i < 9'999; ++i) writeFile(job / "Assets" / std::to_string(i), "");
     EXPECT_EQ(ProjectInventory::read(job).entries.size(), 10'000u);
 
     writeFile(job / "one-more.txt", "x");
