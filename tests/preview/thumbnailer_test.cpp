@@ -274,8 +274,8 @@ std::string block(std::uint16_t id, const std::string& name, const std::string& 
 
 std::string previewResource(int width, int height, const std::string& jpeg, std::uint32_t format = 1) {
     std::string out;
-    put(out, {{format, 4}, {width, 4}, {height, 4}, {width * 3, 4}, {width * height * 3, 4}, {jpeg.size(), 4}, {24, 2},
-              {1, 2}});
+    put(out, {{format, 4}, {width, 4}, {height, 4}, {width * 3, 4}, {width * height * 3, 4}, {jpeg.size(), 4}});
+    put(out, {{24, 2}, {1, 2}});  // 24 bits a pixel, one plane
     return block(1036, "", out + jpeg);
 }
 
