@@ -1,11 +1,17 @@
 // The engine end to end on real temporary folders: start-up, scan, settings,
-// grants and the classification cache, checking snapshots and the stores on disk.
+// grants and the classification cache, checking snapshots and the stores on disk;
+// and the serial executor its worker runs on.
 #include "engine/engine.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <future>
+#include <numeric>
+
 #include "access/path_safety.h"
 #include "engine/engine_worker.h"
+#include "engine/serial_executor.h"
 #include "support/child_process.h"
 #include "support/engine_fixture.h"
 
@@ -59,10 +65,7 @@ TEST_F(EngineTest, FirstStartThenGrantsDiscoverProjectsAndClassifyTheInbox) {
 // An inbox that moved is unavailable until the user points its grant at the new
 // place: same id and role, files found again; a folder another grant names is refused.
 TEST_F(EngineTest, ReconnectPointsAGrantAtItsFolderAgain) {
-    makeFolders({});
-    auto engine = start();
-    engine->addGrant(inbox, FolderGrant::Role::watch);
-    engine->addGrant(home, FolderGrant::Role::projectHome);
+    auto engine = startWithFolders();
     writeFile(inbox / "brief.pdf", "x");
     const fs::path moved = dir / "Moved inbox";
     fs::rename(inbox, moved);
@@ -80,9 +83,7 @@ TEST_F(EngineTest, ReconnectPointsAGrantAtItsFolderAgain) {
     ASSERT_EQ(back->files->size(), 1u);
     EXPECT_EQ(back->files->front().url, moved / "brief.pdf");
     const FolderGrant after = engine->state().grants[0];
-    EXPECT_EQ(after.id, before.id);
-    EXPECT_EQ(after.role, FolderGrant::Role::watch);
-    EXPECT_EQ(after.displayPath, moved.string());
+    EXPECT_EQ(after, (FolderGrant{before.id, after.bookmark, moved.string(), FolderGrant::Role::watch}));
     // The state on disk (document and log) holds the new folder.
     EXPECT_EQ(StateStore(data / "state.json").load([] { return AppState{}; }).grants[0].displayPath, moved.string());
 }
@@ -145,12 +146,9 @@ TEST_F(EngineTest, KelosOwnDataAndTheTrashAreNeverApprovedOfferedOrTouched) {
 }
 
 TEST_F(EngineTest, ClassificationCacheFollowsFilesAndCommands) {
-    auto engine = start();
     writeFile(inbox / "lotus spa menu.pdf", "v1");
     writeFile(inbox / "hydro cafe.png", "png");
-    engine->addGrant(inbox, FolderGrant::Role::watch);
-    engine->addGrant(home, FolderGrant::Role::projectHome);
-
+    auto engine = startWithFolders();
     const SnapshotPtr first = engine->snapshot();
     EXPECT_EQ(engine->snapshot()->classifications, first->classifications);  // cached, not recomputed
 
@@ -195,6 +193,50 @@ TEST_F(EngineTest, InvalidThresholdsAreRefusedAndTheWorkerGoesOn) {
     worker->updateSettings(settings).get();
     worker.reset();
     EXPECT_EQ(start()->state().settings, settings);
+}
+
+TEST(SerialExecutorTest, RunsTasksOneAtATimeInSubmissionOrderOnOneThread) {
+    std::vector<int> order;  // touched only on the worker
+    std::atomic<int> running{0};
+    std::atomic<bool> overlapped{false};
+    std::thread::id worker;
+    std::vector<std::future<void>> done;
+    {
+        SerialExecutor executor;
+        for (int i = 0; i < 200; ++i) {
+            done.push_back(executor.submit([&, i] {
+                if (running.fetch_add(1) != 0) overlapped = true;
+                if (i == 0) worker = std::this_thread::get_id();
+                if (std::this_thread::get_id() != worker) overlapped = true;
+                order.push_back(i);
+                running.fetch_sub(1);
+            }));
+        }
+        EXPECT_TRUE(executor.submit([&] { return executor.isCurrent(); }).get());
+        EXPECT_FALSE(executor.isCurrent());
+    }  // destruction drains the queue
+    for (auto& f : done) f.get();
+    EXPECT_FALSE(overlapped);
+    std::vector<int> expected(200);
+    std::iota(expected.begin(), expected.end(), 0);
+    EXPECT_EQ(order, expected);
+}
+
+// Idle work waits until the queue is empty: never between queued tasks, and after
+// a task's result is handed out.
+TEST(SerialExecutorTest, IdleWorkRunsOnlyWhenNothingIsQueued) {
+    std::vector<std::string> order;  // touched only on the worker
+    std::promise<void> release;
+    std::shared_future<void> released = release.get_future().share();
+    {
+        SerialExecutor executor;
+        executor.whenIdle([&] { order.push_back("idle"); });
+        auto first = executor.submit([&] { released.wait(), order.push_back("first"); });
+        auto second = executor.submit([&] { order.push_back("second"); });
+        release.set_value();
+        second.get();
+    }  // the worker finishes what it started, idle work included, before it stops
+    EXPECT_EQ(order, (std::vector<std::string>{"first", "second", "idle"}));
 }
 
 }  // namespace
