@@ -27,6 +27,12 @@ using testing::writeFile;
 
 using Paths = std::vector<fs::path>;
 using Lines = std::vector<std::string>;
+using Role = FolderGrant::Role;
+
+// What a link on the way refuses with: the path up to the link.
+std::string linkMessage(const fs::path& prefix) {
+    return "Symbolic links are outside Kelo's safe operation scope: " + prefix.native();
+}
 
 TEST(PathSafetyTest, KeyIsTheStandardizedPath) {
     // Paths already in standard form come back unchanged; any other spelling is normalized.
@@ -94,19 +100,13 @@ TEST(PathSafetyTest, IgnoredSystemFiles) {
         EXPECT_FALSE(PathSafety::isIgnoredSystemFile(name)) << name;
 }
 
-class SymbolicComponentsTest : public ::testing::Test {
-protected:
-    TempDir dir;
-    std::string message(const fs::path& prefix) {
-        return "Symbolic links are outside Kelo's safe operation scope: " + prefix.native();
-    }
-    // The message noSymbolicComponents throws for `path`, or "" when it passes.
-    std::string refusal(const fs::path& path) {
-        return testing::refusalOf([&] { PathSafety::noSymbolicComponents(path); });
-    }
-};
+// The message noSymbolicComponents throws for `path`, or "" when it passes.
+std::string refusal(const fs::path& path) {
+    return testing::refusalOf([&] { PathSafety::noSymbolicComponents(path); });
+}
 
-TEST_F(SymbolicComponentsTest, LinkAnywhereIsRefusedWithItsPrefix) {
+TEST(SymbolicComponentsTest, LinkAnywhereIsRefusedWithItsPrefix) {
+    TempDir dir;
     fs::create_directories(dir / "real/sub");
     writeFile(dir / "real/file.txt", "x");
     // Plain paths pass, even with a tail that does not exist yet.
@@ -118,26 +118,27 @@ TEST_F(SymbolicComponentsTest, LinkAnywhereIsRefusedWithItsPrefix) {
     fs::create_symlink(dir / "nowhere", dir / "real/dangling");
 
     // A parent folder that is a link, even one pointing inside the same root.
-    EXPECT_EQ(refusal(dir / "link/sub/new.txt"), message(dir / "link"));
+    EXPECT_EQ(refusal(dir / "link/sub/new.txt"), linkMessage(dir / "link"));
     // The final component is checked too, and a dangling link is still a link.
-    EXPECT_EQ(refusal(dir / "real/file-link.txt"), message(dir / "real/file-link.txt"));
-    EXPECT_EQ(refusal(dir / "real/dangling"), message(dir / "real/dangling"));
+    EXPECT_EQ(refusal(dir / "real/file-link.txt"), linkMessage(dir / "real/file-link.txt"));
+    EXPECT_EQ(refusal(dir / "real/dangling"), linkMessage(dir / "real/dangling"));
     // The path is standardized first: the message names the link, not the spelling.
-    EXPECT_EQ(refusal((dir / "real/../link/./sub/").native()), message(dir / "link"));
+    EXPECT_EQ(refusal((dir / "real/../link/./sub/").native()), linkMessage(dir / "link"));
     // "link/.." is the link target's parent to the kernel, not `dir`: refused,
     // although the standardized path has no link in it.
-    EXPECT_EQ(refusal(dir / "link/../real/file.txt"), message(dir / "link"));
+    EXPECT_EQ(refusal(dir / "link/../real/file.txt"), linkMessage(dir / "link"));
     EXPECT_EQ(refusal(dir / "real/sub/../file.txt"), "");
 }
 
-TEST_F(SymbolicComponentsTest, FolderReplacedByLinkAfterwardsIsRefused) {
+TEST(SymbolicComponentsTest, FolderReplacedByLinkAfterwardsIsRefused) {
+    TempDir dir;
     fs::create_directories(dir / "projects/job");
     fs::create_directories(dir / "elsewhere");
     const auto destination = dir / "projects/job/file.txt";
     EXPECT_EQ(refusal(destination), "");
     fs::rename(dir / "projects/job", dir / "projects/job-old");
     fs::create_directory_symlink(dir / "elsewhere", dir / "projects/job");
-    EXPECT_EQ(refusal(destination), message(dir / "projects/job"));
+    EXPECT_EQ(refusal(destination), linkMessage(dir / "projects/job"));
 }
 
 TEST(FolderBookmarkTest, RefusesFilesLinksAndForeignBytes) {
@@ -158,21 +159,20 @@ TEST(FolderAccessManagerTest, GrantKeepsTheReplacedIdAndShowsTheStandardizedPath
     TempDir dir;
     fs::create_directories(dir / "Downloads");
     const Uuid old = Uuid::random();
-    const FolderGrant grant =
-        FolderAccessManager::grant(dir.path().native() + "/./Downloads/", FolderGrant::Role::watch, old);
+    const FolderGrant grant = FolderAccessManager::grant(dir.path().native() + "/./Downloads/", Role::watch, old);
     EXPECT_EQ(grant.id, old);
     EXPECT_EQ(grant.displayPath, (dir / "Downloads").native());
     EXPECT_EQ(FolderBookmark::decode(grant.bookmark), FolderBookmark::make(dir / "Downloads"));
-    EXPECT_NE(FolderAccessManager::grant(dir / "Downloads", FolderGrant::Role::watch).id, old);
+    EXPECT_NE(FolderAccessManager::grant(dir / "Downloads", Role::watch).id, old);
 }
 
 TEST(AccessSessionTest, UsableFoldersFormTheScopeInGrantOrder) {
     TempDir dir;
     for (const char* name : {"Desktop", "Downloads", "Work", "Clients"}) fs::create_directories(dir / name);
-    AccessSession session({FolderAccessManager::grant(dir / "Downloads", FolderGrant::Role::watch),
-                           FolderAccessManager::grant(dir / "Work", FolderGrant::Role::projectHome),
-                           FolderAccessManager::grant(dir / "Desktop", FolderGrant::Role::watch),
-                           FolderAccessManager::grant(dir / "Clients", FolderGrant::Role::projectHome)});
+    AccessSession session({FolderAccessManager::grant(dir / "Downloads", Role::watch),
+                           FolderAccessManager::grant(dir / "Work", Role::projectHome),
+                           FolderAccessManager::grant(dir / "Desktop", Role::watch),
+                           FolderAccessManager::grant(dir / "Clients", Role::projectHome)});
     EXPECT_EQ(session.scope().watched, (Paths{dir / "Downloads", dir / "Desktop"}));
     EXPECT_EQ(session.scope().homes, (Paths{dir / "Work", dir / "Clients"}));
     EXPECT_EQ(session.errors(), Lines{});
@@ -185,11 +185,11 @@ TEST(AccessSessionTest, UsableFoldersFormTheScopeInGrantOrder) {
 TEST(AccessSessionTest, UnusableFoldersGiveOneLineEachAndTheOthersStillWork) {
     TempDir dir;
     for (const char* name : {"Deleted", "Linked", "Filed", "Fine", "Elsewhere"}) fs::create_directories(dir / name);
-    auto deleted = FolderAccessManager::grant(dir / "Deleted", FolderGrant::Role::watch);
-    auto linked = FolderAccessManager::grant(dir / "Linked", FolderGrant::Role::watch);
-    auto filed = FolderAccessManager::grant(dir / "Filed", FolderGrant::Role::projectHome);
-    auto fine = FolderAccessManager::grant(dir / "Fine", FolderGrant::Role::projectHome);
-    FolderGrant garbage{Uuid::random(), Bytes{1, 2, 3}, "~/Lost", FolderGrant::Role::watch};
+    const auto deleted = FolderAccessManager::grant(dir / "Deleted", Role::watch);
+    const auto linked = FolderAccessManager::grant(dir / "Linked", Role::watch);
+    auto filed = FolderAccessManager::grant(dir / "Filed", Role::projectHome);
+    const auto fine = FolderAccessManager::grant(dir / "Fine", Role::projectHome);
+    const FolderGrant garbage{Uuid::random(), Bytes{1, 2, 3}, "~/Lost", Role::watch};
     filed.displayPath = "~/Filed";
 
     fs::remove(dir / "Deleted");
@@ -203,8 +203,7 @@ TEST(AccessSessionTest, UnusableFoldersGiveOneLineEachAndTheOthersStillWork) {
     EXPECT_EQ(session.scope().homes, Paths{dir / "Fine"});
     EXPECT_EQ(
         session.errors(),
-        (Lines{(dir / "Deleted").native() + ": No such file or directory",
-               "Symbolic links are outside Kelo's safe operation scope: " + (dir / "Linked").native(),
+        (Lines{(dir / "Deleted").native() + ": No such file or directory", linkMessage(dir / "Linked"),
                "The saved reference to this folder cannot be read. Reconnect ~/Lost.", "Folder unavailable: ~/Filed"}));
     EXPECT_TRUE(session.refreshed().empty());
 }
@@ -212,7 +211,7 @@ TEST(AccessSessionTest, UnusableFoldersGiveOneLineEachAndTheOthersStillWork) {
 TEST(AccessSessionTest, FolderReplacedAtItsPathIsUsableAndItsGrantRenewed) {
     TempDir dir;
     fs::create_directories(dir / "Inbox");
-    const auto grant = FolderAccessManager::grant(dir / "Inbox", FolderGrant::Role::watch);
+    const auto grant = FolderAccessManager::grant(dir / "Inbox", Role::watch);
     fs::rename(dir / "Inbox", dir / "Inbox-old");
     fs::create_directories(dir / "Inbox");  // while the old one exists: a new inode
 
@@ -235,7 +234,7 @@ TEST(AccessSessionTest, FolderThatCannotBeReadIsUnavailable) {
     fs::create_directories(dir / "Locked");
     // Not readable by anyone but root, so the case holds whoever runs the tests.
     ASSERT_EQ(::chmod((dir / "Locked").c_str(), 0300), 0);
-    auto grant = FolderAccessManager::grant(dir / "Locked", FolderGrant::Role::watch);
+    auto grant = FolderAccessManager::grant(dir / "Locked", Role::watch);
     grant.displayPath = "~/Locked";
     const std::string answer = testing::runUnprivileged([&] {
         AccessSession session({grant});
