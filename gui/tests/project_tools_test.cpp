@@ -3,17 +3,11 @@
 // share one window holding "Lotus Spa" with three copies of one cover and an old ZIP
 // in the inbox; the Studio page opens a project of its own. GIO is kept to its local
 // backend (the real gvfsd-metadata is exercised in tests/artwork).
-#include <QApplication>
 #include <QCheckBox>
-#include <QComboBox>
-#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMimeData>
-#include <QPushButton>
-#include <QTableWidget>
 #include <QToolButton>
-#include <QtTest>
 #include <cstdlib>
 
 #include "engine/duplicate_commands.h"
@@ -28,7 +22,6 @@
 #include "gui/zip_cleanup_box.h"
 #include "studio/studio_board.h"
 #include "support/engine_fixture.h"
-#include "support/temp_dir.h"
 
 using kelo::testing::writeFile;
 using namespace kelo;
@@ -117,32 +110,32 @@ private Q_SLOTS:
         QVERIFY(std::abs(stickers[0].sticker.x - 0.3) < 0.02 && std::abs(stickers[0].sticker.y - 0.7) < 0.02);
 
         // Dragged with the left button, it follows the mouse; one undo puts it back.
-        QTest::mousePress(canvas, Qt::LeftButton, Qt::NoModifier, at(*canvas, 0.3, 0.7));
-        QTest::mouseMove(canvas, at(*canvas, 0.5, 0.6));
-        QTest::mouseMove(canvas, at(*canvas, 0.75, 0.3));
-        QTest::mouseRelease(canvas, Qt::LeftButton, Qt::NoModifier, at(*canvas, 0.75, 0.3));
+        const auto drag = [&](std::initializer_list<QPoint> path) {
+            QTest::mousePress(canvas, Qt::LeftButton, Qt::NoModifier, *path.begin());
+            for (const QPoint& point : path) QTest::mouseMove(canvas, point);
+            QTest::mouseRelease(canvas, Qt::LeftButton, Qt::NoModifier, *std::rbegin(path));
+        };
+        drag({at(*canvas, 0.3, 0.7), at(*canvas, 0.5, 0.6), at(*canvas, 0.75, 0.3)});
         stickers = dialog.editor().stickers();
         QVERIFY(std::abs(stickers[0].sticker.x - 0.75) < 0.02 && std::abs(stickers[0].sticker.y - 0.3) < 0.02);
         undo->click();
         QVERIFY(std::abs(dialog.editor().stickers()[0].sticker.x - 0.3) < 0.02);
-        QTest::mousePress(canvas, Qt::LeftButton, Qt::NoModifier, at(*canvas, 0.3, 0.7));
-        QTest::mouseMove(canvas, at(*canvas, 0.75, 0.3));
-        QTest::mouseRelease(canvas, Qt::LeftButton, Qt::NoModifier, at(*canvas, 0.75, 0.3));
+        drag({at(*canvas, 0.3, 0.7), at(*canvas, 0.75, 0.3)});
 
         // The wheel scales it; with Shift it turns.
         const double scale = dialog.editor().stickers()[0].sticker.scale;
-        QWheelEvent grow(at(*canvas, 0.75, 0.3), canvas->mapToGlobal(at(*canvas, 0.75, 0.3)), {}, {0, 240},
-                         Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+        const QPoint on = at(*canvas, 0.75, 0.3);
+        QWheelEvent grow(on, canvas->mapToGlobal(on), {}, {0, 240}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase,
+                         false);
         QApplication::sendEvent(canvas, &grow);
         QVERIFY(dialog.editor().stickers()[0].sticker.scale > scale * 1.15);
-        QWheelEvent turn(at(*canvas, 0.75, 0.3), canvas->mapToGlobal(at(*canvas, 0.75, 0.3)), {}, {0, 120},
-                         Qt::NoButton, Qt::ShiftModifier, Qt::NoScrollPhase, false);
+        QWheelEvent turn(on, canvas->mapToGlobal(on), {}, {0, 120}, Qt::NoButton, Qt::ShiftModifier, Qt::NoScrollPhase,
+                         false);
         QApplication::sendEvent(canvas, &turn);
         QCOMPARE(dialog.editor().stickers()[0].sticker.rotation, 15.0);
 
         const FolderArtwork chosen = dialog.editor().artwork();
-        dialog.findChild<QPushButton*>("applyArtwork")->click();
-        QVERIFY(settle(w.model));
+        w.press(dialog.findChild<QPushButton*>("applyArtwork"));
         QVERIFY(FolderArtwork::of(lotus()) == chosen);
 
         // The Projects page shows the project's icon and opens the studio from its row.
@@ -155,8 +148,7 @@ private Q_SLOTS:
 
         StickerStudioDialog again(w.model, lotus());
         QVERIFY(again.editor().artwork() == chosen);
-        again.findChild<QPushButton*>("resetArtwork")->click();
-        QVERIFY(settle(w.model));
+        w.press(again.findChild<QPushButton*>("resetArtwork"));
         QVERIFY(FolderArtwork::of(lotus()).empty());
     }
 
@@ -197,13 +189,11 @@ private Q_SLOTS:
     void zipCleanupSwitchesFromSettings() {
         auto* box = w.page(kSettings)->findChild<ZipCleanupBox*>("zipCleanup");
         QVERIFY(box);
-        box->switchOn();
-        QVERIFY(settle(w.model));
+        w.act([&] { box->switchOn(); });
         QVERIFY(w.model.snapshot()->state->settings.zipCleanupRule.has_value());
         QVERIFY(box->findChild<QCheckBox*>("zipCleanupEnabled")->isChecked());
         QCOMPARE(w.bar(), QString::fromUtf8("Đã bật. Bỏ qua 1 ZIP có sẵn; chỉ ghi nhận ZIP mới từ bây giờ."));
-        box->switchOff();
-        QVERIFY(settle(w.model));
+        w.act([&] { box->switchOff(); });
         QVERIFY(!w.model.snapshot()->state->settings.zipCleanupRule.has_value());
         QVERIFY(!box->findChild<QCheckBox*>("zipCleanupEnabled")->isChecked());
     }
