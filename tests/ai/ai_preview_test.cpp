@@ -1,13 +1,17 @@
-// The JPEG sent in place of a design file, made by libvips from images drawn at test
-// time: sizes and orientation, PSD and AI thumbnails, the pixel and byte limits at
-// their edges, flattening, the design thumbnail's time limit, and attachments.
+// Images drawn at test time with libvips. The JPEG sent in place of a design file:
+// sizes and orientation, PSD and AI thumbnails, the pixel and byte limits at their
+// edges, flattening, the design thumbnail's time limit, and attachments. Local text
+// recognition with the real Tesseract: formats, sizes, orientation, Vietnamese and
+// English, and the hints taken from what was read.
 #include "ai/ai_preview.h"
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <future>
 #include <vips/vips8>
 
+#include "ai/local_vision_ocr.h"
 #include "model/kelo_error.h"
 #include "preview/vips_samples.h"
 #include "scan/metadata.h"
@@ -173,6 +177,141 @@ TEST(AIPreviewTest, AttachmentsMustBeSmallUnlinkedPngOrJpeg) {
     EXPECT_EQ(refusalOf([&] { AIPreview::readAttachment(dir / "export.gif"); }), AIPreview::kAttachmentText);
     EXPECT_EQ(refusalOf([&] { AIPreview::readAttachment(dir / "link/export.png"); }).rfind("Symbolic links", 0), 0u);
     EXPECT_EQ(refusalOf([] { AIPreview::fromAttachment("not an image"); }), AIPreview::kNoImagePreviewText);
+}
+
+// Dark text (Pango markup) at `dpi` on a white page at least `width` pixels wide,
+// with a margin of half the text's height, as 8-bit sRGB.
+VImage page(const std::string& markup, int width, int dpi) {
+    VImage ink = VImage::text(markup.c_str(), VImage::option()->set("font", "DejaVu Sans Bold")->set("dpi", dpi));
+    width = std::max(width, ink.width() + ink.height());
+    const int height = ink.height() * 2;
+    VImage paper = (255 - ink).embed((width - ink.width()) / 2, ink.height() / 2, width, height,
+                                     VImage::option()->set("extend", VIPS_EXTEND_WHITE));
+    return VImage::bandjoin({paper, paper, paper})
+        .cast(VIPS_FORMAT_UCHAR)
+        .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+}
+
+// libvips writes no Photoshop files of its own, and ImageMagick's writer picks a
+// 16-bit grey or palette layout libvips reads back wrongly; so the document is
+// written here: an 8-bit RGB PSD with no layers, only the raw composite image,
+// which is what Photoshop saves with "maximise compatibility".
+void writePsd(const VImage& rgb, const std::filesystem::path& path) {
+    std::string out = "8BPS";
+    const auto be = [&out](std::uint32_t value, int bytes) {
+        for (int i = bytes - 1; i >= 0; --i) out += static_cast<char>((value >> (8 * i)) & 0xFF);
+    };
+    be(1, 2), be(0, 6), be(3, 2), be(rgb.height(), 4), be(rgb.width(), 4), be(8, 2), be(3, 2);  // header
+    be(0, 4), be(0, 4), be(0, 4);  // no colour table, no resources, no layers
+    be(0, 2);                      // raw composite, one plane per channel
+    for (int band = 0; band < 3; ++band) {
+        std::size_t size = 0;
+        void* plane = rgb.extract_band(band).write_to_memory(&size);
+        out.append(static_cast<const char*>(plane), size);
+        g_free(plane);
+    }
+    std::ofstream(path, std::ios::binary) << out;
+}
+
+FileRecord record(const std::filesystem::path& path) {
+    FileRecord file;
+    file.url = path;
+    return file;
+}
+
+std::string joined(const std::vector<std::string>& lines) {
+    std::string text;
+    for (const auto& line : lines) text += "[" + line + "]\n";
+    return text;
+}
+
+Project project(std::string name, std::vector<std::string> aliases = {}, ProjectStatus status = ProjectStatus::active) {
+    return Project::make(std::move(name), "/p", std::move(aliases), status, Date());
+}
+
+class LocalVisionOCRTest : public ::testing::Test {
+protected:
+    TempDir dir;
+    std::vector<Project> projects = {project("Lotus Spa", {}, ProjectStatus::archived), project("Lotus Spa Q3"),
+                                     project("Hydro Cafe", {"Hydro"}), project("Trà Sen", {"Tiệm Trà Sen"})};
+};
+
+TEST_F(LocalVisionOCRTest, ImagesGiveTheirProjectAndSubjob) {
+    struct Case {
+        const char* name;
+        std::string markup;
+        int width, dpi;
+        std::string project, subjob;
+    };
+    const std::string poster = "HYDRO CAFE\nPOST 15\nGrand opening 2024";
+    const std::string flyer = "<span size='600%'>LOTUS SPA Q3</span>\n\n<span size='200%'>Banner 3</span>";
+    // The archived "Lotus Spa" is named on the flyer too, and passed over.
+    const Case cases[] = {
+        {"small.png", poster, 640, 100, "Hydro Cafe", "POST 15"},
+        {"medium.jpg", poster, 1600, 250, "Hydro Cafe", "POST 15"},
+        // A flyer whose client name is several hundred pixels tall even after
+        // the image is brought down to 2048 pixels.
+        {"flyer.jpg", flyer, 3500, 400, "Lotus Spa Q3", "Banner 3"},
+        {"huge-name.png", "<span size='300%'>Hydro</span>\nmenu mùa hè 2024", 2048, 1200, "Hydro Cafe",
+         "menu mùa hè 2024"},
+        {"tra-sen.png", "TIỆM TRÀ SEN\nBài đăng số 3\nKhai trương 2024", 1400, 200, "Trà Sen", "Bài đăng số 3"},
+        {"cover.psd", "Hydro Cafe\nCover 2", 1800, 300, "Hydro Cafe", "Cover 2"},
+        // Stored lying on its side; orientation 6 says to turn it a quarter clockwise.
+        {"sideways.jpg", "Hydro Cafe\nBanner 3", 1400, 250, "Hydro Cafe", "Banner 3"},
+    };
+    for (const Case& c : cases) {
+        VImage image = page(c.markup, c.width, c.dpi);
+        const std::filesystem::path path = dir / c.name;
+        if (path.stem() == "sideways") {
+            image = image.rot(VIPS_ANGLE_D270).copy();
+            image.set("orientation", 6);
+        }
+        if (path.extension() == ".png") image.pngsave(path.c_str());
+        if (path.extension() == ".jpg") image.jpegsave(path.c_str(), VImage::option()->set("Q", 85));
+        if (path.extension() == ".psd") writePsd(image, path);
+
+        const auto lines = LocalVisionOCR::recognizeText(record(path));
+        const auto found = LocalVisionOCR::matchingProject(lines, projects);
+        ASSERT_TRUE(found) << c.name << " read as:\n" << joined(lines);
+        EXPECT_EQ(found->name, c.project) << c.name << " read as:\n" << joined(lines);
+        EXPECT_EQ(LocalVisionOCR::suggestSubjob(lines, *found).value_or("(none)"), c.subjob) << c.name << " read as:\n"
+                                                                                             << joined(lines);
+    }
+}
+
+TEST_F(LocalVisionOCRTest, EmptyUnsupportedUnreadableAndCancelledGiveNoLines) {
+    VImage::black(800, 600).invert().pngsave((dir / "blank.png").c_str());
+    page("HYDRO CAFE", 800, 200).pngsave((dir / "poster.psb").c_str());
+    page("HYDRO CAFE", 800, 200).pngsave((dir / "poster.gif").c_str());
+    testing::writeFile(dir / "broken.png", "not an image at all");
+    for (const char* name : {"blank.png", "poster.psb", "poster.gif", "broken.png", "missing.jpg"})
+        EXPECT_TRUE(LocalVisionOCR::recognizeText(record(dir / name)).empty()) << name;
+    EXPECT_FALSE(LocalVisionOCR::isSupported(record(dir / "poster.psb")));
+    EXPECT_TRUE(LocalVisionOCR::isSupported(record(dir / "Poster.HEIC")));
+
+    page("HYDRO CAFE\nPOST 15", 1200, 200).pngsave((dir / "poster.png").c_str());
+    const std::atomic<bool> cancel{true};
+    EXPECT_TRUE(LocalVisionOCR::recognizeText(record(dir / "poster.png"), &cancel).empty());
+}
+
+TEST(LocalVisionOCRHintsTest, SubjobPassesTakeEvidenceFirstAndRejectEmptyLabels) {
+    const Project hydro = project("Hydro Cafe");
+    struct Case {
+        std::vector<std::string> lines;
+        std::optional<std::string> subjob;
+    };
+    const Case cases[] = {
+        {{"Grand opening", "Hydro Cafe", "POST 15"}, "POST 15"},  // keywords are found in any case
+        {{"Summer 2024", "Menu 12", "Slide 4"}, "Slide 4"},       // keyword pass before the number pass
+        {{"Summer 2024", "Menu 12"}, "Menu 12"},                  // a year is not evidence
+        {{"Summer 2024"}, "Summer 2024"},                         // but the fallback takes the line
+        {{"Hydro Cafe", "General", "File"}, std::nullopt},        // nothing left but labels that say nothing
+        {{"ab", "7b"}, "7b"},                    // 2 characters are enough with a number, not for the fallback
+        {{std::string(36, 'w')}, std::nullopt},  // too long for the fallback
+        {{"Card " + std::string(36, 'w')}, std::nullopt},  // over 40 even with a keyword
+        {{}, std::nullopt},
+    };
+    for (const Case& c : cases) EXPECT_EQ(LocalVisionOCR::suggestSubjob(c.lines, hydro), c.subjob) << joined(c.lines);
 }
 
 }  // namespace
