@@ -19,13 +19,8 @@ struct JournalBuilder {
 
     Uuid add(const Uuid& batch, OperationType type, OperationStatus status,
              std::optional<OperationOutcome> outcome = std::nullopt, std::optional<Uuid> reverses = std::nullopt) {
-        PlannedOperation op;
-        op.id = Uuid::random();
-        op.batchID = batch;
-        op.source = "/in/f" + std::to_string(entries.size());
-        op.destination = "/jobs/a";
-        op.type = type;
-        op.reverses = reverses;
+        const PlannedOperation op{Uuid::random(), batch,   "/in/f" + std::to_string(entries.size()), "/jobs/a", {},
+                                  type,           reverses};
         entries.push_back(JournalEntry{op, Date{clock++}, status, std::nullopt, outcome});
         return op.id;
     }
@@ -127,7 +122,8 @@ TEST(HistoryViewTest, KeptViewMatchesARebuildAfterEveryChange) {
             journal.mark(operations[pick(operations.size())], statuses[pick(4)], std::nullopt,
                          pick(2) == 0 ? OperationOutcome::skipped : OperationOutcome::failed);
         const auto before = view.current(journal);
-        ASSERT_EQ(std::vector<HistoryBatch>(before->begin(), before->end()), HistoryIndex::build(journal.document().entries))
+        ASSERT_EQ(std::vector<HistoryBatch>(before->begin(), before->end()),
+                  HistoryIndex::build(journal.document().entries))
             << "step " << step;
         EXPECT_EQ(view.current(journal), before);  // nothing changed: the same list is shared
     }

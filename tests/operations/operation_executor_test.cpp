@@ -127,7 +127,9 @@ TEST_F(OperationExecutorTest, UndoRestoresAndASecondUndoNoLongerMatches) {
     EXPECT_EQ(readFile(a), "content of a.png");
 }
 
-TEST_F(OperationExecutorTest, RefusesFoldersOutsideAccessAndComponentsThatAreFiles) {
+// Folders are made only inside approved access, never through a file, and a new
+// project folder (with its category folders) only directly inside a home.
+TEST_F(OperationExecutorTest, FoldersAreMadeOnlyWhereAccessAndTheHomeAllow) {
     auto executor = makeExecutor();
     const Uuid batch = Uuid::random();
     EXPECT_EQ(refusalOf([&] { executor->ensureDirectories(dir / "Elsewhere" / "x", batch, scope); }),
@@ -136,10 +138,7 @@ TEST_F(OperationExecutorTest, RefusesFoldersOutsideAccessAndComponentsThatAreFil
     writeFile(project / "Assets", "a file, not a folder");
     EXPECT_EQ(refusalOf([&] { executor->ensureDirectories(project / "Assets" / "Post 1", batch, scope); }),
               "Destination component is not a folder.");
-}
 
-TEST_F(OperationExecutorTest, NewProjectFolderGetsItsCategoryFoldersOnlyDirectlyInAHome) {
-    auto executor = makeExecutor();
     executor->createProjectDirectory(home / "Lotus Spa", scope);
     for (const char* category : {"Working", "Export", "Assets", "Reference"})
         EXPECT_TRUE(fs::is_directory(home / "Lotus Spa" / category)) << category;

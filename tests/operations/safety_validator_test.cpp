@@ -137,9 +137,8 @@ TEST_F(SafetyValidatorTest, SymbolicLinksAnywhereAreRefused) {
     fs::create_symlink(dir / "nowhere", job / "dangling.pdf");
     EXPECT_EQ(refusal(op(OperationType::move, inbox / "a.pdf", job / "dangling.pdf")),
               linkMessage(job / "dangling.pdf"));
-}
 
-TEST_F(SafetyValidatorTest, ParentSwappedForALinkAfterPlanningIsRefused) {
+    // A parent swapped for a link after planning.
     const auto planned = fileIt();
     ASSERT_EQ(refusal(planned), "");
     fs::create_directories(dir / "Outside");
@@ -176,14 +175,13 @@ TEST_F(SafetyValidatorTest, SourceMustBeTheFileThePlanSaw) {
 }
 
 TEST_F(SafetyValidatorTest, RecentlyModifiedFilesAreLeftAlone) {
-    now = Date::fromTimespec(kModified + 29, 0);
-    EXPECT_EQ(refusal(fileIt()), kActive);
-    now = Date::fromTimespec(kModified + 29, 900000000);
-    EXPECT_EQ(refusal(fileIt()), kActive);
-    now = Date::fromTimespec(kModified + 30, 0);
-    EXPECT_EQ(refusal(fileIt()), "");
-    now = Date::fromTimespec(kModified - 3600, 0);  // modified "in the future"
-    EXPECT_EQ(refusal(fileIt()), kActive);
+    // Seconds and nanoseconds since the modification; the last is modified "in the future".
+    for (const auto& [seconds, nanoseconds, answer] :
+         {std::tuple{29, 0, kActive}, std::tuple{29, 900000000, kActive}, std::tuple{30, 0, std::string()},
+          std::tuple{-3600, 0, kActive}}) {
+        now = Date::fromTimespec(kModified + seconds, nanoseconds);
+        EXPECT_EQ(refusal(fileIt()), answer) << seconds << " s " << nanoseconds << " ns after";
+    }
     // Folders being created have no file to wait for.
     EXPECT_EQ(refusal(op(OperationType::createDirectory, job, job / "New")), "");
 }
