@@ -13,7 +13,7 @@ Project project(std::string name, std::vector<std::string> aliases = {}) {
     return Project::make(std::move(name), "/p/" + name, std::move(aliases));
 }
 
-TEST(SubjobGroupingTest, FindsKeywordAndNumberJoinedOrSeparated) {
+TEST(SubjobGroupingTest, FindsKeywordAndNumberJoinedOrSeparatedButNotTheProjectsOwn) {
     const Project hydro = project("Hydro Cafe", {"HY"});
     struct Case {
         const char* filename;
@@ -26,19 +26,17 @@ TEST(SubjobGroupingTest, FindsKeywordAndNumberJoinedOrSeparated) {
         {"Bài 7 - thuyết trình.pdf", "Bai 7"},
         {"story-0.jpg", "Story 0"},
         {"Poster12.ai", "Poster 12"},
-        {"mockup_v2.psd", std::nullopt},          // "v2" is no number on its own
-        {"post_2024.psd", std::nullopt},          // a year
+        {"mockup_v2.psd", std::nullopt},      // "v2" is no number on its own
+        {"post_2024.psd", std::nullopt},      // a year
         {"post_0999.psd", "Post 999"},
-        {"post_20240815.psd", std::nullopt},      // a date, not a sub-job
-        {"postcard 3.png", std::nullopt},         // "postcard" is not a keyword
-        {"final post.png", std::nullopt},         // keyword with no number
+        {"post_20240815.psd", std::nullopt},  // a date, not a sub-job
+        {"postcard 3.png", std::nullopt},     // "postcard" is not a keyword
+        {"final post.png", std::nullopt},     // keyword with no number
         {"page.10.pdf", "Page 10"},
         {"feed.png", std::nullopt},
     };
     for (const auto& c : cases) EXPECT_EQ(SubjobGrouping::detectSubjob(c.filename, hydro), c.expected) << c.filename;
-}
 
-TEST(SubjobGroupingTest, IgnoresTheProjectsOwnWords) {
     // A project called "Post 3" must not make every one of its files sub-job "Post 3".
     const Project post = project("Post 3 Studio", {"Cover"});
     EXPECT_EQ(SubjobGrouping::detectSubjob("Post 3 Studio - slide 4.png", post), "Slide 4");
@@ -54,7 +52,8 @@ TEST(SortingNameSuggestionTest, CleansTypedSubfolderNames) {
         {"a/b:c\td", "abc d"}, {"..", "General"}, {"Bài tập HY", "Bài tập"},
         {std::string(300, 'x'), std::string(255, 'x')}, {longVietnamese, longVietnamese.substr(0, 255)},
     };
-    for (const auto& [typed, cleaned] : cases) EXPECT_EQ(SortingNameSuggestion::cleanSubjob(typed, hydro), cleaned) << typed;
+    for (const auto& [typed, cleaned] : cases)
+        EXPECT_EQ(SortingNameSuggestion::cleanSubjob(typed, hydro), cleaned) << typed;
 }
 
 TEST(NameCaseTest, TitleCasesWordsKeepingDiacriticsAndCapitals) {
