@@ -7,17 +7,14 @@
 #include <QLineEdit>
 #include <QPainter>
 #include <QProgressBar>
-#include <QPushButton>
 #include <QSignalSpy>
 #include <QTimer>
-#include <QtTest>
 #include <map>
 
 #include "gui/live_inbox.h"
 #include "gui/rename_dialog.h"
 #include "gui/tests/sample_window.h"
 #include "gui/thumbnail_cache.h"
-#include "support/temp_dir.h"
 
 using kelo::testing::writeFile;
 using namespace kelo;
@@ -135,7 +132,8 @@ private Q_SLOTS:
     void liveInboxKnowsPartialDownloadNames() {
         for (const char* name : {"a.crdownload", "b.PART", "c.download", "d.partial"})
             QVERIFY2(LiveInbox::isPartialDownload(name), name);
-        for (const char* name : {"party.pdf", "download.zip", "a.psd"}) QVERIFY2(!LiveInbox::isPartialDownload(name), name);
+        for (const char* name : {"party.pdf", "download.zip", "a.psd"})
+            QVERIFY2(!LiveInbox::isPartialDownload(name), name);
     }
 
     void thumbnailsDecodeOffTheMainThreadThenComeFromMemoryUntilTheFileChanges() {

@@ -4,11 +4,8 @@
 // and the panel against a real engine (a drop from outside the inbox is refused, a
 // new file dropped in the inbox is found, sorted and undone).
 #include <QImage>
-#include <QLabel>
 #include <QPainter>
-#include <QPushButton>
 #include <QSettings>
-#include <QtTest>
 #include <chrono>
 
 #include "gui/companion/companion_choices.h"
@@ -21,6 +18,8 @@
 #include "gui/tests/sample_window.h"
 #include "support/engine_fixture.h"
 
+using kelo::testing::makeOlder;
+using kelo::testing::writeFile;
 using namespace kelo;
 using namespace kelo::gui;
 namespace fs = std::filesystem;
@@ -234,10 +233,10 @@ private Q_SLOTS:
         SampleWindow w;
         const fs::path root = w.root.path(), &inbox = w.inbox;
         AppModel& model = w.model;
-        kelo::testing::writeFile(w.home / "ACME/Working/old.psd", "psd");
-        kelo::testing::writeFile(inbox / "notes.txt", "n");
-        kelo::testing::writeFile(root / "Elsewhere/ACME-logo-v3.psd", "elsewhere");
-        kelo::testing::makeOlder(inbox / "notes.txt", std::chrono::hours(48));
+        writeFile(w.home / "ACME/Working/old.psd", "psd");
+        writeFile(inbox / "notes.txt", "n");
+        writeFile(root / "Elsewhere/ACME-logo-v3.psd", "elsewhere");
+        makeOlder(inbox / "notes.txt", std::chrono::hours(48));
         w.open();
 
         CompanionChoices::setPanelPosition(QPoint(123, 77));
@@ -250,21 +249,18 @@ private Q_SLOTS:
         QVERIFY(fs::exists(root / "Elsewhere/ACME-logo-v3.psd"));
 
         // Saved into the inbox after the last scan: the drop looks again and offers it.
-        kelo::testing::writeFile(inbox / "ACME-logo-v2.psd", "logo");
-        kelo::testing::makeOlder(inbox / "ACME-logo-v2.psd", std::chrono::hours(48));
-        panel.dropFile(inbox / "ACME-logo-v2.psd");
-        QVERIFY(settle(model));
+        writeFile(inbox / "ACME-logo-v2.psd", "logo");
+        makeOlder(inbox / "ACME-logo-v2.psd", std::chrono::hours(48));
+        w.act([&] { panel.dropFile(inbox / "ACME-logo-v2.psd"); });
         QVERIFY2(panel.shown().has_value(), qPrintable(panel.note()));
         QCOMPARE(panel.shown()->file, inbox / "ACME-logo-v2.psd");
         QVERIFY(panel.findChild<QLabel*>("companionSuggestion")->text().contains("ACME"));
 
-        panel.findChild<QPushButton*>("companionSort")->click();
-        QVERIFY(settle(model));
+        w.press(panel.findChild<QPushButton*>("companionSort"));
         QVERIFY(!fs::exists(inbox / "ACME-logo-v2.psd"));
         auto* undo = panel.findChild<QPushButton*>("companionUndo");
         QVERIFY(undo->isEnabled());
-        undo->click();
-        QVERIFY(settle(model));
+        w.press(undo);
         QVERIFY(fs::exists(inbox / "ACME-logo-v2.psd"));
 
         panel.show();
