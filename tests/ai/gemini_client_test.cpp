@@ -71,8 +71,8 @@ TEST(GeminiPayloadTest, ContextAndBodyCarryWhatIsSentAndTheAnswerSchema) {
     EXPECT_EQ(
         body["generationConfig"],
         (Json{{"responseMimeType", "application/json"}, {"responseJsonSchema", schema}, {"maxOutputTokens", 2048}}));
-    EXPECT_EQ(Json::parse(GP::body(jpeg, "{}",
-                                   {}))["generationConfig"]["responseJsonSchema"]["properties"]["project_id"]["enum"],
+    const Json bare = Json::parse(GP::body(jpeg, "{}", {}));
+    EXPECT_EQ(bare["generationConfig"]["responseJsonSchema"]["properties"]["project_id"]["enum"],
               Json::array({"unknown"}));
 }
 
@@ -132,57 +132,54 @@ TEST(GeminiPayloadTest, AdviceFromValidAnswers) {
 TEST(GeminiPayloadTest, AdviceRefusesEveryKindOfBadAnswer) {
     const auto projects = someProjects(2);
     const std::string listed = projects[0].id.text();
-    struct Case {
+    const auto refusalFor = [&](const std::string& response, std::optional<Uuid> known = std::nullopt,
+                                const std::string& name = "a.png") {
+        return refusalOf([&] { GP::advice(response, fileNamed(name), projects, known); });
+    };
+    EXPECT_EQ(refusalFor(std::string(262'145, ' ')), GP::kResponseTooLarge);
+    const std::pair<const char*, std::string> incomplete[] = {
+        {"not JSON", "<html>"},
+        {"no candidates", R"({"candidates":[]})"},
+        {"no content", R"({"candidates":[{"finishReason":"STOP"}]})"},
+        {"no finish reason", R"({"candidates":[{"content":{"parts":[{"text":"x"}]}}]})"},
+        {"wrong part type", R"({"candidates":[{"content":{"parts":[{"text":5}]},"finishReason":"STOP"}]})"},
+        {"cut off", envelope(adviceJson(listed), "MAX_TOKENS")},
+    };
+    for (const auto& [what, response] : incomplete) EXPECT_EQ(refusalFor(response), GP::kIncompleteSuggestion) << what;
+    // The text of a well-formed envelope.
+    const struct {
         const char* what;
-        std::string response;
-        std::optional<Uuid> known;
-        std::string_view text;
-    };
-    const Case cases[] = {
-        {"too large", std::string(262'145, ' '), std::nullopt, GP::kResponseTooLarge},
-        {"not JSON", "<html>", std::nullopt, GP::kIncompleteSuggestion},
-        {"no candidates", R"({"candidates":[]})", std::nullopt, GP::kIncompleteSuggestion},
-        {"no content", R"({"candidates":[{"finishReason":"STOP"}]})", std::nullopt, GP::kIncompleteSuggestion},
-        {"no finish reason", R"({"candidates":[{"content":{"parts":[{"text":"x"}]}}]})", std::nullopt,
+        std::string text;
+        std::string_view refusal;  // empty: accepted
+    } cases[] = {
+        {"empty text", "", GP::kIncompleteSuggestion},
+        {"text too large", std::string(16'001, ' '), GP::kSuggestionTooLarge},
+        {"text not JSON", "I think Project 1", GP::kIncompleteSuggestion},
+        {"missing field", R"({"project_id":"unknown","category":"Export","stem":"a","reason":"b"})",
          GP::kIncompleteSuggestion},
-        {"cut off", envelope(adviceJson(listed), "MAX_TOKENS"), std::nullopt, GP::kIncompleteSuggestion},
-        {"wrong part type", R"({"candidates":[{"content":{"parts":[{"text":5}]},"finishReason":"STOP"}]})",
-         std::nullopt, GP::kIncompleteSuggestion},
-        {"empty text", envelope(""), std::nullopt, GP::kIncompleteSuggestion},
-        {"text too large", envelope(std::string(16'001, ' ')), std::nullopt, GP::kSuggestionTooLarge},
-        {"text not JSON", envelope("I think Project 1"), std::nullopt, GP::kIncompleteSuggestion},
-        {"missing field", envelope(R"({"project_id":"unknown","category":"Export","stem":"a","reason":"b"})"),
-         std::nullopt, GP::kIncompleteSuggestion},
-        {"unknown category", envelope(adviceJson(listed, "a", "b", "Final")), std::nullopt, GP::kIncompleteSuggestion},
-        {"unknown confidence", envelope(adviceJson(listed, "a", "b", "Export", "certain")), std::nullopt,
-         GP::kIncompleteSuggestion},
-        {"project not offered", envelope(adviceJson(Uuid::random().text())), std::nullopt, GP::kUnavailableProject},
-        {"project not a UUID", envelope(adviceJson("Project 1")), std::nullopt, GP::kUnavailableProject},
-        {"conflicts with known", envelope(adviceJson(projects[1].id.text())), projects[0].id, GP::kUnavailableProject},
-        {"empty stem", envelope(adviceJson(listed, "")), std::nullopt, GP::kInvalidStemOrReason},
-        {"stem starts with hyphen", envelope(adviceJson(listed, "-Post")), std::nullopt, GP::kInvalidStemOrReason},
-        {"stem with path", envelope(adviceJson(listed, "../etc/passwd")), std::nullopt, GP::kInvalidStemOrReason},
-        {"stem with extension", envelope(adviceJson(listed, "Post.png")), std::nullopt, GP::kInvalidStemOrReason},
-        {"stem too long", envelope(adviceJson(listed, std::string(161, 'a'))), std::nullopt, GP::kInvalidStemOrReason},
-        {"empty reason", envelope(adviceJson(listed, "Post", "")), std::nullopt, GP::kInvalidStemOrReason},
-        {"reason too long", envelope(adviceJson(listed, "Post", std::string(501, 'r'))), std::nullopt,
-         GP::kInvalidStemOrReason},
+        {"unknown category", adviceJson(listed, "a", "b", "Final"), GP::kIncompleteSuggestion},
+        {"unknown confidence", adviceJson(listed, "a", "b", "Export", "certain"), GP::kIncompleteSuggestion},
+        {"project not offered", adviceJson(Uuid::random().text()), GP::kUnavailableProject},
+        {"project not a UUID", adviceJson("Project 1"), GP::kUnavailableProject},
+        {"empty stem", adviceJson(listed, ""), GP::kInvalidStemOrReason},
+        {"stem starts with hyphen", adviceJson(listed, "-Post"), GP::kInvalidStemOrReason},
+        {"stem with path", adviceJson(listed, "../etc/passwd"), GP::kInvalidStemOrReason},
+        {"stem with extension", adviceJson(listed, "Post.png"), GP::kInvalidStemOrReason},
+        {"stem too long", adviceJson(listed, std::string(161, 'a')), GP::kInvalidStemOrReason},
+        {"empty reason", adviceJson(listed, "Post", ""), GP::kInvalidStemOrReason},
+        {"reason too long", adviceJson(listed, "Post", std::string(501, 'r')), GP::kInvalidStemOrReason},
+        // At the limits: 160 bytes of stem (Vietnamese letters count by byte) and 500
+        // characters of reason are fine.
+        {"longest stem and reason", adviceJson(listed, std::string(160, 'a'), std::string(500, 'r')), {}},
+        {"Vietnamese", adviceJson(listed, "Bìa-Đẹp", "ổn"), {}},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(refusalOf([&] { GP::advice(c.response, fileNamed("a.png"), projects, c.known); }), c.text) << c.what;
-
-    // At the limits: 160 bytes of stem (Vietnamese letters count by byte) and 500
-    // characters of reason are fine.
-    EXPECT_NO_THROW(GP::advice(envelope(adviceJson(listed, std::string(160, 'a'), std::string(500, 'r'))),
-                               fileNamed("a.png"), projects, std::nullopt));
-    EXPECT_NO_THROW(
-        GP::advice(envelope(adviceJson(listed, "Bìa-Đẹp", "ổn")), fileNamed("a.png"), projects, std::nullopt));
+    for (const auto& c : cases) EXPECT_EQ(refusalFor(envelope(c.text)), c.refusal) << c.what;
+    EXPECT_EQ(refusalFor(envelope(adviceJson(projects[1].id.text())), projects[0].id), GP::kUnavailableProject)
+        << "conflicts with the known project";
     // A stem that fits its own limit but not with the extension.
-    EXPECT_EQ(refusalOf([&] {
-                  GP::advice(envelope(adviceJson(listed, std::string(160, 'a'))),
-                             fileNamed("a." + std::string(100, 'e')), projects, std::nullopt);
-              }),
-              GP::kInvalidFilename);
+    EXPECT_EQ(
+        refusalFor(envelope(adviceJson(listed, std::string(160, 'a'))), std::nullopt, "a." + std::string(100, 'e')),
+        GP::kInvalidFilename);
 }
 
 constexpr std::string_view kKey = "AIzaTestKey_0123456789-abcdefXYZ";
@@ -308,10 +305,9 @@ TEST(GeminiClientTest, ServerThatNeverAnswersTimesOut) {
     server.respond("/timeout" + kEndpoint, silent);
     GeminiTransport quick = trusting(server, "/timeout");
     quick.resourceTimeout = std::chrono::seconds(1);
-    const auto result = GeminiClient::send("{}", kKey, quick);
-    ASSERT_TRUE(std::holds_alternative<GeminiFailure>(result));
-    EXPECT_EQ(std::get<GeminiFailure>(result).kind, GeminiFailureKind::network);
-    EXPECT_EQ(effectOf(std::get<GeminiFailure>(result)), AIFailureEffect::pauseFiveMinutes);
+    const auto failure = std::get<GeminiFailure>(GeminiClient::send("{}", kKey, quick));  // throws when answered
+    EXPECT_EQ(failure.kind, GeminiFailureKind::network);
+    EXPECT_EQ(effectOf(failure), AIFailureEffect::pauseFiveMinutes);
     EXPECT_LE(server.requestsFor("/timeout" + kEndpoint), 1u);
 }
 
@@ -321,31 +317,24 @@ TEST(GeminiClientTest, SendsOnlyOverVerifiedHttps) {
 
     GeminiTransport plain = trusting(server, "");
     plain.baseUrl = "http://127.0.0.1:" + std::to_string(server.port());
-    const auto refused = GeminiClient::send("{}", kKey, plain);
-    ASSERT_TRUE(std::holds_alternative<GeminiFailure>(refused));
-    EXPECT_EQ(std::get<GeminiFailure>(refused).detail, kHttpsOnlyText);
+    EXPECT_EQ(std::get<GeminiFailure>(GeminiClient::send("{}", kKey, plain)).detail, kHttpsOnlyText);
 
     // Without the test's certificate the server is not trusted, and nothing is sent.
     GeminiTransport untrusted = trusting(server, "");
     untrusted.extraCertificate.reset();
-    const auto unverified = GeminiClient::send("{}", kKey, untrusted);
-    ASSERT_TRUE(std::holds_alternative<GeminiFailure>(unverified));
-    EXPECT_EQ(std::get<GeminiFailure>(unverified).kind, GeminiFailureKind::network);
+    EXPECT_EQ(std::get<GeminiFailure>(GeminiClient::send("{}", kKey, untrusted)).kind, GeminiFailureKind::network);
     EXPECT_TRUE(server.requests().empty());
 
     // A key that would break out of its header line is never sent.
-    const auto injected = GeminiClient::send("{}", "abc\r\nX-Other: 1", trusting(server, ""));
-    EXPECT_TRUE(std::holds_alternative<GeminiFailure>(injected));
+    EXPECT_TRUE(
+        std::holds_alternative<GeminiFailure>(GeminiClient::send("{}", "abc\r\nX-Other: 1", trusting(server, ""))));
     EXPECT_TRUE(server.requests().empty());
     EXPECT_TRUE(std::holds_alternative<std::string>(GeminiClient::send("{}", kKey, trusting(server, ""))));
 }
 
 TEST(GeminiClientTest, EnvironmentChoosesEndpointAndExtraCertificate) {
     struct Restore {
-        ~Restore() {
-            ::unsetenv("KELO_GEMINI_ENDPOINT");
-            ::unsetenv("KELO_GEMINI_CA_FILE");
-        }
+        ~Restore() { ::unsetenv("KELO_GEMINI_ENDPOINT"), ::unsetenv("KELO_GEMINI_CA_FILE"); }
     } restore;
     ::unsetenv("KELO_GEMINI_ENDPOINT");
     ::unsetenv("KELO_GEMINI_CA_FILE");
@@ -359,9 +348,7 @@ TEST(GeminiClientTest, EnvironmentChoosesEndpointAndExtraCertificate) {
     server.respond("/gw" + kEndpoint, CannedResponse{200, validAnswer()});
     ::setenv("KELO_GEMINI_ENDPOINT", (server.baseUrl() + "/gw/").c_str(), 1);
     ::setenv("KELO_GEMINI_CA_FILE", server.certificateFile().c_str(), 1);
-    const auto answered = GeminiClient::send("{}", kKey);
-    ASSERT_TRUE(std::holds_alternative<std::string>(answered));
-    EXPECT_EQ(std::get<std::string>(answered), validAnswer());
+    EXPECT_EQ(std::get<std::string>(GeminiClient::send("{}", kKey)), validAnswer());
     EXPECT_EQ(server.requestsFor("/gw" + kEndpoint), 1u);
 
     ::setenv("KELO_GEMINI_ENDPOINT", "http://gateway.example", 1);
