@@ -15,15 +15,11 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::readFile;
+using testing::runShell;
 using testing::writeFile;
 
-using testing::ShellRun;
-
-// Standard output and error of a shell command.
-ShellRun shell(const std::string& command) { return testing::runShell(command + " 2>&1"); }
-
 bool tool(const char* name) {
-    return shell(std::string("command -v ") + name + " >/dev/null").ok();
+    return runShell(std::string("command -v ") + name + " >/dev/null").ok();
 }
 
 // The text between "== NAME" and the next "== " line of the script's output.
@@ -40,10 +36,8 @@ TEST(FolderIconGvfsTest, ApplyShowsAndResetClearsCustomIconAndLeavesUsersDirecto
         GTEST_SKIP() << "dbus-run-session, gio or gvfsd-metadata is not installed (scripts/bootstrap installs them)";
     testing::TempDir dir;
     const fs::path home = dir / "home", projects = dir / "Projects", data = dir / "data", runtime = dir / "run";
-    fs::create_directories(projects / "Lotus");
-    fs::create_directories(projects / "Mine");
-    fs::create_directories(home);
-    fs::create_directories(runtime);
+    for (const fs::path& folder : {projects / "Lotus", projects / "Mine", home, runtime})
+        fs::create_directories(folder);
     fs::permissions(runtime, fs::perms::owner_all);
     const std::string users = "[Desktop Entry]\nIcon=folder-green\n";
     writeFile(projects / "Mine" / ".directory", users);
@@ -60,7 +54,7 @@ TEST(FolderIconGvfsTest, ApplyShowsAndResetClearsCustomIconAndLeavesUsersDirecto
         "cd '" + dir.path().string() + "' && env -u DBUS_SESSION_BUS_ADDRESS -u GIO_USE_VFS HOME='" + home.string() +
         "' XDG_DATA_HOME='" + (home / ".local/share").string() + "' XDG_CONFIG_HOME='" + (home / ".config").string() +
         "' XDG_CACHE_HOME='" + (home / ".cache").string() + "' XDG_RUNTIME_DIR='" + runtime.string() + "' ";
-    const ShellRun run = shell(environment + "timeout 120 dbus-run-session -- sh -c \"" + script + "\"");
+    const auto run = runShell(environment + "timeout 120 dbus-run-session -- sh -c \"" + script + "\" 2>&1");
     ASSERT_TRUE(run.ok()) << run.output;
 
     // Kelo's icons are in its data directory; both folders point at them, then neither does.
