@@ -5,15 +5,12 @@
 #include <algorithm>
 #include <stdexcept>
 
-
 namespace kelo::testing {
 
 namespace fs = std::filesystem;
 
 void EngineFixture::makeFolders(std::initializer_list<const char*> projects) {
-    fs::create_directories(inbox);
-    fs::create_directories(trashHome);
-    fs::create_directories(home);
+    for (const fs::path& folder : {inbox, trashHome, home}) fs::create_directories(folder);
     for (const char* project : projects) fs::create_directories(home / project);
 }
 
@@ -37,13 +34,12 @@ void EngineFixture::setDryRun(Engine& engine, bool on) {
 }
 
 bool EngineFixture::hasMessage(const Snapshot& snapshot, const std::string& text) {
-    return std::find(snapshot.messages.begin(), snapshot.messages.end(), text) != snapshot.messages.end();
+    return std::ranges::find(snapshot.messages, text) != snapshot.messages.end();
 }
 
 const Project* EngineFixture::projectNamed(const AppState& state, const std::string& name) {
-    for (const auto& project : state.projects)
-        if (project.name == name) return &project;
-    return nullptr;
+    const auto found = std::ranges::find(state.projects, name, &Project::name);
+    return found == state.projects.end() ? nullptr : &*found;
 }
 
 const Classification& EngineFixture::classificationNamed(const Snapshot& snapshot, const std::string& filename) {

@@ -8,7 +8,6 @@
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
-#include <vector>
 
 namespace kelo::testing {
 
@@ -21,23 +20,20 @@ TempDir::TempDir() : TempDir(systemTemporary()) {}
 
 TempDir::TempDir(const std::filesystem::path& base) {
     std::string pattern = base.string() + "/kelo-test-XXXXXX";
-    std::vector<char> buffer(pattern.begin(), pattern.end());
-    buffer.push_back('\0');
-    if (mkdtemp(buffer.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
+    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
     // Tests may hand the folder to an unprivileged child process.
-    chmod(buffer.data(), 0755);
-    path_ = std::filesystem::path(buffer.data());
+    chmod(pattern.c_str(), 0755);
+    path_ = pattern;
 }
 
 TempDir::~TempDir() {
     std::error_code ignored;
     // Make every folder writable again first, in case a test locked one.
     for (auto it = std::filesystem::recursive_directory_iterator(path_, ignored);
-         it != std::filesystem::recursive_directory_iterator(); it.increment(ignored)) {
+         it != std::filesystem::recursive_directory_iterator(); it.increment(ignored))
         if (it->is_directory(ignored) && !it->is_symlink(ignored))
             std::filesystem::permissions(it->path(), std::filesystem::perms::owner_all,
                                          std::filesystem::perm_options::add, ignored);
-    }
     std::filesystem::remove_all(path_, ignored);
 }
 
