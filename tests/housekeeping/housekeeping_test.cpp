@@ -155,7 +155,8 @@ TEST_F(DuplicateFinderTest, FilesChangedOrSwappedUnderneathFailTheSearch) {
 }
 
 TEST_F(DuplicateFinderTest, CancellingEndsTheSearchWithoutAResult) {
-    for (int i = 0; i < 6; ++i) writeFile(dir / ("copy" + std::to_string(i)), std::string(3 * DuplicateFinder::kChunkSize, 'c'));
+    const std::string copy(3 * DuplicateFinder::kChunkSize, 'c');
+    for (int i = 0; i < 6; ++i) writeFile(dir / ("copy" + std::to_string(i)), copy);
     std::stop_source stop;
     EXPECT_THROW(DuplicateFinder::groups(recordsUnder(dir.path()), stop.get_token(),
                                          [&](std::uint64_t, std::uint64_t) { stop.request_stop(); }),
@@ -168,11 +169,12 @@ TEST_F(DuplicateFinderTest, CancellingEndsTheSearchWithoutAResult) {
 class DuplicateCommandsTest : public testing::EngineFixture {
 protected:
     fs::path project = home / "Lotus Spa";
+    const std::string cover = std::string(2 * DuplicateFinder::kChunkSize, 'p');
     void SetUp() override {
         makeFolders({"Lotus Spa/Export"});
-        writeFile(project / "cover.psd", std::string(2 * DuplicateFinder::kChunkSize, 'p'));
-        writeFile(project / "Export/cover copy.psd", std::string(2 * DuplicateFinder::kChunkSize, 'p'));
-        writeFile(project / "Export/cover other.psd", std::string(2 * DuplicateFinder::kChunkSize, 'q'));
+        writeFile(project / "cover.psd", cover);
+        writeFile(project / "Export/cover copy.psd", cover);
+        writeFile(project / "Export/cover other.psd", std::string(cover.size(), 'q'));
     }
 };
 
@@ -198,24 +200,23 @@ TEST_F(DuplicateCommandsTest, TheSearchRunsBesideTheEngine) {
               kChooseProjectBeforeSearching);
     EXPECT_EQ(refusalOf([&] { DuplicateSearch::start(worker, "Lotus Spa", dir.path(), {}).get(); }),
               kApproveProjectBeforeComparing);
-    const auto inExport = DuplicateSearch::start(worker, "Lotus Spa", fs::path("Export"), {}).get();
-    EXPECT_TRUE(inExport.empty());
+    EXPECT_TRUE(DuplicateSearch::start(worker, "Lotus Spa", fs::path("Export"), {}).get().empty());
 }
 
 TEST_F(DuplicateCommandsTest, TrashingACopyRechecksItAgainstTheKeptOne) {
     auto engine = startWithFolders(false);
-    const auto cover = recordOf(project / "cover.psd");
+    const auto kept = recordOf(project / "cover.psd");
     const auto copy = recordOf(project / "Export/cover copy.psd");
     const auto other = recordOf(project / "Export/cover other.psd");
 
-    EXPECT_EQ(refusal([&] { DuplicateCommands::trashDuplicate(*engine, cover, cover); }), kKeepingTheChosenCopy);
-    EXPECT_EQ(refusal([&] { DuplicateCommands::trashDuplicate(*engine, other, cover); }), kNoLongerIdentical);
+    EXPECT_EQ(refusal([&] { DuplicateCommands::trashDuplicate(*engine, kept, kept); }), kKeepingTheChosenCopy);
+    EXPECT_EQ(refusal([&] { DuplicateCommands::trashDuplicate(*engine, other, kept); }), kNoLongerIdentical);
     EXPECT_TRUE(fs::exists(other.url));
 
-    const auto snapshot = DuplicateCommands::trashDuplicate(*engine, copy, cover);
+    const auto snapshot = DuplicateCommands::trashDuplicate(*engine, copy, kept);
     EXPECT_FALSE(fs::exists(copy.url));
-    EXPECT_TRUE(fs::exists(cover.url));
-    EXPECT_EQ(testing::readFile(trashHome / "Trash/files/cover copy.psd"), std::string(2 * DuplicateFinder::kChunkSize, 'p'));
+    EXPECT_TRUE(fs::exists(kept.url));
+    EXPECT_EQ(readFile(trashHome / "Trash/files/cover copy.psd"), cover);
     EXPECT_TRUE(engine->lastTrashed().has_value());
     EXPECT_FALSE(snapshot->messages.empty());
 }
@@ -237,9 +238,7 @@ protected:
         engine = startWithFolders(false);
     }
 
-    std::vector<std::string> switchOn() {
-        return ZipCleanupCommands::switchOn(*engine, inbox)->messages;
-    }
+    std::vector<std::string> switchOn() { return ZipCleanupCommands::switchOn(*engine, inbox)->messages; }
     // A scan after `hours`; returns the ZIP status.
     std::string scanAfter(double hours) {
         clockNow = clockNow.adding(hours * 3600);
@@ -292,8 +291,7 @@ TEST_F(ZipCleanupTest, AReplacedOrChangedZipWaitsAgain) {
 TEST_F(ZipCleanupTest, RefusalsAndAFolderThatIsNoLongerApproved) {
     EXPECT_EQ(refusal([&] { ZipCleanupCommands::switchOn(*engine, home); }), kZipFolderNotGranted);
     switchOn();
-    const std::string grant = engine->state().grants.front().id.text();
-    engine->removeGrant(grant);
+    engine->removeGrant(engine->state().grants.front().id.text());
     EXPECT_EQ(scanAfter(48), kZipFolderNotGranted);
     EXPECT_TRUE(fs::exists(inbox / "present.zip"));
 }
@@ -438,10 +436,10 @@ TEST_F(HandoffTest, RefusalsLeaveTheProjectExportAndStorageAsTheyWere) {
     const auto reviewed = HandoffCommands::review(*engine, "Lotus Spa");
     writeFile(project / "late.txt", "added after review");
     testing::makeOlder(project / "late.txt", std::chrono::hours(2));
-    const auto changed = refusal([&] { HandoffCommands::createHandoff(*engine, "Lotus Spa", reviewed, exports); });
-    EXPECT_EQ(changed, "Project changed or contains active files. Reload and review the handoff again.");
+    const std::string changed = "Project changed or contains active files. Reload and review the handoff again.";
+    EXPECT_EQ(refusal([&] { HandoffCommands::createHandoff(*engine, "Lotus Spa", reviewed, exports); }), changed);
     clockNow = Date::now();  // every file was written a moment ago
-    EXPECT_EQ(refusalOf(exports), "Project changed or contains active files. Reload and review the handoff again.");
+    EXPECT_EQ(refusalOf(exports), changed);
     fs::remove(project / "late.txt");
     EXPECT_EQ(tree(project), projectBefore);
 

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <linux/fs.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>

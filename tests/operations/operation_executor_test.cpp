@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include "model/kelo_error.h"
 #include "operations/batch_scenario.h"
 #include "scan/metadata.h"
 #include "support/log_kill_harness.h"

@@ -1,14 +1,11 @@
 #include "operations/safety_validator.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <filesystem>
 #include <string>
-#include <system_error>
 
-#include "model/kelo_error.h"
 #include "scan/metadata.h"
 #include "support/child_process.h"
 #include "support/refusal.h"

@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <system_error>
 
-#include "model/kelo_error.h"
 #include "operations/trash_policy.h"
 #include "scan/metadata.h"
 #include "support/child_process.h"
