@@ -16,6 +16,7 @@
 #include "engine/ai_request_commands.h"
 #include "engine/ai_request_task.h"
 #include "engine/file_commands.h"
+#include "engine/project_commands.h"
 #include "engine/snapshot_json.h"
 #include "preview/thumbnailer.h"
 #include "scan/metadata.h"
@@ -51,23 +52,21 @@ protected:
     }
 
     AIConfiguration readyConfiguration(std::int64_t cap = 10, bool automatic = false) {
-        AIConfiguration configuration;
-        configuration.enabled = configuration.freeTierConfirmed = configuration.dataUseAcknowledged = true;
-        configuration.automatic = automatic;
-        configuration.dailyLimit = cap;
-        configuration.allowedFolders = {PathSafety::key(inbox)};
-        return configuration;
+        return {.enabled = true,
+                .automatic = automatic,
+                .freeTierConfirmed = true,
+                .dataUseAcknowledged = true,
+                .dailyLimit = cap,
+                .allowedFolders = {PathSafety::key(inbox)}};
     }
 
     // Ready, with a session key, sending to the loopback server.
     void configure(Engine& e, std::int64_t cap, bool automatic) {
         AICommands::configureAI(e, readyConfiguration(cap, automatic));
         AICommands::useSessionAIKey(e, kKey);
-        GeminiTransport transport;
-        transport.baseUrl = server.baseUrl();
-        transport.extraCertificate = server.certificateFile();
-        transport.idleTimeout = std::chrono::seconds(2);
-        e.aiRuntime().transport = transport;
+        e.aiRuntime().transport = {.baseUrl = server.baseUrl(),
+                                   .extraCertificate = server.certificateFile(),
+                                   .idleTimeout = std::chrono::seconds(2)};
     }
 
     // A small real JPEG in the inbox, scanned.
@@ -164,10 +163,7 @@ TEST_F(AICommandsTest, ValidationRefusesUntilTheFileIsAllowedQuietAndUnchanged) 
     writeFile(inProject, "logo");
     FileRecord record = Metadata::record(inProject, home / "Lotus Spa");
     EXPECT_EQ(validation(record), "");
-    AppState archived = engine->state();
-    for (std::size_t i = 0; i < archived.projects.size(); ++i)
-        archived.projects.edit(i).status = ProjectStatus::archived;
-    engine->commitState(archived);
+    ProjectCommands::archiveProject(*engine, "Lotus Spa");
     EXPECT_EQ(validation(record), kAIArchivedProject);
 
     fs::create_directory_symlink(inbox, inbox / "linked");
@@ -323,18 +319,13 @@ TEST_F(AIRequestTest, StaleDraftsCostNothingAndAutomaticRequestsAreSpacedOut) {
     EXPECT_EQ(engine->ai().requestsToday, 0);
     EXPECT_EQ(sent(), 0u);
 
+    // Automatic requests are 20 seconds apart, and each file has its one request.
     image("b.jpg");
-    AICommands::automaticAI(*engine);
-    EXPECT_EQ(sent(), 1u);
-    clockNow = clockNow.adding(10);
-    AICommands::automaticAI(*engine);
-    EXPECT_EQ(sent(), 1u) << "automatic requests are 20 seconds apart";
-    clockNow = clockNow.adding(10);
-    AICommands::automaticAI(*engine);
-    EXPECT_EQ(sent(), 2u);
-    clockNow = clockNow.adding(20);
-    AICommands::automaticAI(*engine);
-    EXPECT_EQ(sent(), 2u) << "both files had their one request";
+    for (const auto& [wait, total] : {std::pair(0, 1u), std::pair(10, 1u), std::pair(10, 2u), std::pair(20, 2u)}) {
+        clockNow = clockNow.adding(wait);
+        AICommands::automaticAI(*engine);
+        EXPECT_EQ(sent(), total) << "after " << wait << " more seconds";
+    }
 }
 
 TEST_F(AIRequestTest, WaitingForGeminiLeavesTheEngineFreeAndCanBeCancelled) {
