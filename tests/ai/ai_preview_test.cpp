@@ -70,9 +70,8 @@ TEST(AIPreviewTest, JpegKeepsItsLimitsAndFlattensTransparency) {
         if (!c.refusal.empty()) continue;
         EXPECT_LE(jpeg.size(), AIPreview::kJpegLimit);
         const VImage back = decoded(jpeg);
-        EXPECT_EQ(back.width(), c.image.width());
-        EXPECT_EQ(back.height(), c.image.height());
-        EXPECT_EQ(back.bands(), 3);
+        EXPECT_EQ(std::tuple(back.width(), back.height(), back.bands()),
+                  std::tuple(c.image.width(), c.image.height(), 3));
     }
     const VImage white = decoded(AIPreview::jpeg(rasterOf(clear)));
     EXPECT_GE(white.min(), 250.0);
@@ -102,8 +101,7 @@ TEST(AIPreviewTest, MakesUprightThumbnailsOfImagesAndDesignFiles) {
                          Case{"logo.ai", 1024, 512}, Case{"art.psd", 1024, 512}}) {
         SCOPED_TRACE(c.name);
         const VImage preview = decoded(AIPreview::make(recordOf(dir / c.name)));
-        EXPECT_EQ(preview.width(), c.width);
-        EXPECT_EQ(preview.height(), c.height);
+        EXPECT_EQ(std::pair(preview.width(), preview.height()), std::pair(c.width, c.height));
     }
 }
 
@@ -171,8 +169,7 @@ TEST(AIPreviewTest, AttachmentsMustBeSmallUnlinkedPngOrJpeg) {
     std::filesystem::create_directory_symlink(dir / "real", dir / "link");
 
     const VImage preview = decoded(AIPreview::fromAttachment(AIPreview::readAttachment(dir / "under.jpg")));
-    EXPECT_EQ(preview.width(), 1024);
-    EXPECT_EQ(preview.height(), 512);
+    EXPECT_EQ(std::pair(preview.width(), preview.height()), std::pair(1024, 512));
     EXPECT_EQ(refusalOf([&] { AIPreview::readAttachment(dir / "limit.JPG"); }), AIPreview::kAttachmentText);
     EXPECT_EQ(refusalOf([&] { AIPreview::readAttachment(dir / "export.gif"); }), AIPreview::kAttachmentText);
     EXPECT_EQ(refusalOf([&] { AIPreview::readAttachment(dir / "link/export.png"); }).rfind("Symbolic links", 0), 0u);
@@ -271,11 +268,11 @@ TEST_F(LocalVisionOCRTest, ImagesGiveTheirProjectAndSubjob) {
         if (path.extension() == ".psd") writePsd(image, path);
 
         const auto lines = LocalVisionOCR::recognizeText(record(path));
+        SCOPED_TRACE(std::string(c.name) + " read as:\n" + joined(lines));
         const auto found = LocalVisionOCR::matchingProject(lines, projects);
-        ASSERT_TRUE(found) << c.name << " read as:\n" << joined(lines);
-        EXPECT_EQ(found->name, c.project) << c.name << " read as:\n" << joined(lines);
-        EXPECT_EQ(LocalVisionOCR::suggestSubjob(lines, *found).value_or("(none)"), c.subjob) << c.name << " read as:\n"
-                                                                                             << joined(lines);
+        ASSERT_TRUE(found);
+        EXPECT_EQ(found->name, c.project);
+        EXPECT_EQ(LocalVisionOCR::suggestSubjob(lines, *found).value_or("(none)"), c.subjob);
     }
 }
 
