@@ -16,16 +16,13 @@ using ArtworkCatalog::Rgb;
 
 struct Pixels {
     RasterImage image;
-    Rgb at(double fx, double fy) const {  // fractions of the edge
+    const std::uint8_t* pixel(double fx, double fy) const {  // fractions of the edge
         const int x = std::min(image.width - 1, static_cast<int>(fx * image.width));
         const int y = std::min(image.height - 1, static_cast<int>(fy * image.height));
-        const auto* p = image.pixels.data() + static_cast<std::size_t>(y) * image.stride + 4 * x;
-        return {p[0], p[1], p[2]};
+        return image.pixels.data() + static_cast<std::size_t>(y) * image.stride + 4 * x;
     }
-    int alphaAt(double fx, double fy) const {
-        const int x = static_cast<int>(fx * image.width), y = static_cast<int>(fy * image.height);
-        return image.pixels[static_cast<std::size_t>(y) * image.stride + 4 * x + 3];
-    }
+    Rgb at(double fx, double fy) const { return {pixel(fx, fy)[0], pixel(fx, fy)[1], pixel(fx, fy)[2]}; }
+    int alphaAt(double fx, double fy) const { return pixel(fx, fy)[3]; }
 };
 
 Pixels decode(const RenderedIcon& icon) {
@@ -91,8 +88,9 @@ TEST(FolderIconRendererTest, SameFieldsGiveSameBytesAndEachFieldShows) {
     EXPECT_TRUE(near(decode(first).at(0.5, 0.6), Rgb{255, 255, 255}));
     FolderArtwork moved = artwork;
     moved.folderArtwork = symbolLayout(0.3, 0.7, 0.5, std::nullopt);
-    EXPECT_TRUE(near(decode(renderFolderIcon(moved, 256)).at(0.5, 0.6), *ArtworkCatalog::colorNamed("orange")));
-    EXPECT_TRUE(near(decode(renderFolderIcon(moved, 256)).at(0.3, 0.7), Rgb{255, 255, 255}));
+    const Pixels movedPixels = decode(renderFolderIcon(moved, 256));
+    EXPECT_TRUE(near(movedPixels.at(0.5, 0.6), *ArtworkCatalog::colorNamed("orange")));
+    EXPECT_TRUE(near(movedPixels.at(0.3, 0.7), Rgb{255, 255, 255}));
     for (const auto& symbol : ArtworkCatalog::symbols()) {
         FolderArtwork withSymbol;
         withSymbol.folderSymbol = std::string(symbol);
