@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <thread>
 #include <tuple>
 #include <vips/vips8>
@@ -110,10 +111,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Format{"a.svg", "svgload_source", [](auto& f) { writeFile(f, kSampleSvg); }},
                       Format{"a.pdf", "pdfload_source", [](auto& f) { writeFile(f, kSamplePdf); }},
                       Format{"a.ai", "pdfload_source", [](auto& f) { writeFile(f, kSamplePdf); }}),
-    [](const auto& info) {
-        std::string name = info.param.filename;
-        return name.substr(name.find('.') + 1);
-    });
+    [](const auto& info) { return std::string(std::strchr(info.param.filename, '.') + 1); });
 
 // An orientation tag, a picture smaller than asked for, and grey with alpha all
 // come back upright, unscaled and as RGBA.
