@@ -211,12 +211,15 @@ private Q_SLOTS:
         QCOMPARE(status->text(), QStringLiteral("Khóa: chưa có."));
     }
 
-    void askShowsPreviewAndContextThenAdviceThatSortsTheFile() {
+    // Nothing leaves before the button; a request cancelled in flight gets one retry,
+    // whose advice sorts the file.
+    void askShowsPreviewAndContextAndRetriesACancelledRequestWhoseAdviceSortsTheFile() {
         AIWindow w;
         w.setUpAI();
+        w.server.respond(kEndpoint, silence());
         AIAskDialog* dialog = w.ask();
         QVERIFY(reaches(dialog, Stage::review));
-        QCOMPARE(w.server.requests().size(), std::size_t(0));  // nothing leaves before the button
+        QCOMPARE(w.server.requests().size(), std::size_t(0));
         const AIDraft& draft = *dialog->draft();
         const QString size = dialog->findChild<QLabel*>("aiAskImageSize")->text();
         QVERIFY(size.startsWith(QStringLiteral("%1 × %2 px").arg(draft.width).arg(draft.height)));
@@ -226,8 +229,16 @@ private Q_SLOTS:
                  QStringLiteral("Hôm nay đã dùng 0 / 10 yêu cầu; gửi yêu cầu này sẽ dùng thêm 1."));
 
         dialog->send();
+        QVERIFY(w.server.waitForRequests(1));
+        dialog->findChild<QPushButton*>("progressStop")->click();
+        QVERIFY(reaches(dialog, Stage::failed));
+        QCOMPARE(dialog->message(), QString::fromUtf8(kRequestCancelledText.data()));
+        w.server.respond(kEndpoint, adviceAnswer(w.project()));
+        dialog->findChild<QPushButton*>("aiAskRetry")->click();
+        QVERIFY(reaches(dialog, Stage::review));
+        dialog->send();
         QVERIFY(reaches(dialog, Stage::advice));
-        QCOMPARE(w.server.requests().size(), std::size_t(1));
+        QCOMPARE(w.server.requests().size(), std::size_t(2));
         QCOMPARE(dialog->findChild<QLabel*>("aiAdviceProject")->text(), QStringLiteral("Lotus Spa"));
         QCOMPARE(dialog->findChild<QLabel*>("aiAdviceReason")->text(), QStringLiteral("Tên tệp có chữ LS."));
 
@@ -235,31 +246,6 @@ private Q_SLOTS:
         QVERIFY(reaches(dialog, Stage::done));
         QVERIFY(settle(w.model));
         QVERIFY(!fs::exists(w.file));
-        dialog->close();
-    }
-
-    void askCancelledInFlightGetsOneRetryThenIsDismissed() {
-        AIWindow w;
-        w.setUpAI();
-        w.server.respond(kEndpoint, silence());
-        AIAskDialog* dialog = w.ask();
-        QVERIFY(reaches(dialog, Stage::review));
-        dialog->send();
-        QVERIFY(w.server.waitForRequests(1));
-        dialog->findChild<QPushButton*>("progressStop")->click();
-        QVERIFY(reaches(dialog, Stage::failed));
-        QCOMPARE(dialog->message(), QString::fromUtf8(kRequestCancelledText.data()));
-
-        w.server.respond(kEndpoint, adviceAnswer(w.project()));
-        dialog->findChild<QPushButton*>("aiAskRetry")->click();
-        QVERIFY(reaches(dialog, Stage::review));
-        dialog->send();
-        QVERIFY(reaches(dialog, Stage::advice));
-        dialog->dismiss();
-        QVERIFY(reaches(dialog, Stage::done));
-        QVERIFY(settle(w.model));
-        QVERIFY(fs::exists(w.file));  // dismissing moves nothing
-        QVERIFY(w.model.snapshot()->ai->records.back().status == AIRecordStatus::dismissed);
         dialog->close();
     }
 
@@ -310,7 +296,7 @@ private Q_SLOTS:
         QCOMPARE(w.server.requests().size(), std::size_t(0));
     }
 
-    void automaticScanSendsOneRequestWhoseAdviceIsTakenFromMatch() {
+    void automaticScanSendsOneRequestWhoseAdviceIsOpenedFromMatchAndDismissed() {
         AIWindow w;
         w.addPoster();
         w.setUpAI(true);
@@ -324,10 +310,11 @@ private Q_SLOTS:
         const fs::path sent = w.strip->shown()->file.url;
         AIAskDialog* dialog = w.strip->open();
         QCOMPARE(dialog->stage(), Stage::advice);
-        dialog->accept();
+        dialog->dismiss();
         QVERIFY(reaches(dialog, Stage::done));
         QVERIFY(settle(w.model));
-        QVERIFY(!fs::exists(sent));
+        QVERIFY(fs::exists(sent));  // dismissing moves nothing
+        QVERIFY(w.model.snapshot()->ai->records.back().status == AIRecordStatus::dismissed);
         QVERIFY(!w.strip->isVisible());
         dialog->close();
     }
