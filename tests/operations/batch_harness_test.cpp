@@ -201,6 +201,13 @@ bool haveStrace() { return std::system("strace -V >/dev/null 2>&1") == 0; }
 
 std::string quoted(const fs::path& path) { return "'" + path.string() + "'"; }
 
+// Runs `command` under strace with `options`, quietly; returns std::system's status.
+int traced(const std::string& options, const std::string& command) {
+    return std::system(("strace -qq -f " + options + " " + command + " >/dev/null 2>&1").c_str());
+}
+
+bool contains(const std::string& line, const std::string& part) { return line.find(part) != std::string::npos; }
+
 struct FaultRun {
     testing::Scenario scenario{6, fs::temp_directory_path()};
     fs::path planFile = scenario.dir / "plan.json";
@@ -216,9 +223,8 @@ struct FaultRun {
 
     // Runs the batch with `inject` (strace's inject= value); returns the exit status.
     int run(const std::string& syscall, const std::string& inject) const {
-        const std::string command = "strace -qq -f -o /dev/null -e trace=" + syscall + " -e inject=" + syscall + ":" +
-                                    inject + " " + batchCommand() + " >/dev/null 2>&1";
-        const int status = std::system(command.c_str());
+        const int status =
+            traced("-o /dev/null -e trace=" + syscall + " -e inject=" + syscall + ":" + inject, batchCommand());
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
@@ -230,15 +236,13 @@ struct FaultRun {
     };
     Calls count(const std::string& syscall) const {
         const fs::path trace = scenario.dir / "trace.txt";
-        const std::string command = "strace -qq -f -o " + quoted(trace) + " -e trace=access," + syscall + " " +
-                                    batchCommand() + " >/dev/null 2>&1";
         Calls calls;
-        if (std::system(command.c_str()) != 0) return calls;
+        if (traced("-o " + quoted(trace) + " -e trace=access," + syscall, batchCommand()) != 0) return calls;
         std::ifstream in(trace);
         bool began = false;
         for (std::string line; std::getline(in, line);) {
-            if (line.find("/kelo-fault-harness/batch-begins") != std::string::npos) began = true;
-            if (line.find(" " + syscall + "(") != std::string::npos || line.find(syscall + "(") == 0)
+            if (contains(line, "/kelo-fault-harness/batch-begins")) began = true;
+            if (contains(line, " " + syscall + "(") || line.starts_with(syscall + "("))
                 ++(began ? calls.during : calls.before);
         }
         return calls;
@@ -251,8 +255,8 @@ TEST(FaultInjectionTest, EveryFailingSystemCallOfABatchLosesNothing) {
     for (const std::string syscall : {"fsync", "renameat2", "write", "openat", "mkdirat"}) {
         const auto calls = FaultRun().count(syscall);
         ASSERT_GT(calls.during, 0) << syscall << " never reached the batch";
-        for (const std::string error : {"EIO", "ENOSPC"}) {
-            for (const bool persistent : {false, true}) {
+        for (const std::string error : {"EIO", "ENOSPC"})
+            for (const bool persistent : {false, true})
                 for (int n = calls.before + 1; n <= calls.before + calls.during; ++n) {
                     FaultRun run;
                     const std::string inject =
@@ -262,8 +266,6 @@ TEST(FaultInjectionTest, EveryFailingSystemCallOfABatchLosesNothing) {
                     ++injected;
                     if (HasFailure()) FAIL() << syscall << " " << inject << " exit " << exit;
                 }
-            }
-        }
     }
     std::cout << "[ harness  ] faults injected inside the batch: " << injected << "\n";
     // Six files, each opened, renamed, synced and journaled: far more than this
@@ -271,27 +273,26 @@ TEST(FaultInjectionTest, EveryFailingSystemCallOfABatchLosesNothing) {
     EXPECT_GE(injected, 300);
 }
 
-// Runs one test of this very executable under strace and returns the traced calls.
+// Runs one test of this very executable under strace and returns the traced calls;
+// every rename among them must be an exclusive renameat2, never a plain rename.
 std::vector<std::string> traceTest(const std::string& filter, const std::string& calls) {
     testing::TempDir dir;
     const auto trace = dir / "trace";
     // Inside the shell /proc/self/exe would name the shell, so resolve ours here.
     const fs::path self = fs::read_symlink("/proc/self/exe");
-    const std::string command = "strace -f -qq -e trace=" + calls + " -o " + quoted(trace) + " " + quoted(self) +
-                                " --gtest_filter=" + filter + " >/dev/null 2>&1";
     std::vector<std::string> lines;
     // A traced test that fails, or a strace that cannot trace, proves nothing: fail.
-    if (const int status = std::system(command.c_str()); status != 0) {
+    const int status = traced("-e trace=" + calls + " -o " + quoted(trace), quoted(self) + " --gtest_filter=" + filter);
+    if (status != 0) {
         ADD_FAILURE() << "the traced test " << filter << " did not pass under strace (status " << status << ")";
         return lines;
     }
     std::ifstream in(trace);
-    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    for (std::string line; std::getline(in, line); lines.push_back(line)) {
+        EXPECT_FALSE(contains(line, " rename(") || contains(line, " renameat(")) << line;
+        EXPECT_TRUE(!contains(line, "renameat2(") || contains(line, "RENAME_NOREPLACE")) << line;
+    }
     return lines;
-}
-
-bool contains(const std::string& line, const std::string& part) {
-    return line.find(part) != std::string::npos;
 }
 
 TEST(SyscallTraceTest, MovesAreExclusiveRenamesFollowedByBothFolderSyncs) {
@@ -301,9 +302,7 @@ TEST(SyscallTraceTest, MovesAreExclusiveRenamesFollowedByBothFolderSyncs) {
     ASSERT_FALSE(lines.empty());
     int exclusive = 0;
     for (std::size_t i = 0; i < lines.size(); ++i) {
-        EXPECT_FALSE(contains(lines[i], " rename(") || contains(lines[i], " renameat(")) << lines[i];
         if (!contains(lines[i], "renameat2(")) continue;
-        EXPECT_TRUE(contains(lines[i], "RENAME_NOREPLACE")) << lines[i];
         ++exclusive;
         ASSERT_LT(i + 2, lines.size());
         EXPECT_TRUE(contains(lines[i + 1], "fsync(") && contains(lines[i + 2], "fsync(")) << lines[i + 1];
@@ -318,12 +317,8 @@ TEST(SyscallTraceTest, TrashClaimsTheInfoFileBeforeTheItemMoves) {
     std::size_t info = lines.size();
     std::size_t move = lines.size();
     for (std::size_t i = 0; i < lines.size(); ++i) {
-        EXPECT_FALSE(contains(lines[i], " rename(") || contains(lines[i], " renameat(")) << lines[i];
         if (info == lines.size() && contains(lines[i], ".trashinfo\"") && contains(lines[i], "O_EXCL")) info = i;
-        if (move == lines.size() && contains(lines[i], "renameat2(")) {
-            move = i;
-            EXPECT_TRUE(contains(lines[i], "RENAME_NOREPLACE")) << lines[i];
-        }
+        if (move == lines.size() && contains(lines[i], "renameat2(")) move = i;
     }
     ASSERT_LT(info, lines.size()) << "no O_EXCL open of the info file";
     ASSERT_LT(move, lines.size());
