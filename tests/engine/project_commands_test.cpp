@@ -75,8 +75,9 @@ TEST_F(ProjectCommandsTest, NewProjectMakesItsFoldersEvenUnderDryRunAndRefusesWh
     EXPECT_EQ(engine->state().projects.size(), 3u);
 }
 
-TEST_F(ProjectCommandsTest, AliasesChangeWhatMatches) {
+TEST_F(ProjectCommandsTest, AliasesAndArchivingChangeWhatMatches) {
     writeFile(inbox / "mimosa menu.psd", "psd");
+    writeFile(inbox / "hydro cafe post.psd", "psd");
     auto engine = startWithFolders();
     const auto top = [](const SnapshotPtr& s) { return classificationNamed(*s, "mimosa menu.psd").candidates.front(); };
     EXPECT_EQ(top(engine->snapshot()).score, 0);
@@ -94,11 +95,8 @@ TEST_F(ProjectCommandsTest, AliasesChangeWhatMatches) {
     const SnapshotPtr removed = ProjectCommands::removeAlias(*engine, "Hydro Cafe", "mimosa");
     EXPECT_TRUE(projectNamed(*removed->state, "Hydro Cafe")->aliases.empty());
     EXPECT_EQ(top(removed).score, 0);
-}
 
-TEST_F(ProjectCommandsTest, ArchiveKeepsAConfirmedFileFromBeingReady) {
-    writeFile(inbox / "hydro cafe post.psd", "psd");
-    auto engine = startWithFolders();
+    // Archiving keeps a confirmed file from being Ready.
     LearningCommands::feedback(*engine, inbox / "hydro cafe post.psd", "Hydro Cafe", true);
     const auto state = [](const SnapshotPtr& s) { return classificationNamed(*s, "hydro cafe post.psd").state; };
     ASSERT_EQ(state(engine->snapshot()), ConfidenceState::ready);
@@ -173,16 +171,6 @@ TEST_F(ProjectCommandsTest, DeferredSuggestionsStayDeferredAfterARestartAndAccep
               "No project name is suggested for papaya. No project was created.");
 }
 
-// Keys of later features in the workspace document survive a save (what start-up
-// refuses is the stores' own test).
-TEST_F(ProjectCommandsTest, UnknownStudioWorkspaceKeysSurviveASave) {
-    writeFile(data / "studio.json", "{\"schemaVersion\": 1, \"boards\": [\"kept\"]}");
-    auto engine = startWithFolders();
-    StudioCommands::openStudio(*engine, "Lotus Spa");
-    EXPECT_EQ(engine->studio().workspace["boards"][0], "kept");
-    EXPECT_NE(readFile(data / "studio.json").find("\"kept\""), std::string::npos);
-}
-
 TEST_F(ProjectCommandsTest, OpenStudioReadsTheProjectAndNamesALinkWithoutFollowingIt) {
     auto engine = startWithFolders();
     writeFile(lotusFolder / "Export/Lotus Spa poster.png", "png");
@@ -200,7 +188,10 @@ TEST_F(ProjectCommandsTest, OpenStudioReadsTheProjectAndNamesALinkWithoutFollowi
     EXPECT_EQ(engine->snapshot()->inventory, opened->inventory);
 }
 
+// Keys of later features in the workspace document survive each save too (what
+// start-up refuses is the stores' own test).
 TEST_F(ProjectCommandsTest, StudioReferencesAreSavedFirstShownMissingWhenGoneAndSurviveARestart) {
+    writeFile(data / "studio.json", "{\"schemaVersion\": 1, \"boards\": [\"kept\"]}");
     writeFile(inbox / "moodboard.jpg", "jpg");
     writeFile(lotusFolder / "Export/logo.png", "png");
     writeFile(dir / "elsewhere.png", "png");
@@ -214,6 +205,8 @@ TEST_F(ProjectCommandsTest, StudioReferencesAreSavedFirstShownMissingWhenGoneAnd
     EXPECT_NE(pinned->classifications, before);  // the cache was cleared
     ASSERT_EQ(pinned->studioBoard->references.size(), 2u);
     EXPECT_NE(readFile(data / "studio.json").find("moodboard.jpg"), std::string::npos);
+    EXPECT_NE(readFile(data / "studio.json").find("\"kept\""), std::string::npos);
+    EXPECT_EQ(engine->studio().workspace["boards"][0], "kept");
     EXPECT_EQ(refusal([&] { StudioCommands::pinReference(*engine, dir / "elsewhere.png"); }),
               "elsewhere.png is not a file in an approved inbox. Nothing changed.");
 
