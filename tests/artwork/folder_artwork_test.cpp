@@ -12,11 +12,9 @@
 namespace kelo {
 namespace {
 
-FolderDesign designOf(const FolderArtwork& artwork, std::vector<std::string>* messages = nullptr) {
-    std::vector<std::string> lines;
-    FolderDesign design = FolderDesign::read(artwork, lines);
-    if (messages) *messages = lines;
-    return design;
+FolderDesign designOf(const FolderArtwork& artwork) {
+    std::vector<std::string> messages;
+    return FolderDesign::read(artwork, messages);
 }
 
 TEST(FolderArtworkTest, ReadsEveryLayoutOfTheChosenArtwork) {
@@ -41,7 +39,7 @@ TEST(FolderArtworkTest, ReadsEveryLayoutOfTheChosenArtwork) {
 
     std::vector<std::string> messages;
     artwork.folderArtwork = Json::array({1, 2});
-    designOf(artwork, &messages);
+    FolderDesign::read(artwork, messages);
     EXPECT_EQ(messages, std::vector<std::string>{
                             "The folder artwork layout could not be read; the symbol is drawn in its usual place."});
 }
