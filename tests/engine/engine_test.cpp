@@ -70,8 +70,7 @@ TEST_F(EngineTest, ReconnectPointsAGrantAtItsFolderAgain) {
     const fs::path moved = dir / "Moved inbox";
     fs::rename(inbox, moved);
     const auto lost = engine->scan();
-    ASSERT_EQ(lost->issues.size(), 1u);
-    EXPECT_EQ(lost->issues[0], inbox.string() + ": No such file or directory");
+    EXPECT_EQ(lost->issues, std::vector<std::string>{inbox.string() + ": No such file or directory"});
     EXPECT_TRUE(lost->files->empty());
 
     const FolderGrant before = engine->state().grants[0];
@@ -160,7 +159,7 @@ TEST_F(EngineTest, ClassificationCacheFollowsFilesAndCommands) {
     EXPECT_NE(second->classifications, first->classifications);
     EXPECT_EQ(second->classificationOf(lotusBefore.file.fingerprint()), nullptr);
     const auto& files = *second->files;
-    const auto* lotusAfter = second->classificationOf(files[1].fingerprint());
+    const Classification* lotusAfter = second->classificationOf(files[1].fingerprint());
     ASSERT_NE(lotusAfter, nullptr);
     EXPECT_EQ(lotusAfter->file.identity.modified.sinceReference,
               lotusBefore.file.identity.modified.sinceReference - 3600);
@@ -168,8 +167,7 @@ TEST_F(EngineTest, ClassificationCacheFollowsFilesAndCommands) {
 }
 
 TEST_F(EngineTest, SecondEngineOnTheSameDataIsRefusedAndChangesNothing) {
-    auto engine = start();
-    engine->addGrant(inbox, FolderGrant::Role::watch);
+    auto engine = startWithFolders();
     const std::string state = readFile(data / "state.json");
     EXPECT_EQ(testing::answerFromChild([&] { return refusal([&] { Engine second(data, Date::now); }); }),
               "Another Kelo instance is running. File operations are disabled in this instance.");
