@@ -23,6 +23,7 @@ class OperationExecutorTest : public ::testing::Test, protected testing::Scenari
 protected:
     OperationExecutorTest() : Scenario(0, fs::temp_directory_path()) {}
     fs::path project = home / "Hydro";
+    const Uuid batch = Uuid::random();
 
     std::unique_ptr<OperationExecutor> makeExecutor(FileOperator fileOperator = FileOperator(),
                                                     FileCoordinator* coordinator = nullptr) {
@@ -34,9 +35,11 @@ protected:
         return inbox / name;
     }
 
-    PlannedOperation move(const fs::path& source, const fs::path& destination, const Uuid& batch,
-                          OperationType type = OperationType::move) {
-        return {Uuid::random(), batch, source, destination, Metadata::identity(source), type, std::nullopt};
+    // A move of the file as it is now, in the test's batch unless another is given.
+    PlannedOperation move(const fs::path& source, const fs::path& destination, std::optional<Uuid> inBatch = {}) {
+        return {Uuid::random(), inBatch.value_or(batch),    source,
+                destination,    Metadata::identity(source), OperationType::move,
+                std::nullopt};
     }
 
     // Hides the scenario's own plan, which has no operations here.
@@ -53,12 +56,10 @@ protected:
 
 TEST_F(OperationExecutorTest, DryRunReportsEverythingSkippedAndChangesNothing) {
     auto executor = makeExecutor();
-    const Uuid batch = Uuid::random();
     const auto a = inboxFile("a.psd");
     writeFile(project / "Working" / "b.psd", "already there");
     const auto b = inboxFile("b.psd");
-    const OperationPlan p =
-        plan({move(a, project / "Working" / "a.psd", batch), move(b, project / "Working" / "b.psd", batch)});
+    const OperationPlan p = plan({move(a, project / "Working" / "a.psd"), move(b, project / "Working" / "b.psd")});
 
     const BatchResult result = executor->execute(p, scope, true);
     EXPECT_TRUE(result.completed.empty());
@@ -74,13 +75,12 @@ TEST_F(OperationExecutorTest, DryRunReportsEverythingSkippedAndChangesNothing) {
 // skipped, journaled as skipped, and the rest of the batch goes on.
 TEST_F(OperationExecutorTest, SkippedOperationsAreJournaledAndTheRestOfTheBatchGoesOn) {
     auto executor = makeExecutor();
-    const Uuid batch = Uuid::random();
     const auto a = inboxFile("a.png");
     const auto b = inboxFile("b.png");
     writeFile(dir / "Inbox2" / "a.png", "other");
     AccessScope wider{{inbox, dir / "Inbox2"}, {home}};
-    const OperationPlan p = plan({move(b, project / "b.png", batch), move(a, project / "a.png", batch),
-                                  move(dir / "Inbox2" / "a.png", project / "a.png", batch)});
+    const OperationPlan p = plan(
+        {move(b, project / "b.png"), move(a, project / "a.png"), move(dir / "Inbox2" / "a.png", project / "a.png")});
     writeFile(b, "rewritten after the plan was made");
     const BatchResult result = executor->execute(p, wider, false);
     EXPECT_EQ(result.completed, std::vector<Uuid>{p.operations[1].id});
@@ -96,10 +96,9 @@ TEST_F(OperationExecutorTest, SkippedOperationsAreJournaledAndTheRestOfTheBatchG
 
 TEST_F(OperationExecutorTest, UndoRestoresAndASecondUndoNoLongerMatches) {
     auto executor = makeExecutor();
-    const Uuid batch = Uuid::random();
     const auto a = inboxFile("a.png");
     const auto b = inboxFile("b.png");
-    const OperationPlan p = plan({move(a, project / "a.png", batch), move(b, project / "b.png", batch)});
+    const OperationPlan p = plan({move(a, project / "a.png"), move(b, project / "b.png")});
     ASSERT_EQ(executor->execute(p, scope, false).completed.size(), 2u);
 
     const OperationPlan undo = executor->undoPlan(batch);
@@ -130,7 +129,6 @@ TEST_F(OperationExecutorTest, UndoRestoresAndASecondUndoNoLongerMatches) {
 // project folder (with its category folders) only directly inside a home.
 TEST_F(OperationExecutorTest, FoldersAreMadeOnlyWhereAccessAndTheHomeAllow) {
     auto executor = makeExecutor();
-    const Uuid batch = Uuid::random();
     EXPECT_EQ(refusalOf([&] { executor->ensureDirectories(dir / "Elsewhere" / "x", batch, scope); }),
               "Cannot create folders outside approved access.");
     EXPECT_FALSE(fs::exists(dir / "Elsewhere"));
@@ -177,9 +175,7 @@ TEST_F(OperationExecutorTest, AFailedSyncAfterTheMoveStopsTheBatchAndRecoveryCom
     FileOperator failingSync([&](int) { return ++syncs >= 3 ? -1 : 0; });
     const auto a = inboxFile("a.png");
     const auto b = inboxFile("b.png");
-    const Uuid batch = Uuid::random();
-    OperationPlan p =
-        plan({move(a, project / "Export" / "a.png", batch), move(b, project / "Export" / "b.png", batch)});
+    OperationPlan p = plan({move(a, project / "Export" / "a.png"), move(b, project / "Export" / "b.png")});
     {
         auto executor = makeExecutor(failingSync);
         syncs = 2;  // the next sync (the first after the rename) fails
@@ -228,8 +224,7 @@ TEST_F(OperationExecutorTest, TheLastMarkOfABatchWaitsForTheNextSyncOrTheClose) 
 
 TEST_F(OperationExecutorTest, ReconcileLeavesEntriesOutsideTheScopeForLater) {
     const auto a = inboxFile("a.png");
-    const Uuid batch = Uuid::random();
-    const OperationPlan p = plan({move(a, project / "a.png", batch)});
+    const OperationPlan p = plan({move(a, project / "a.png")});
     {
         auto executor = makeExecutor();
         executor->journal().prepare(p.operations);

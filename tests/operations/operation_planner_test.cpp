@@ -255,22 +255,21 @@ TEST(RenameSuggestionsTest, QuestionableNames) {
 }
 
 TEST(RenameSuggestionsTest, SuggestsFromTheFirstAliasWithInferredCategory) {
-    FileRecord file;
-    file.url = "/in/final_final2.PSD";
-    Project project = Project::make("Hydro Cafe", "/jobs/Hydro", {"hydro cafe", "hc"});
-    EXPECT_EQ(RenameSuggestions::suggest(file, project, kRules), "HYDRO_CAFE-Working-01.PSD");
-
-    file.url = "/in/untitled";
-    EXPECT_EQ(RenameSuggestions::suggest(file, project, kRules), "HYDRO_CAFE-Reference-01");
-
-    file.url = "/in/hydro menu.pdf";  // a good name gets no suggestion
-    EXPECT_EQ(RenameSuggestions::suggest(file, project, kRules), std::nullopt);
-
-    file.url = "/in/final.png";
-    project.aliases = {"final export", "hydro"};  // only the first alias counts, and it says nothing
-    EXPECT_EQ(RenameSuggestions::suggest(file, project, kRules), std::nullopt);
-    project.aliases = {};
-    EXPECT_EQ(RenameSuggestions::suggest(file, project, kRules), std::nullopt);
+    const struct {
+        fs::path file;
+        std::vector<std::string> aliases;
+        std::optional<std::string> suggestion;
+    } cases[] = {
+        {"/in/final_final2.PSD", {"hydro cafe", "hc"}, "HYDRO_CAFE-Working-01.PSD"},
+        {"/in/untitled", {"hydro cafe", "hc"}, "HYDRO_CAFE-Reference-01"},
+        {"/in/hydro menu.pdf", {"hydro cafe", "hc"}, std::nullopt},  // a good name gets no suggestion
+        {"/in/final.png", {"final export", "hydro"}, std::nullopt},  // only the first alias counts, and it says nothing
+        {"/in/final.png", {}, std::nullopt},
+    };
+    for (const auto& c : cases) {
+        const Project project = Project::make("Hydro Cafe", "/jobs/Hydro", c.aliases);
+        EXPECT_EQ(RenameSuggestions::suggest(record(c.file), project, kRules), c.suggestion) << c.file;
+    }
 }
 
 }  // namespace
