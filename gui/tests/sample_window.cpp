@@ -22,7 +22,10 @@ void SampleWindow::open() {
     model.addGrant(home, FolderGrant::Role::projectHome);
     QVERIFY(settle(model));
     QVERIFY2(model.refusal().isEmpty(), qPrintable(model.refusal()));
-    setDryRun(false);
+    Settings settings = model.snapshot()->state->settings;
+    settings.dryRun = false;
+    model.updateSettings(settings);
+    QVERIFY(settle(model));
 }
 
 void SampleWindow::openSamples() {
@@ -43,13 +46,6 @@ void SampleWindow::openSamples() {
     }
     page(kSettings)->findChild<QCheckBox*>("dryRun")->setChecked(false);
     find(kSettings, "saveSettings")->click();
-    QVERIFY(settle(model));
-}
-
-void SampleWindow::setDryRun(bool on) {
-    Settings settings = model.snapshot()->state->settings;
-    settings.dryRun = on;
-    model.updateSettings(settings);
     QVERIFY(settle(model));
 }
 
