@@ -300,6 +300,29 @@ TEST_F(JournalTest, UntrustworthyFilesAreRefusedAndLeftAsTheyWere) {
     }
 }
 
+// The steps of two batches, with a fold after each.
+using Step = std::function<void(OperationJournal&)>;
+
+std::vector<Step> makeSteps() {
+    const auto first = makeBatch(3);
+    const auto second = makeBatch(3);
+    const auto mark = [](const Uuid& id, OperationStatus status, std::optional<std::string> error = std::nullopt) {
+        return [=](OperationJournal& j) { j.mark(id, status, error); };
+    };
+    std::vector<Step> steps{[first](OperationJournal& j) { j.prepare(first); }};
+    for (const auto& op : first)
+        steps.insert(steps.end(), {mark(op.id, OperationStatus::started), mark(op.id, OperationStatus::completed)});
+    steps.push_back([](OperationJournal& j) { j.checkpoint(); });
+    steps.push_back([second](OperationJournal& j) { j.prepare(second); });
+    for (const auto& op : second)
+        steps.insert(steps.end(), {mark(op.id, OperationStatus::started),
+                                   mark(op.id, OperationStatus::failed,
+                                        "Interrupted operation; no retry. Inspect source and destination.")});
+    steps.push_back(mark(first[0].id, OperationStatus::undone));
+    steps.push_back([](OperationJournal& j) { j.checkpoint(); });
+    return steps;
+}
+
 // Log calls that fail the n-th fsync (or cut the n-th write in half, as a full disk
 // would) and count every call.
 struct FaultyCalls {
@@ -326,37 +349,25 @@ TEST_F(JournalTest, FailedSyncIsReportedAndNeverRetriedIntoSuccess) {
         fs::remove_all(dir.path()), fs::create_directory(dir.path());
         FaultyCalls faults;
         faults.failFsyncAt = failing;
-        JournalDocument acknowledged;
-        JournalDocument attempted;
+        JournalDocument acknowledged, attempted;
         {
             OperationJournal journal(path, fixedClock(), faults.calls());
-            const auto ops = makeBatch(3);
-            std::vector<std::function<void()>> steps = {[&] { journal.prepare(ops); }};
-            for (const auto& op : ops) {
-                steps.push_back([&, id = op.id] { journal.mark(id, OperationStatus::started); });
-                steps.push_back([&, id = op.id] { journal.mark(id, OperationStatus::completed); });
-            }
-            ASSERT_EQ(static_cast<int>(steps.size()), kSteps);
-            int step = 0;
-            for (; step < kSteps; ++step) {
-                acknowledged = journal.document();
-                try {
-                    steps[static_cast<std::size_t>(step)]();
-                } catch (const std::system_error& e) {
-                    EXPECT_EQ(e.code().value(), EIO);
-                    break;
-                }
-            }
+            const std::vector<Step> steps = makeSteps();  // the first batch's prepare and marks
+            const auto run = [&](int step) {
+                return testing::systemErrorOf([&] { steps[static_cast<std::size_t>(step)](journal); });
+            };
+            // Runs the steps until one fails, noting what was acknowledged before it.
+            int step = 0, error = 0;
+            while (step < kSteps && (acknowledged = journal.document(), error = run(step)) == 0) ++step;
+            EXPECT_EQ(error, EIO);
             ASSERT_EQ(step, failing - 1);
             EXPECT_EQ(journal.document(), acknowledged);  // memory keeps only what was acknowledged
             const int syncsSoFar = faults.fsyncs;
-            for (int later = step; later < kSteps; ++later)
-                EXPECT_EQ(refusalOf(steps[static_cast<std::size_t>(later)]), kNotDurable);
+            for (int later = step; later < kSteps; ++later) EXPECT_EQ(refusalOf([&] { run(later); }), kNotDurable);
             EXPECT_EQ(faults.fsyncs, syncsSoFar);  // nothing was synced again
             EXPECT_EQ(journal.document(), acknowledged);
             // The record whose sync failed may still have reached the disk.
-            OperationJournal peek(path, fixedClock());
-            attempted = peek.document();
+            attempted = OperationJournal(path, fixedClock()).document();
         }
         // Whatever the disk kept, nothing acknowledged is lost and nothing is half-applied.
         EXPECT_TRUE(attempted.entries.size() >= acknowledged.entries.size());
@@ -422,32 +433,6 @@ TEST_F(JournalTest, AFailedAppendOrCheckpointStopsRecordingUntilACheckpointSucce
     EXPECT_TRUE(reopened.isConsistent());
 }
 
-// Kills a process that is writing the journal after each acknowledged step, at
-// whatever point it has reached by then (inside an append, a sync or a fold), and
-// reopens: the journal must hold every acknowledged step and be exactly the state
-// after some later step, never anything in between.
-using Step = std::function<void(OperationJournal&)>;
-
-std::vector<Step> makeSteps() {
-    const auto first = makeBatch(3);
-    const auto second = makeBatch(3);
-    const auto mark = [](const Uuid& id, OperationStatus status, std::optional<std::string> error = std::nullopt) {
-        return [=](OperationJournal& j) { j.mark(id, status, error); };
-    };
-    std::vector<Step> steps{[first](OperationJournal& j) { j.prepare(first); }};
-    for (const auto& op : first)
-        steps.insert(steps.end(), {mark(op.id, OperationStatus::started), mark(op.id, OperationStatus::completed)});
-    steps.push_back([](OperationJournal& j) { j.checkpoint(); });
-    steps.push_back([second](OperationJournal& j) { j.prepare(second); });
-    for (const auto& op : second)
-        steps.insert(steps.end(), {mark(op.id, OperationStatus::started),
-                                   mark(op.id, OperationStatus::failed,
-                                        "Interrupted operation; no retry. Inspect source and destination.")});
-    steps.push_back(mark(first[0].id, OperationStatus::undone));
-    steps.push_back([](OperationJournal& j) { j.checkpoint(); });
-    return steps;
-}
-
 // Runs `steps` on `journal`, calling `begin(i)` before step i.
 void runSteps(const std::vector<Step>& steps, OperationJournal& journal, const testing::ReportingChild::Report& begin) {
     for (std::size_t i = 0; i < steps.size(); ++i) begin(i), steps[i](journal);
@@ -463,6 +448,10 @@ std::vector<JournalDocument> statesAfterEachStep(const std::vector<Step>& steps)
     return states;
 }
 
+// Kills a process that is writing the journal after each acknowledged step, at
+// whatever point it has reached by then (inside an append, a sync or a fold), and
+// reopens: the journal must hold every acknowledged step and be exactly the state
+// after some later step, never anything in between.
 TEST(JournalCrashTest, KilledWriterLosesNothingAcknowledged) {
     const std::vector<Step> steps = makeSteps();
     const std::vector<JournalDocument> states = statesAfterEachStep(steps);
