@@ -234,10 +234,14 @@ TEST_F(TrashTest, TrashListSeesKeloItemsAndKeloRestoresThem) {
 
 class TrashPolicyTest : public ::testing::Test {
 protected:
-    TrashPolicyTest() {
+    TempDir dir;
+    fs::path inbox = dir / "Downloads";
+    fs::path home = dir / "Projects";
+    AccessScope scope{{inbox}, {home}};
+
+    void SetUp() override {
         writeFile(inbox / "a.pdf", "a");
         fs::create_directories(home / "Job/Working");
-        scope = AccessScope{{inbox}, {home}};
     }
     std::string fileRefusal(const FileRecord& record) {
         return refusalOf([&] { TrashPolicy::validateFile(record, scope); });
@@ -245,11 +249,6 @@ protected:
     std::string projectRefusal(const fs::path& folder) {
         return refusalOf([&] { TrashPolicy::validateProject(Project::make("Job", folder), scope); });
     }
-
-    TempDir dir;
-    fs::path inbox = dir / "Downloads";
-    fs::path home = dir / "Projects";
-    AccessScope scope;
 };
 
 TEST_F(TrashPolicyTest, FileMustBeApprovedFreeOfLinksAndUnchanged) {
@@ -274,21 +273,21 @@ TEST_F(TrashPolicyTest, FileMustBeApprovedFreeOfLinksAndUnchanged) {
 }
 
 TEST_F(TrashPolicyTest, OnlyAnOrdinaryJobFolderDirectlyInsideAHome) {
-    EXPECT_EQ(projectRefusal(home / "Job"), "");
-    EXPECT_EQ(projectRefusal(home.native() + "/Job/"), "");
-
-    EXPECT_EQ(projectRefusal(dir / "Elsewhere/Job"), kOutsideHomes);
-    EXPECT_EQ(projectRefusal(inbox / "Job"), kOutsideHomes);
-    EXPECT_EQ(projectRefusal(home), kNotDirectChild);
-    EXPECT_EQ(projectRefusal(home / "Job/Working"), kNotDirectChild);
-
     fs::create_directory_symlink(home / "Job", home / "Alias");
-    EXPECT_EQ(projectRefusal(home / "Alias"), linkRefusal(home / "Alias"));
-
     writeFile(home / "loose.pdf", "x");
-    EXPECT_EQ(projectRefusal(home / "loose.pdf"), kNotOrdinary);
     fs::create_directories(home / "Pictures.photoslibrary/database");
-    EXPECT_EQ(projectRefusal(home / "Pictures.photoslibrary"), kNotOrdinary);
+    const std::pair<fs::path, std::string> cases[] = {
+        {home / "Job", ""},
+        {home.native() + "/Job/", ""},
+        {dir / "Elsewhere/Job", kOutsideHomes},
+        {inbox / "Job", kOutsideHomes},
+        {home, kNotDirectChild},
+        {home / "Job/Working", kNotDirectChild},
+        {home / "Alias", linkRefusal(home / "Alias")},
+        {home / "loose.pdf", kNotOrdinary},
+        {home / "Pictures.photoslibrary", kNotOrdinary},
+    };
+    for (const auto& [folder, refusal] : cases) EXPECT_EQ(projectRefusal(folder), refusal) << folder;
 }
 
 }  // namespace
