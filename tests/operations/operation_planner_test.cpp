@@ -46,21 +46,12 @@ TEST(OperationPlannerTest, PlaceMovesIntoTheCategoryFolderWithRecordedIdentity) 
                                     OperationType::move, std::nullopt}));
 
     // Trimmed sub-folder names are used; blank or invalid ones are ignored.
-    const struct {
-        std::string subfolder;
-        std::string destination;
-    } cases[] = {
-        {"  Social\n", "/home/u/Jobs/Hydro/Export/Social/menu.pdf"},
-        {"   ", "/home/u/Jobs/Hydro/Export/menu.pdf"},
-        {"a/b", "/home/u/Jobs/Hydro/Export/menu.pdf"},
-        {"..", "/home/u/Jobs/Hydro/Export/menu.pdf"},
-        {"x:y", "/home/u/Jobs/Hydro/Export/menu.pdf"},
+    const auto placed = [&](const std::string& subfolder) {
+        return OperationPlanner::place(file, job, Category::export_, subfolder, kNow).operations[0].destination;
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(OperationPlanner::place(file, job, Category::export_, c.subfolder, kNow).operations[0].destination,
-                  fs::path(c.destination))
-            << "sub-folder \"" << c.subfolder << "\"";
-    }
+    EXPECT_EQ(placed("  Social\n"), fs::path("/home/u/Jobs/Hydro/Export/Social/menu.pdf"));
+    for (const char* ignored : {"   ", "a/b", "..", "x:y"})
+        EXPECT_EQ(placed(ignored), op.destination) << "sub-folder \"" << ignored << "\"";
     // Each plan is its own batch.
     EXPECT_NE(OperationPlanner::place(file, job, Category::working).operations[0].batchID, op.batchID);
 }
@@ -197,8 +188,8 @@ TEST(BatchGroupPlannerTest, CreatesTheFolderFirstThenMovesEachFileOnce) {
 TEST(BatchGroupPlannerTest, ChecksTheNameBeforeTheSelectionSize) {
     const std::string badName = "Tên thư mục nhóm không hợp lệ.";
     const std::string badSelection = "Chọn ít nhất 1 tệp để nhóm.";
-    EXPECT_EQ(refusalOf([] { BatchGroupPlanner::plan({}, " ", "/p"); }), badName);
-    EXPECT_EQ(refusalOf([] { BatchGroupPlanner::plan({}, "a:b", "/p"); }), badName);
+    for (const char* name : {" ", "a:b"})
+        EXPECT_EQ(refusalOf([&] { BatchGroupPlanner::plan({}, name, "/p"); }), badName);
     EXPECT_EQ(refusalOf([] { BatchGroupPlanner::plan({}, "Group", "/p"); }), badSelection);
     std::vector<FileRecord> many;
     for (int i = 0; i < 10001; ++i) many.push_back(record("/p/f" + std::to_string(i)));
