@@ -58,9 +58,7 @@ using Names = std::vector<std::string>;
 TEST_F(StudioViewTest, InsightsCountFoldersKindsAgesAndNaming) {
     const auto view = read();
     const StudioInsights& in = view.insights;
-    EXPECT_EQ(in.fileCount, 7u);
-    EXPECT_EQ(in.folderCount, 5u);
-    EXPECT_EQ(in.totalBytes, 6385u);
+    EXPECT_EQ(std::tuple(in.fileCount, in.folderCount, in.totalBytes), std::tuple(7u, 5u, 6385u));
     EXPECT_EQ(in.byFolder, (std::map<std::string, StudioTotals>{{"", {2, 15}},
                                                                 {"Assets", {1, 5000}},
                                                                 {"Export", {2, 1050}},
