@@ -19,6 +19,7 @@
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QToolButton>
+#include <algorithm>
 #include <future>
 #include <map>
 
@@ -46,9 +47,7 @@ constexpr LiveInbox::Timing kFast{std::chrono::milliseconds(60), std::chrono::mi
 constexpr int kEdge = 48;
 
 bool offered(const SampleWindow& w, const std::string& name) {
-    for (const auto& file : *w.model.snapshot()->files)
-        if (file.filename() == name) return true;
-    return false;
+    return std::ranges::any_of(*w.model.snapshot()->files, [&](const auto& file) { return file.filename() == name; });
 }
 
 // Writes a `width` by `height` PNG and describes it the way a scan would.
@@ -480,6 +479,11 @@ private Q_SLOTS:
     }
 
     void liveInboxWaitsForAGrowingFileOrAPartialDownload() {
+        for (const char* name : {"a.crdownload", "b.PART", "c.download", "d.partial"})
+            QVERIFY2(LiveInbox::isPartialDownload(name), name);
+        for (const char* name : {"party.pdf", "download.zip", "a.psd"})
+            QVERIFY2(!LiveInbox::isPartialDownload(name), name);
+
         SampleWindow box;
         box.open();
         LiveInbox live(box.model, kFast);
@@ -510,14 +514,7 @@ private Q_SLOTS:
         QCOMPARE(live.scansRequested(), 1);
     }
 
-    void liveInboxKnowsPartialDownloadNames() {
-        for (const char* name : {"a.crdownload", "b.PART", "c.download", "d.partial"})
-            QVERIFY2(LiveInbox::isPartialDownload(name), name);
-        for (const char* name : {"party.pdf", "download.zip", "a.psd"})
-            QVERIFY2(!LiveInbox::isPartialDownload(name), name);
-    }
-
-    void thumbnailsDecodeOffTheMainThreadThenComeFromMemoryUntilTheFileChanges() {
+    void thumbnailsDecodeOffTheMainThreadThenComeFromMemoryUntilTheFileChangesAndFailuresAreRemembered() {
         const FileRecord wide = picture(dir / "wide.png", 400, 100, 1);
         const FileRecord tall = picture(dir / "tall.png", 100, 400, 2);
         ThumbnailCache cache(kEdge);
@@ -550,16 +547,12 @@ private Q_SLOTS:
         QVERIFY(cache.request(changed).isNull());
         QCOMPARE(nextReady(spy).second.size(), QSize(kEdge / 4, kEdge));
         QCOMPARE(cache.request(changed).size(), QSize(kEdge / 4, kEdge));
-    }
 
-    void thumbnailsOfUndecodableFilesAreRememberedAndOthersAreNotTried() {
+        // A file that cannot be decoded is remembered; one that is no picture is not tried.
         writeFile(dir / "broken.png", "not a picture");
         writeFile(dir / "notes.txt", "words");
-        FileRecord broken{dir / "broken.png", dir.path(), {1, 1, 13, {}}, {}, {}};
-        FileRecord notes{dir / "notes.txt", dir.path(), {1, 2, 5, {}}, {}, {}};
-        ThumbnailCache cache(kEdge);
-        QSignalSpy spy(&cache, &ThumbnailCache::ready);
-
+        FileRecord broken{dir / "broken.png", dir.path(), {1, 4, 13, {}}, {}, {}};
+        FileRecord notes{dir / "notes.txt", dir.path(), {1, 5, 5, {}}, {}, {}};
         QVERIFY(!ThumbnailCache::wants(notes));
         QVERIFY(cache.request(notes).isNull());
         QCOMPARE(cache.inFlight(), 0);
