@@ -302,29 +302,30 @@ protected:
     testing::TempDir dir;
     Date start = Date::now().adding(3600);
     ZipCleanupRule rule{Uuid::random(), Uuid::random(), start};
+    ZipCleanupLedger ledger = ZipCleanupLedger::baseline(rule.id, "root", {}, dir.path(), start);
+    std::vector<std::string> trashed;  // what the processor gave to the Trash
 
     std::vector<FileRecord> files() { return FileScanner::scan({dir.path()}).files; }
 
-    std::vector<std::string> run(ZipCleanupLedger& ledger, Date now, std::vector<std::string>& trashed) {
-        return ZipCleanupProcessor::run(files(), dir.path(), "root", rule, now, ledger, [](const auto&) {},
-                                        [&](const FileRecord& file) {
-                                            trashed.push_back(file.filename());
-                                            fs::remove(file.url);
-                                        });
+    std::vector<std::string> run(Date now) { return run(ledger, now); }
+    std::vector<std::string> run(ZipCleanupLedger& with, Date now) {
+        return ZipCleanupProcessor::run(
+            files(), dir.path(), "root", rule, now, with, [](const auto&) {},
+            [&](const FileRecord& file) {
+                trashed.push_back(file.filename());
+                fs::remove(file.url);
+            });
     }
 };
 
 TEST_F(ZipLedgerTest, GuardsOfTheProcessor) {
     writeFile(dir / "a.zip", "a");
-    ZipCleanupLedger ledger = ZipCleanupLedger::baseline(rule.id, "root", {}, dir.path(), start);
-    std::vector<std::string> trashed;
-
     ZipCleanupLedger foreign = ledger;
     foreign.ruleID = Uuid::random();
-    EXPECT_THROW(run(foreign, start.adding(2 * kDay), trashed), KeloError);
+    EXPECT_THROW(run(foreign, start.adding(2 * kDay)), KeloError);
 
-    run(ledger, start, trashed);  // first seen
-    EXPECT_TRUE(run(ledger, start.adding(-60), trashed).empty());  // a clock set back cleans nothing
+    run(start);                                   // first seen
+    EXPECT_TRUE(run(start.adding(-60)).empty());  // a clock set back cleans nothing
     EXPECT_TRUE(trashed.empty());
 
     // Changed between the scan and the trashing: left where it is, with a line.
@@ -336,17 +337,15 @@ TEST_F(ZipLedgerTest, GuardsOfTheProcessor) {
 
     // Another folder at the same path: everything in it is taken as already there.
     ledger.observe(files(), dir.path(), "another root", start.adding(3 * kDay));
-    EXPECT_TRUE(run(ledger, start.adding(9 * kDay), trashed).empty());
+    EXPECT_TRUE(run(start.adding(9 * kDay)).empty());
     EXPECT_TRUE(trashed.empty());
     EXPECT_TRUE(ledger.entries.at("a.zip").excluded);
 }
 
 TEST_F(ZipLedgerTest, KeepsTheNewestHundredEvents) {
-    ZipCleanupLedger ledger = ZipCleanupLedger::baseline(rule.id, "root", {}, dir.path(), start);
-    std::vector<std::string> trashed;
     for (int i = 0; i < 101; ++i) writeFile(dir / ("z" + std::to_string(1000 + i) + ".zip"), "z");
-    run(ledger, start, trashed);
-    EXPECT_TRUE(run(ledger, start.adding(kDay), trashed).empty());
+    run(start);
+    EXPECT_TRUE(run(start.adding(kDay)).empty());
     ASSERT_EQ(trashed.size(), 101u);
     ASSERT_EQ(ledger.events.size(), 100u);
     EXPECT_EQ(ledger.events.front().filename, "z1001.zip");
