@@ -198,7 +198,7 @@ private Q_SLOTS:
         QVERIFY(!box->findChild<QCheckBox*>("zipCleanupEnabled")->isChecked());
     }
 
-    void studioPageOpensTheProjectAndTheGridFollowsTheFilter() {
+    void studioPageOpensTheProjectTheGridFollowsTheFilterAndPinsRenamesAndSavesFilters() {
         StudioWindow s;
         auto* grid = s.child<QListWidget>("studioFiles");
         QCOMPARE(itemTexts(grid), (QStringList{"IMG_2.png", "Trà Xanh logo.ai", "brief.pdf"}));
@@ -214,27 +214,21 @@ private Q_SLOTS:
         kind->setCurrentIndex(kind->findData(QString("image")));
         QCOMPARE(itemTexts(grid), QStringList{"IMG_2.png"});
         QCOMPARE(s.child<QLabel>("studioShown")->text(), QString("Đang hiện 1 trên 1 tệp khớp bộ lọc"));
-    }
 
-    void studioPinningRenamingAndSavingAFilterGoThroughTheEngine() {
-        StudioWindow s;
-        auto* grid = s.child<QListWidget>("studioFiles");
+        // Pinning, renaming and saving a filter go through the engine.
         grid->item(0)->setSelected(true);  // IMG_2.png
-        s.child<QPushButton>("studioPin")->click();
-        QVERIFY(settle(s.model));
+        s.press(s.child<QPushButton>("studioPin"));
         QCOMPARE(itemTexts(s.child<QListWidget>("studioReferences")), QStringList{"IMG_2.png"});
 
         grid->item(0)->setSelected(true);
-        s.page()->renameSelected("Tra Xanh poster.png");
-        QVERIFY(settle(s.model));
+        s.act([&] { s.page()->renameSelected("Tra Xanh poster.png"); });
         QVERIFY(itemTexts(grid).contains("Tra Xanh poster.png"));
         // The pinned file was renamed away: the board says it is gone.
         QCOMPARE(itemTexts(s.child<QListWidget>("studioReferences")),
                  QStringList{"IMG_2.png" + QString::fromUtf8(" (không còn ở đây)")});
 
         s.child<QComboBox>("studioDays")->setCurrentIndex(2);
-        s.page()->saveCurrentFilter("Tuần này");
-        QVERIFY(settle(s.model));
+        s.act([&] { s.page()->saveCurrentFilter("Tuần này"); });
         auto* saved = s.child<QComboBox>("studioSavedFilters");
         QCOMPARE(saved->count(), 2);
         QCOMPARE(saved->itemText(1), QString("Tuần này"));
