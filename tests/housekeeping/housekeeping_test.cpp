@@ -36,13 +36,6 @@ FileRecord recordOf(const fs::path& path) {
     return Metadata::record(path, path.parent_path());
 }
 
-std::vector<FileRecord> recordsUnder(const fs::path& root) {
-    std::vector<FileRecord> records;
-    for (const auto& entry : fs::recursive_directory_iterator(root))
-        if (entry.is_regular_file()) records.push_back(recordOf(entry.path()));
-    return records;
-}
-
 // The file's SHA-256 in hex, as coreutils gives it.
 std::string sha256Hex(const fs::path& file) {
     return testing::runShell("sha256sum '" + file.native() + "'").output.substr(0, 64);
@@ -52,6 +45,14 @@ class DuplicateFinderTest : public ::testing::Test {
 protected:
     testing::TempDir dir;
     void TearDown() override { ComparedFile::setBeforeOpenForTesting({}); }
+
+    // Every file under the test's folder, as listed now.
+    std::vector<FileRecord> records() const {
+        std::vector<FileRecord> listed;
+        for (const auto& entry : fs::recursive_directory_iterator(dir.path()))
+            if (entry.is_regular_file()) listed.push_back(recordOf(entry.path()));
+        return listed;
+    }
 };
 
 TEST_F(DuplicateFinderTest, GroupsIdenticalFilesOnlyAndNamesThemByDigest) {
@@ -65,8 +66,7 @@ TEST_F(DuplicateFinderTest, GroupsIdenticalFilesOnlyAndNamesThemByDigest) {
     writeFile(dir / "b.txt", "same size, other text B");
     ASSERT_EQ(::link((dir / "a.txt").c_str(), (dir / "a-link.txt").c_str()), 0);  // the same file twice
 
-    for (const auto& found : {DuplicateFinder::groups(recordsUnder(dir.path())),
-                              DuplicateFinder::plainGroups(recordsUnder(dir.path()))}) {
+    for (const auto& found : {DuplicateFinder::groups(records()), DuplicateFinder::plainGroups(records())}) {
         ASSERT_EQ(found.size(), 2u);
         const std::map<std::string, const FileGroup*> byId{{found[0].id, &found[0]}, {found[1].id, &found[1]}};
         const FileGroup& logos = *byId.at(sha256Hex(dir / "logo.png") + "-0");
@@ -107,11 +107,11 @@ TEST_F(DuplicateFinderTest, FastSearchFindsExactlyWhatThePlainSearchFinds) {
     for (int i = 0; i < 40; ++i) writeFile(dir / ("crowd" + std::to_string(i)), std::string(5000, char('a' + i % 7)));
 
     std::uint64_t lastDone = 0, lastTotal = 0;
-    const auto fast = DuplicateFinder::groups(recordsUnder(dir.path()), {}, [&](std::uint64_t done, std::uint64_t total) {
+    const auto fast = DuplicateFinder::groups(records(), {}, [&](std::uint64_t done, std::uint64_t total) {
         EXPECT_GE(done, lastDone);
         lastDone = done, lastTotal = total;
     });
-    EXPECT_EQ(fast, DuplicateFinder::plainGroups(recordsUnder(dir.path())));
+    EXPECT_EQ(fast, DuplicateFinder::plainGroups(records()));
     // The tree really holds groups of every kind: the empty files; for one byte the
     // copies and the six near-copies (all the same flip); for the 7 larger sizes the
     // copies and three pairs of near-copies; and the crowd's 7 contents.
@@ -123,15 +123,15 @@ TEST_F(DuplicateFinderTest, FilesChangedOrSwappedUnderneathFailTheSearch) {
     const std::string big(2 * DuplicateFinder::kChunkSize, 'x');
     writeFile(dir / "a.psd", big);
     writeFile(dir / "b.psd", big);
-    const auto records = recordsUnder(dir.path());
+    const auto listed = records();
 
     // Touched after listing.
     writeFile(dir / "b.psd", big + "more");
-    EXPECT_EQ(refusalOf([&] { DuplicateFinder::groups(records); }), kFileChangedBeforeComparing);
-    EXPECT_EQ(refusalOf([&] { DuplicateFinder::digest(records[0].filename() == "b.psd" ? records[0] : records[1]); }),
+    EXPECT_EQ(refusalOf([&] { DuplicateFinder::groups(listed); }), kFileChangedBeforeComparing);
+    EXPECT_EQ(refusalOf([&] { DuplicateFinder::digest(listed[0].filename() == "b.psd" ? listed[0] : listed[1]); }),
               kFileChangedBeforeComparing);
     writeFile(dir / "b.psd", big);
-    const auto fresh = recordsUnder(dir.path());
+    const auto fresh = records();
 
     // Swapped between the check and the open: same path, another file.
     ComparedFile::setBeforeOpenForTesting([&](const fs::path& path) {
@@ -144,7 +144,7 @@ TEST_F(DuplicateFinderTest, FilesChangedOrSwappedUnderneathFailTheSearch) {
     ComparedFile::setBeforeOpenForTesting({});
 
     // Edited while it is read: the first progress report comes after the first chunk.
-    const auto current = recordsUnder(dir.path());
+    const auto current = records();
     bool edited = false;
     EXPECT_EQ(refusalOf([&] {
                   DuplicateFinder::groups(current, {}, [&](std::uint64_t, std::uint64_t) {
@@ -158,12 +158,12 @@ TEST_F(DuplicateFinderTest, CancellingEndsTheSearchWithoutAResult) {
     const std::string copy(3 * DuplicateFinder::kChunkSize, 'c');
     for (int i = 0; i < 6; ++i) writeFile(dir / ("copy" + std::to_string(i)), copy);
     std::stop_source stop;
-    EXPECT_THROW(DuplicateFinder::groups(recordsUnder(dir.path()), stop.get_token(),
+    EXPECT_THROW(DuplicateFinder::groups(records(), stop.get_token(),
                                          [&](std::uint64_t, std::uint64_t) { stop.request_stop(); }),
                  DuplicateSearchCancelled);
     std::stop_source stopped;
     stopped.request_stop();
-    EXPECT_THROW(DuplicateFinder::plainGroups(recordsUnder(dir.path()), stopped.get_token()), DuplicateSearchCancelled);
+    EXPECT_THROW(DuplicateFinder::plainGroups(records(), stopped.get_token()), DuplicateSearchCancelled);
 }
 
 class DuplicateCommandsTest : public testing::EngineFixture {
