@@ -49,29 +49,24 @@ VImage decoded(const std::string& jpeg) {
 }
 
 TEST(AIPreviewTest, JpegKeepsItsLimitsAndFlattensTransparency) {
-    struct Case {
-        const char* what;
-        VImage image;
-        std::string_view refusal;  // empty: encoded
-    };
     // Fully transparent red: once flattened it must come out opaque white.
     const VImage clear = flat(2048, 16).bandjoin_const({0});
-    const Case cases[] = {
+    const std::tuple<const char*, VImage, std::string_view> cases[] = {
+        // the refusal, empty when encoded
         {"2048 wide", clear, {}},
         {"2048 tall", flat(16, 2048), {}},
         {"2049 wide", flat(2049, 16), AIPreview::kTooLargeText},
         {"2049 tall", flat(16, 2049), AIPreview::kTooLargeText},
         {"over a megabyte", noise(2048, 2048), AIPreview::kOverLimitText},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
+    for (const auto& [what, image, refusal] : cases) {
+        SCOPED_TRACE(what);
         std::string jpeg;
-        EXPECT_EQ(refusalOf([&] { jpeg = AIPreview::jpeg(rasterOf(c.image)); }), c.refusal);
-        if (!c.refusal.empty()) continue;
+        EXPECT_EQ(refusalOf([&] { jpeg = AIPreview::jpeg(rasterOf(image)); }), refusal);
+        if (!refusal.empty()) continue;
         EXPECT_LE(jpeg.size(), AIPreview::kJpegLimit);
         const VImage back = decoded(jpeg);
-        EXPECT_EQ(std::tuple(back.width(), back.height(), back.bands()),
-                  std::tuple(c.image.width(), c.image.height(), 3));
+        EXPECT_EQ(std::tuple(back.width(), back.height(), back.bands()), std::tuple(image.width(), image.height(), 3));
     }
     const VImage white = decoded(AIPreview::jpeg(rasterOf(clear)));
     EXPECT_GE(white.min(), 250.0);
@@ -93,15 +88,15 @@ TEST(AIPreviewTest, MakesUprightThumbnailsOfImagesAndDesignFiles) {
     testing::writeFile(dir / "logo.ai", pdfPage(2000, 1000, "0 0 1 rg 0 0 2000 1000 re f"));
     flat(2048, 1024).magicksave((dir / "art.psd").c_str(), VImage::option()->set("format", "PSD"));
 
-    struct Case {
-        const char* name;
-        int width, height;
-    };
-    for (const Case c : {Case{"wide.png", 1024, 512}, Case{"small.jpg", 300, 200}, Case{"turned.jpg", 200, 400},
-                         Case{"logo.ai", 1024, 512}, Case{"art.psd", 1024, 512}}) {
-        SCOPED_TRACE(c.name);
-        const VImage preview = decoded(AIPreview::make(recordOf(dir / c.name)));
-        EXPECT_EQ(std::pair(preview.width(), preview.height()), std::pair(c.width, c.height));
+    const std::tuple<const char*, int, int> cases[] = {{"wide.png", 1024, 512},
+                                                       {"small.jpg", 300, 200},
+                                                       {"turned.jpg", 200, 400},
+                                                       {"logo.ai", 1024, 512},
+                                                       {"art.psd", 1024, 512}};
+    for (const auto& [name, width, height] : cases) {
+        SCOPED_TRACE(name);
+        const VImage preview = decoded(AIPreview::make(recordOf(dir / name)));
+        EXPECT_EQ(std::pair(preview.width(), preview.height()), std::pair(width, height));
     }
 }
 
@@ -118,12 +113,7 @@ TEST(AIPreviewTest, RefusesWhatItCannotPreview) {
         file.identity.size = size;
         return file;
     };
-    struct Case {
-        const char* what;
-        FileRecord file;
-        std::string_view refusal;
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, FileRecord, std::string_view> cases[] = {
         {"png at 50 MB", sized("a.png", 52'428'800), {}},
         {"png over 50 MB", sized("a.png", 52'428'801), AIPreview::kUnsupportedText},
         {"psb", recordOf(dir / "big.psb"), AIPreview::kUnsupportedText},
@@ -132,7 +122,8 @@ TEST(AIPreviewTest, RefusesWhatItCannotPreview) {
         {"damaged png", recordOf(dir / "cut.png"), AIPreview::kNoImagePreviewText},
         {"damaged psd", recordOf(dir / "cut.psd"), AIPreview::kNoDesignPreviewText},
     };
-    for (const auto& c : cases) EXPECT_EQ(refusalOf([&] { AIPreview::make(c.file); }), c.refusal) << c.what;
+    for (const auto& [what, file, refusal] : cases)
+        EXPECT_EQ(refusalOf([&] { AIPreview::make(file); }), refusal) << what;
 }
 
 TEST(AIPreviewTest, DesignThumbnailThatNeverArrivesTimesOut) {
@@ -293,11 +284,7 @@ TEST_F(LocalVisionOCRTest, EmptyUnsupportedUnreadableAndCancelledGiveNoLines) {
 
 TEST(LocalVisionOCRHintsTest, SubjobPassesTakeEvidenceFirstAndRejectEmptyLabels) {
     const Project hydro = project("Hydro Cafe");
-    struct Case {
-        std::vector<std::string> lines;
-        std::optional<std::string> subjob;
-    };
-    const Case cases[] = {
+    const std::pair<std::vector<std::string>, std::optional<std::string>> cases[] = {
         {{"Grand opening", "Hydro Cafe", "POST 15"}, "POST 15"},  // keywords are found in any case
         {{"Summer 2024", "Menu 12", "Slide 4"}, "Slide 4"},       // keyword pass before the number pass
         {{"Summer 2024", "Menu 12"}, "Menu 12"},                  // a year is not evidence
@@ -308,7 +295,8 @@ TEST(LocalVisionOCRHintsTest, SubjobPassesTakeEvidenceFirstAndRejectEmptyLabels)
         {{"Card " + std::string(36, 'w')}, std::nullopt},  // over 40 even with a keyword
         {{}, std::nullopt},
     };
-    for (const Case& c : cases) EXPECT_EQ(LocalVisionOCR::suggestSubjob(c.lines, hydro), c.subjob) << joined(c.lines);
+    for (const auto& [lines, subjob] : cases)
+        EXPECT_EQ(LocalVisionOCR::suggestSubjob(lines, hydro), subjob) << joined(lines);
 }
 
 }  // namespace
