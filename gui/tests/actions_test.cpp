@@ -208,8 +208,9 @@ private Q_SLOTS:
         QVERIFY(undoTrash->isHidden());
     }
 
-    // The learning buttons on Match and "reset learning" in Settings reach the engine.
-    void confirmRejectLeaveAloneAndRestore() {
+    // The learning buttons on Match, name suggestions, clusters and "reset learning" in
+    // Settings reach the engine.
+    void confirmRejectLeaveAloneSuggestionsClustersAndRestore() {
         SampleWindow w;
         w.openSamples();
         w.selectFiles({"lotus price list.pdf"});
@@ -230,6 +231,36 @@ private Q_SLOTS:
         w.press(restore);
         QVERIFY(!cell(w.files(), w.row("scan0001.pdf"), kState).endsWith(text::kIgnoredMark));
         QVERIFY(!restore->isEnabled());
+
+        // Name suggestions on Projects, and clusters on Match ignored and restored.
+        auto* suggestions = w.find<QListWidget>(kProjects, "nameSuggestions");
+        auto pick = [&](QListWidget* list, const QString& start) {
+            for (int i = 0; i < list->count(); ++i)
+                if (list->item(i)->text().startsWith(start)) list->setCurrentRow(i);
+        };
+        QCOMPARE(itemTexts(suggestions), QStringList({"Mango (3 tệp)", "Tea (3 tệp)"}));
+        pick(suggestions, "Tea");
+        w.press(kProjects, "deferSuggestion");
+        QCOMPARE(itemTexts(suggestions), QStringList({"Mango (3 tệp)"}));
+        pick(suggestions, "Mango");
+        w.press(kProjects, "acceptSuggestion");
+        QVERIFY(column(w.projects(), 0).contains("Mango"));
+        QCOMPARE(itemTexts(suggestions), QStringList({text::kNoNameSuggestions}));
+
+        auto* clusters = w.find<QListWidget>(kMatch, "clusterList");
+        auto* ignore = w.find(kMatch, "ignoreCluster");
+        const QString hydro =
+            "hydro — 3 tệp: Hydro Cafe social post 3.png, Hydro Cafe social post 4.png, "
+            "hydro lotus collab.psd";
+        // Clusters are found off the main thread; the list fills in when they are ready.
+        QTRY_VERIFY(itemTexts(clusters).contains(hydro));
+        QVERIFY(!ignore->isEnabled());
+        pick(clusters, "hydro");
+        QVERIFY(ignore->isEnabled());
+        w.press(ignore);
+        QTRY_VERIFY(!itemTexts(clusters).contains(hydro));
+        w.press(kMatch, "restoreIgnored");
+        QTRY_VERIFY(itemTexts(clusters).contains(hydro));
 
         acceptNextMessageBox();
         w.press(kSettings, "resetLearning");
@@ -302,39 +333,6 @@ private Q_SLOTS:
         QVERIFY2(w.model.refusal().isEmpty(), qPrintable(w.model.refusal()));
         QVERIFY(!fs::exists(w.home / "Bamboo Books"));
         QVERIFY(!column(w.projects(), 0).contains("Bamboo Books"));
-    }
-
-    void nameSuggestionsAndClusters() {
-        SampleWindow w;
-        w.openSamples();
-        auto* suggestions = w.find<QListWidget>(kProjects, "nameSuggestions");
-        auto pick = [&](QListWidget* list, const QString& start) {
-            for (int i = 0; i < list->count(); ++i)
-                if (list->item(i)->text().startsWith(start)) list->setCurrentRow(i);
-        };
-        QCOMPARE(itemTexts(suggestions), QStringList({"Mango (3 tệp)", "Tea (3 tệp)"}));
-        pick(suggestions, "Tea");
-        w.press(kProjects, "deferSuggestion");
-        QCOMPARE(itemTexts(suggestions), QStringList({"Mango (3 tệp)"}));
-        pick(suggestions, "Mango");
-        w.press(kProjects, "acceptSuggestion");
-        QVERIFY(column(w.projects(), 0).contains("Mango"));
-        QCOMPARE(itemTexts(suggestions), QStringList({text::kNoNameSuggestions}));
-
-        auto* clusters = w.find<QListWidget>(kMatch, "clusterList");
-        auto* ignore = w.find(kMatch, "ignoreCluster");
-        const QString hydro =
-            "hydro — 3 tệp: Hydro Cafe social post 3.png, Hydro Cafe social post 4.png, "
-            "hydro lotus collab.psd";
-        // Clusters are found off the main thread; the list fills in when they are ready.
-        QTRY_VERIFY(itemTexts(clusters).contains(hydro));
-        QVERIFY(!ignore->isEnabled());
-        pick(clusters, "hydro");
-        QVERIFY(ignore->isEnabled());
-        w.press(ignore);
-        QTRY_VERIFY(!itemTexts(clusters).contains(hydro));
-        w.press(kMatch, "restoreIgnored");
-        QTRY_VERIFY(itemTexts(clusters).contains(hydro));
     }
 
     // The inbox moves away; Settings' "reconnect" asks for the folder with the chooser's
