@@ -248,12 +248,8 @@ TEST(GeminiPayloadTest, LimitsHoldAtTheirEdges) {
     longName[0].name = std::string(256, 'x');
     auto tooLong = longName;
     tooLong[0].name += "x";
-    struct Case {
-        const char* what;
-        std::function<void()> call;
-        std::string_view refusal;  // empty: accepted
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, std::function<void()>, std::string_view> cases[] = {
+        // the refusal, empty if none
         {"50 projects", [&] { GP::context(file, someProjects(50), std::nullopt); }, {}},
         {"51 projects", [&] { GP::context(file, someProjects(51), std::nullopt); }, GP::kTooManyProjects},
         {"256-byte name", [&] { GP::context(file, longName, std::nullopt); }, {}},
@@ -265,7 +261,7 @@ TEST(GeminiPayloadTest, LimitsHoldAtTheirEdges) {
         {"24,000-byte context", [] { GP::body("j", std::string(24'000, 'c'), {}); }, {}},
         {"24,001-byte context", [] { GP::body("j", std::string(24'001, 'c'), {}); }, GP::kPayloadTooLarge},
     };
-    for (const auto& c : cases) EXPECT_EQ(refusalOf(c.call), c.refusal) << c.what;
+    for (const auto& [what, call, refusal] : cases) EXPECT_EQ(refusalOf(call), refusal) << what;
 }
 
 TEST(GeminiPayloadTest, AdviceFromValidAnswers) {
@@ -313,11 +309,8 @@ TEST(GeminiPayloadTest, AdviceRefusesEveryKindOfBadAnswer) {
     };
     for (const auto& [what, response] : incomplete) EXPECT_EQ(refusalFor(response), GP::kIncompleteSuggestion) << what;
     // The text of a well-formed envelope.
-    const struct {
-        const char* what;
-        std::string text;
-        std::string_view refusal;  // empty: accepted
-    } cases[] = {
+    const std::tuple<const char*, std::string, std::string_view> cases[] = {
+        // the refusal, empty if none
         {"empty text", "", GP::kIncompleteSuggestion},
         {"text too large", std::string(16'001, ' '), GP::kSuggestionTooLarge},
         {"text not JSON", "I think Project 1", GP::kIncompleteSuggestion},
@@ -339,7 +332,7 @@ TEST(GeminiPayloadTest, AdviceRefusesEveryKindOfBadAnswer) {
         {"longest stem and reason", adviceJson(listed, std::string(160, 'a'), std::string(500, 'r')), {}},
         {"Vietnamese", adviceJson(listed, "Bìa-Đẹp", "ổn"), {}},
     };
-    for (const auto& c : cases) EXPECT_EQ(refusalFor(envelope(c.text)), c.refusal) << c.what;
+    for (const auto& [what, text, refusal] : cases) EXPECT_EQ(refusalFor(envelope(text)), refusal) << what;
     EXPECT_EQ(refusalFor(envelope(adviceJson(projects[1].id.text())), projects[0].id), GP::kUnavailableProject)
         << "conflicts with the known project";
     // A stem that fits its own limit but not with the extension.
