@@ -42,9 +42,7 @@ protected:
         writeFile(inbox / "a.pdf", "pdf");
         writeFile(inbox / "sub/deep.pdf", "deep");
         fs::create_directories(job);
-        setModified(inbox / "a.pdf", kModified);
-        setModified(inbox / "sub/deep.pdf", kModified);
-        scope = AccessScope{{inbox}, {home}};
+        for (const char* file : {"a.pdf", "sub/deep.pdf"}) setModified(inbox / file, kModified);
     }
 
     PlannedOperation op(OperationType type, const fs::path& source, const fs::path& destination) {
@@ -63,7 +61,7 @@ protected:
     fs::path inbox = dir / "Downloads";
     fs::path home = dir / "Projects";
     fs::path job = home / "Job";
-    AccessScope scope;
+    AccessScope scope{{inbox}, {home}};
     SafetyValidator validator;
     Date now = Date::fromTimespec(kModified + 60, 0);
 };
