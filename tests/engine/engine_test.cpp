@@ -444,16 +444,12 @@ TEST(PersistentDataTest, UnreadableStoresStopStartUpAndAreLeftAsTheyWere) {
     future.schemaVersion = 2;
     inverted.settings.thresholds = {50, 60};
     const std::string failed = "Persistent data could not be loaded. File operations are disabled. ";
-    const std::string settings = failed +
-                                 "Unsupported or invalid settings store. Restore a valid backup; file "
-                                 "operations are disabled.";
+    const std::string settings =
+        failed + "Unsupported or invalid settings store. Restore a valid backup; file operations are disabled.";
     const std::string studio = failed + "Unsupported or invalid Studio data. Restore a valid backup.";
     const std::string v1 = R"({"schemaVersion": 1, )";
-    const struct {
-        const char* file;
-        std::string content;
-        std::string failure;  // the whole text, or its start when it ends in "…"
-    } cases[] = {
+    // The file, what it holds, and the failure: the whole text, or its start when it ends in "…".
+    const std::tuple<const char*, std::string, std::string> cases[] = {
         {"state.json", formatDocument(encodeValue(future)), settings},
         {"state.json", formatDocument(encodeValue(inverted)), settings},
         {"state.json", "{\"schemaVersion\": 1}", failed + "The data could not be read…"},
@@ -466,24 +462,23 @@ TEST(PersistentDataTest, UnreadableStoresStopStartUpAndAreLeftAsTheyWere) {
         {"studio.json", v1 + R"("projects": {"A": {"filters": [{"name": "a"}, {"name": "a"}]}}})", studio},
         {"studio.json", v1 + R"("lastOpenedProject": 7})", studio},
     };
-    for (const auto& c : cases) {
+    for (const auto& [file, content, expected] : cases) {
         TempDir dir;
         writeValidPair(dir.path());
-        writeFile(dir / c.file, c.content);
+        writeFile(dir / file, content);
         const std::string failure = fatalError(dir.path());
-        if (c.failure.ends_with("…"))
-            EXPECT_TRUE(failure.starts_with(c.failure.substr(0, c.failure.size() - 3))) << failure;
+        if (expected.ends_with("…"))
+            EXPECT_TRUE(failure.starts_with(expected.substr(0, expected.size() - 3))) << failure;
         else
-            EXPECT_EQ(failure, c.failure) << c.file;
-        EXPECT_EQ(readFile(dir / c.file), c.content);
+            EXPECT_EQ(failure, expected) << file;
+        EXPECT_EQ(readFile(dir / file), content);
     }
     // The journal alone is missing: stop; the state alone is missing: a first start.
     TempDir dir;
     writeValidPair(dir.path());
     std::filesystem::remove(dir / "journal.json");
-    EXPECT_EQ(fatalError(dir.path()), failed +
-                                          "The operation journal is missing. File operations are disabled. "
-                                          "Restore the matching journal backup.");
+    const std::string missing = "The operation journal is missing. File operations are disabled. ";
+    EXPECT_EQ(fatalError(dir.path()), failed + missing + "Restore the matching journal backup.");
     std::filesystem::remove(dir / "state.json");
     writeFile(dir / "journal.json", kEmptyJournal);
     EXPECT_EQ(fatalError(dir.path()), "");
@@ -494,9 +489,9 @@ TEST(PersistentDataTest, GarbledOnlineAIDataOnlyDisablesAIAndIsNotWrittenOver) {
     for (const std::string& garbled : {std::string("not json"), std::string("{\"schemaVersion\": 1}")}) {
         writeFile(dir / "online-ai.json", garbled);
         PersistentData data = loadPersistentData(dir.path());
-        EXPECT_EQ(data.aiStorageIssue,
-                  "Online AI data unavailable. Restore online-ai.json from backup. File "
-                  "organization remains available.");
+        EXPECT_EQ(
+            data.aiStorageIssue,
+            "Online AI data unavailable. Restore online-ai.json from backup. File organization remains available.");
         AIState fresh;
         fresh.configuration.revision = data.ai.configuration.revision;
         EXPECT_EQ(data.ai, fresh);
