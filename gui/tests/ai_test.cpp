@@ -62,14 +62,6 @@ void writePicture(const fs::path& file, int width = 1600, int height = 900) {
     ::utimensat(AT_FDCWD, file.c_str(), times, 0);
 }
 
-// An export of `size` bytes (a sparse file: only its size and name are read first).
-fs::path sizedExport(const fs::path& folder, const std::string& name, std::uintmax_t size) {
-    const fs::path path = folder / name;
-    std::ofstream(path).put('x');
-    fs::resize_file(path, size);
-    return path;
-}
-
 bool reaches(AIAskDialog* dialog, Stage stage) {
     return QTest::qWaitFor([&] { return dialog->stage() == stage; }, 20000);
 }
@@ -171,9 +163,8 @@ private Q_SLOTS:
         auto* folders = w.setting<QListWidget>("aiFolders");
         QCOMPARE(folders->count(), 2);
 
-        w.setting<QCheckBox>("aiEnabled")->setChecked(true);
-        w.setting<QCheckBox>("aiFreeTier")->setChecked(true);
-        w.setting<QCheckBox>("aiDataUse")->setChecked(true);
+        for (const char* consent : {"aiEnabled", "aiFreeTier", "aiDataUse"})
+            w.setting<QCheckBox>(consent)->setChecked(true);
         w.setting<QSpinBox>("aiDailyCap")->setValue(5);
         folders->item(0)->setCheckState(Qt::Checked);
         w.act([&] { w.box->saveSettings(); });
@@ -273,8 +264,11 @@ private Q_SLOTS:
         dialog->close();
 
         // The design app saving the export again and again while it is read; a starved
-        // writer can miss one read, so it gets three.
-        const fs::path saving = sizedExport(exports, "saving.png", AIPreview::kAttachmentLimit - 1);
+        // writer can miss one read, so it gets three. The export is a sparse file: only
+        // its size and name are read first.
+        const fs::path saving = exports / "saving.png";
+        std::ofstream(saving).put('x');
+        fs::resize_file(saving, AIPreview::kAttachmentLimit - 1);
         std::jthread writer([&](std::stop_token stop) {
             for (long tick = 1; !stop.stop_requested(); ++tick) {
                 const timespec times[2] = {{1767607200, tick}, {1767607200, tick}};
