@@ -389,13 +389,8 @@ TEST(GeminiClientTest, EveryKindOfAnswerEndsOnceWithItsTextAndEffect) {
 
     const std::string suggested = "LS-Social-Post1.png";
     const std::string failed(kRequestFailedText);
-    struct Case {
-        std::string name;
-        CannedResponse response;
-        std::string seen;
-        AIFailureEffect effect;  // ignored when the answer was used
-    };
-    const std::vector<Case> cases = {
+    // The path's name, the answer, what the user sees, and the effect (ignored when the answer was used).
+    const std::tuple<std::string, CannedResponse, std::string, AIFailureEffect> cases[] = {
         {"valid", CannedResponse{200, validAnswer()}, suggested, {}},
         {"cutoff",
          CannedResponse{200, R"({"candidates":[{"content":{"parts":[{"text":"{}"}]},"finishReason":"MAX_TOKENS"}]})"},
@@ -421,18 +416,18 @@ TEST(GeminiClientTest, EveryKindOfAnswerEndsOnceWithItsTextAndEffect) {
     file.url = "/inbox/post.png";
     const std::string body = R"({"contents":[]})";
 
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        server.respond("/" + c.name + kEndpoint, c.response);
+    for (const auto& [name, response, seen, effect] : cases) {
+        SCOPED_TRACE(name);
+        server.respond("/" + name + kEndpoint, response);
         const std::size_t before = server.requests().size();
-        const auto result = GeminiClient::send(body, kKey, trusting(server, "/" + c.name));
+        const auto result = GeminiClient::send(body, kKey, trusting(server, "/" + name));
 
-        EXPECT_EQ(seenByUser(result, file), c.seen);
+        EXPECT_EQ(seenByUser(result, file), seen);
         // Too large or not HTTP is the transport's own refusal, before any reading of the body.
-        const bool invalidResponse = c.name == "over" || c.name == "chunkedover" || c.name == "nothttp";
+        const bool invalidResponse = name == "over" || name == "chunkedover" || name == "nothttp";
         if (const auto* failure = std::get_if<GeminiFailure>(&result)) {
             EXPECT_EQ(invalidResponse, failure->kind == GeminiFailureKind::invalidResponse);
-            EXPECT_EQ(effectOf(*failure), c.effect);
+            EXPECT_EQ(effectOf(*failure), effect);
             EXPECT_EQ(failure->detail.find(kKey), std::string::npos);
         } else {
             EXPECT_FALSE(invalidResponse);
@@ -443,7 +438,7 @@ TEST(GeminiClientTest, EveryKindOfAnswerEndsOnceWithItsTextAndEffect) {
         ASSERT_EQ(requests.size(), before + 1);
         const auto& request = requests.back();
         EXPECT_EQ(request.method, "POST");
-        EXPECT_EQ(request.target, "/" + c.name + kEndpoint);
+        EXPECT_EQ(request.target, "/" + name + kEndpoint);
         EXPECT_EQ(request.headers.at("x-goog-api-key"), kKey);
         EXPECT_EQ(request.headers.at("content-type"), "application/json");
         EXPECT_EQ(request.body, body);
