@@ -382,9 +382,21 @@ private Q_SLOTS:
         QCOMPARE(table->item(119, 2)->text(), QString("119"));
     }
 
-    void refusedThresholdsAreShownVerbatimAndKeepTheOldSettings() {
+    // The preset chosen on the first run is kept, and the dialog is not offered again
+    // once it was finished. Then the Settings form: refused thresholds are shown word
+    // for word and stay for the user to correct; a valid change clears the refusal.
+    void firstRunKeepsThePresetAndRefusedSettingsAreShownVerbatim() {
         SampleWindow w;
         w.start();
+        QVERIFY(OnboardingDialog::needed(*w.model.snapshot()));
+        OnboardingDialog dialog(w.model);
+        QVERIFY(dialog.findChild<QRadioButton*>("preset_design")->isChecked());  // the default
+        dialog.findChild<QRadioButton*>("preset_study")->setChecked(true);
+        w.press(dialog.findChild<QPushButton*>("startButton"));
+        QCOMPARE(dialog.result(), int(QDialog::Accepted));
+        QVERIFY(!OnboardingDialog::needed(*w.model.snapshot()));
+        QCOMPARE(w.model.snapshot()->state->settings.usagePreset, std::optional(UsagePreset::study));
+
         auto* ready = w.find<QSpinBox>(kSettings, "readyThreshold");
         ready->setValue(70);
         w.find<QSpinBox>(kSettings, "probablyThreshold")->setValue(70);
@@ -392,9 +404,8 @@ private Q_SLOTS:
         auto* bar = w.window.findChild<QLabel*>("messageBar");
         QCOMPARE(bar->text(), QString::fromUtf8(kInvalidThresholdsMessage));
         QVERIFY(!bar->isHidden());
-        QCOMPARE(ready->value(), 70);  // left for the user to correct
+        QCOMPARE(ready->value(), 70);
 
-        // A valid change goes through and clears the refusal.
         ready->setValue(85);
         w.find<QCheckBox>(kSettings, "dryRun")->setChecked(false);
         w.find<QLineEdit>(kSettings, "displayName")->setText("  Lan   Anh ");
@@ -434,21 +445,6 @@ private Q_SLOTS:
         w.model.scan();
         QVERIFY(!w.model.busy());
         QCOMPARE(w.model.refusal(), w.model.startupFailure());
-    }
-
-    // The preset chosen on the first run is kept, and the dialog is not offered again
-    // once it was finished.
-    void onboardingStoresThePresetAndIsNotOfferedAgain() {
-        SampleWindow w;
-        w.start();
-        QVERIFY(OnboardingDialog::needed(*w.model.snapshot()));
-        OnboardingDialog dialog(w.model);
-        QVERIFY(dialog.findChild<QRadioButton*>("preset_design")->isChecked());  // the default
-        dialog.findChild<QRadioButton*>("preset_study")->setChecked(true);
-        w.press(dialog.findChild<QPushButton*>("startButton"));
-        QCOMPARE(dialog.result(), int(QDialog::Accepted));
-        QVERIFY(!OnboardingDialog::needed(*w.model.snapshot()));
-        QCOMPARE(w.model.snapshot()->state->settings.usagePreset, std::optional(UsagePreset::study));
     }
 
     void secondLaunchRaisesTheFirstWindow() {

@@ -32,7 +32,7 @@ inline bool settle(AppModel& model) {
     return QTest::qWaitFor([&] { return !model.busy(); }, 20000);
 }
 
-// What a table shows in one cell, and down one column (or any list sorted), whatever model it has.
+// What a table shows in one cell, and down one column, whatever model it has.
 inline QString cell(const QTableView* table, int row, int col) {
     return table->model()->index(row, col).data().toString();
 }
@@ -42,6 +42,7 @@ inline QStringList column(const QTableView* table, int col) {
     return values;
 }
 
+// The values in order, for lists whose order is not what a test checks.
 inline QStringList sorted(QStringList values) {
     values.sort();
     return values;
