@@ -92,12 +92,11 @@ TEST_F(TrashTest, TakenNamesGetTheNextFreeName) {
     EXPECT_FALSE(fs::exists(dataHome / "Trash" / "info" / "report 2.pdf.trashinfo"));  // removed after the failed move
     EXPECT_EQ(readFile(dataHome / "Trash" / "info" / "README.trashinfo"), "someone else's");
 
-    // A name of 255 bytes (here mostly of three-byte letters) gets a shorter trashed name whose
+    // A name of 255 bytes (mostly three-byte letters) gets a shorter trashed name whose
     // info file still fits; the info keeps the whole original name, and it comes back.
-    std::string longName;
-    while (longName.size() + 2 <= 251) longName += "ạ";
-    longName = longName.substr(0, 250) + ".psd";
-    longName.insert(0, 255 - longName.size(), 'x');
+    std::string longName = "xx";
+    for (int letter = 0; letter < 83; ++letter) longName += "ạ";
+    longName += ".psd";
     ASSERT_EQ(longName.size(), 255u);
     for (int copy = 0; copy < 2; ++copy) {
         writeFile(inbox / longName, "long " + std::to_string(copy));
