@@ -291,11 +291,12 @@ TEST_F(FileCommandsTest, IgnoredFilesAndClustersUntilRestoredOrChanged) {
     EXPECT_EQ(restored->nameSuggestions->size(), 1u);
 }
 
-// To a Trash under the test's folder and back; the Trash's own rules are the
-// operations layer's tests.
-TEST_F(FileCommandsTest, TrashThenUndoRoundTripTwice) {
-    const fs::path old = drop("hydro cafe old.psd"), trashed = trashHome / "Trash" / "files" / "hydro cafe old.psd";
-    drop("keep.pdf");
+// To a Trash under the test's folder and back, a dry run, a failed undo and a
+// refusal; the Trash's own rules and the policy's refusals are the operations
+// layer's tests, and one refusal shows they reach the command.
+TEST_F(FileCommandsTest, TrashRoundTripsTwiceWhileDryRunsFailedUndosAndRefusalsMoveNothing) {
+    const fs::path old = drop("hydro cafe old.psd"), keep = drop("keep.pdf");
+    const fs::path trashFiles = trashHome / "Trash" / "files", trashed = trashFiles / "hydro cafe old.psd";
     EXPECT_FALSE(engine->snapshot()->canUndoTrash);
     LearningCommands::feedback(*engine, old, "Hydro Cafe", true);
     ASSERT_EQ(engine->state().assignments.size(), 1u);
@@ -317,12 +318,7 @@ TEST_F(FileCommandsTest, TrashThenUndoRoundTripTwice) {
     }
     EXPECT_EQ(refusal([&] { TrashCommands::undoTrash(*engine); }),
               "Nothing was moved to the Trash in this session. Nothing changed.");
-}
 
-// The policy's refusals are its own tests; one shows they reach the command.
-TEST_F(FileCommandsTest, TrashDryRunARefusalAndAFailedUndoLeaveEverythingInPlace) {
-    const fs::path old = drop("hydro cafe old.psd"), keep = drop("keep.pdf");
-    const fs::path trashFiles = trashHome / "Trash" / "files";
     setDryRun(*engine, true);
     const SnapshotPtr simulated = TrashCommands::trashFile(*engine, keep);
     EXPECT_EQ(simulated->messages, Messages{"Would move keep.pdf to the Trash. " + std::string(kDryRunMessage)});
@@ -332,9 +328,9 @@ TEST_F(FileCommandsTest, TrashDryRunARefusalAndAFailedUndoLeaveEverythingInPlace
     // An undo into a name taken since keeps both, and can still be tried again.
     TrashCommands::trashFile(*engine, old);
     writeFile(old, "a new file under the old name");
-    EXPECT_ANY_THROW(TrashCommands::undoTrash(*engine));
+    EXPECT_EQ(testing::systemErrorOf([&] { TrashCommands::undoTrash(*engine); }), EEXIST);
     EXPECT_EQ(readFile(old), "a new file under the old name");
-    EXPECT_EQ(readFile(trashFiles / "hydro cafe old.psd"), "content of hydro cafe old.psd");
+    EXPECT_EQ(readFile(trashed), "content of hydro cafe old.psd");
     EXPECT_TRUE(engine->snapshot()->canUndoTrash);
 
     engine->removeGrant(engine->state().grants[0].id.text());  // the inbox; the listing is still the old one
