@@ -87,23 +87,7 @@ protected:
         throw std::runtime_error("no record");
     }
 
-    // Lifts a pause or a switch-off so the next case starts ready.
-    void reopen() {
-        AIState next = engine->ai();
-        next.pausedUntil.reset();
-        next.configuration.enabled = true;
-        AICommands::persistAI(*engine, next);
-    }
-
     std::size_t sent() const { return server.requestsFor(kEndpoint); }
-};
-
-class AIRequestTest : public AICommandsTest {
-protected:
-    void SetUp() override {
-        AICommandsTest::SetUp();
-        configure(*engine, 10, false);
-    }
 };
 
 TEST_F(AICommandsTest, ConfigureChecksTheCapAndFoldersAndRenewsTheRevision) {
@@ -179,7 +163,8 @@ TEST_F(AICommandsTest, ValidationRefusesUntilTheFileIsAllowedQuietAndUnchanged) 
     EXPECT_EQ(validation(fresh), kAIFileRecentlyModified);
 }
 
-TEST_F(AIRequestTest, SuggestionIsReservedOnDiskFirstThenAcceptedAndRenamedThroughTheJournal) {
+TEST_F(AICommandsTest, SuggestionIsReservedOnDiskFirstThenAcceptedAndRenamedThroughTheJournal) {
+    configure(*engine, 10, false);
     const FileRecord file = image("lotus-post.jpg");
     std::string storedWhenArrived;
     server.onRequest([&](const auto&) { storedWhenArrived = readFile(data / "online-ai.json"); });
@@ -228,7 +213,8 @@ TEST_F(AIRequestTest, SuggestionIsReservedOnDiskFirstThenAcceptedAndRenamedThrou
         EXPECT_EQ(snapshotJson(*snapshot).dump().find(kKey), std::string::npos);
 }
 
-TEST_F(AIRequestTest, EveryFailureIsRecordedOnceWithItsEffectAndKeepsItsUsage) {
+TEST_F(AICommandsTest, EveryFailureIsRecordedOnceWithItsEffectAndKeepsItsUsage) {
+    configure(*engine, 10, false);
     const Date now = engine->now();
     const std::string failed(kRequestFailedText);
     struct Case {
@@ -249,7 +235,9 @@ TEST_F(AIRequestTest, EveryFailureIsRecordedOnceWithItsEffectAndKeepsItsUsage) {
     for (std::size_t i = 0; i < cases.size(); ++i) {
         const Case& c = cases[i];
         SCOPED_TRACE(c.name);
-        reopen();
+        AIState ready = engine->ai();  // without the last case's pause or switch-off
+        ready.pausedUntil.reset(), ready.configuration.enabled = true;
+        AICommands::persistAI(*engine, ready);
         const FileRecord file = image(c.name + ".jpg");
         server.onRequest([&](const auto&) {
             if (c.changeWhileOut) writeFile(file.url, "edited while the request was out");
@@ -271,7 +259,7 @@ TEST_F(AIRequestTest, EveryFailureIsRecordedOnceWithItsEffectAndKeepsItsUsage) {
     }
 }
 
-TEST_F(AIRequestTest, TimedOutRequestStaysFailedUntilTheOneRetryAndACrashKeepsItsUsage) {
+TEST_F(AICommandsTest, TimedOutRequestStaysFailedUntilTheOneRetryAndACrashKeepsItsUsage) {
     configure(*engine, 3, true);
     const FileRecord file = image("slow.jpg");
     CannedResponse silent;
@@ -311,7 +299,8 @@ TEST_F(AIRequestTest, TimedOutRequestStaysFailedUntilTheOneRetryAndACrashKeepsIt
     EXPECT_EQ(sent(), 2u);
 }
 
-TEST_F(AIRequestTest, StaleDraftsCostNothingAndAutomaticRequestsAreSpacedOut) {
+TEST_F(AICommandsTest, StaleDraftsCostNothingAndAutomaticRequestsAreSpacedOut) {
+    configure(*engine, 10, false);
     server.respond(kEndpoint, CannedResponse{200, adviceFor(lotus, "LS-Auto")});
     const AIDraft draft = AICommands::prepareAI(*engine, image("a.jpg"));
     configure(*engine, 10, true);
@@ -328,7 +317,7 @@ TEST_F(AIRequestTest, StaleDraftsCostNothingAndAutomaticRequestsAreSpacedOut) {
     }
 }
 
-TEST_F(AIRequestTest, WaitingForGeminiLeavesTheEngineFreeAndCanBeCancelled) {
+TEST_F(AICommandsTest, WaitingForGeminiLeavesTheEngineFreeAndCanBeCancelled) {
     engine.reset();
     EngineWorker worker(data, [this] { return clockNow; });
     worker.run([&](Engine& e) { return configure(e, 10, false); }).get();
