@@ -101,12 +101,12 @@ struct AIWindow : Surroundings, SampleWindow {
         c.dailyLimit = cap;
         c.allowedFolders = {PathSafety::key(inbox)};
         model.submit("ai", [c](Engine& engine) { return AICommands::configureAI(engine, c); });
-        settle(model);
+        QVERIFY(settle(model));
     }
     void setUpAI(bool automatic = false, std::int64_t cap = 10) {
         configure(automatic, cap);
         model.submit("key", [](Engine& engine) { return AICommands::useSessionAIKey(engine, kKey); });
-        settle(model);
+        QVERIFY(settle(model));
         server.respond(kEndpoint, adviceAnswer(project()));
     }
     Uuid project() const { return model.snapshot()->state->projects.front().id; }

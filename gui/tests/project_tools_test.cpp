@@ -43,7 +43,7 @@ struct StudioWindow : SampleWindow {
         open();
         window.show();
         window.showPage(kStudio);
-        settle(model);
+        QVERIFY(settle(model));
     }
     StudioPage* page() const { return static_cast<StudioPage*>(window.page(kStudio)); }
     template <class T>
