@@ -83,12 +83,8 @@ TEST_F(CommandLineTest, EachCommandReachesTheUserAndTheKeyStaysOutOfEveryOutputA
     EXPECT_EQ(studio["insights"]["offNaming"], Json::array({"Export/IMG_1.png"}));
     EXPECT_EQ(studio["insights"]["byKind"]["image"]["count"], 1);
 
-    struct Step {
-        std::string arguments, input;
-        int status;
-        std::string fragment;
-    };
-    const Step steps[] = {
+    // The arguments, the standard input, the exit status and a part of what must be printed.
+    const std::tuple<std::string, std::string, int, std::string> steps[] = {
         {"ocr '" + (inbox / "blank.png").string() + "'", "", 0, "Không thấy chữ nào trong ảnh.\n"},
         {"ocr '" + (dir / "elsewhere.png").string() + "' --json", "", 1,
          "elsewhere.png is not a file in an approved inbox. Nothing changed.\n"},
@@ -108,10 +104,10 @@ TEST_F(CommandLineTest, EachCommandReachesTheUserAndTheKeyStaysOutOfEveryOutputA
         {"ai key forget", "", 0, "Online AI: off"},
         {"ai key status", "", 0, "key: none"},
     };
-    for (const Step& step : steps) {
-        const auto [status, out] = run(step.arguments, step.input);
-        EXPECT_EQ(status, step.status) << step.arguments << "\n" << out;
-        EXPECT_NE(out.find(step.fragment), std::string::npos) << step.arguments << "\n" << out;
+    for (const auto& [arguments, input, status, fragment] : steps) {
+        const auto [exit, out] = run(arguments, input);
+        EXPECT_EQ(exit, status) << arguments << "\n" << out;
+        EXPECT_NE(out.find(fragment), std::string::npos) << arguments << "\n" << out;
     }
     EXPECT_EQ(readFile(dir / "preview.jpg"), written) << "the refused preview left the file as it was";
     EXPECT_EQ(readFile(dir / "attached.jpg"), AIPreview::fromAttachment(AIPreview::readAttachment(dir / "export.png")));
