@@ -244,9 +244,11 @@ void Trash::restore(const TrashedItem& item) const {
     if (item.identity &&
         fd_path::identityOf(fd_path::statEntry(filesFolder.get(), from.name, item.trashed)) != *item.identity)
         throw KeloError::unsafe(kTrashedItemChanged);
-    if (const int error = fd_path::renameNoReplace(filesFolder.get(), from.name, targetFolder.get(), to.name);
-        error != 0)
-        fail(error, "Cannot restore " + item.original.string());
+    const int moved = fd_path::renameNoReplace(filesFolder.get(), from.name, targetFolder.get(), to.name);
+    if (moved == EEXIST)
+        throw KeloError::unsafe("Name conflict: " + to.name + " already exists in " + to.parent.string() +
+                                ". It stays in the Trash; nothing was overwritten.");
+    if (moved != 0) fail(moved, "Cannot restore " + item.original.string());
     if (::fsync(targetFolder.get()) != 0 || ::fsync(filesFolder.get()) != 0)
         throw KeloError::unsafe(kRestoreSyncFailed);
     // Only now is the info file of no more use.

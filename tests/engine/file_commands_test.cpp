@@ -328,7 +328,9 @@ TEST_F(FileCommandsTest, TrashRoundTripsTwiceWhileDryRunsFailedUndosAndRefusalsM
     // An undo into a name taken since keeps both, and can still be tried again.
     TrashCommands::trashFile(*engine, old);
     writeFile(old, "a new file under the old name");
-    EXPECT_EQ(testing::systemErrorOf([&] { TrashCommands::undoTrash(*engine); }), EEXIST);
+    EXPECT_EQ(refusal([&] { TrashCommands::undoTrash(*engine); }),
+              "Name conflict: hydro cafe old.psd already exists in " + inbox.string() +
+                  ". It stays in the Trash; nothing was overwritten.");
     EXPECT_EQ(readFile(old), "a new file under the old name");
     EXPECT_EQ(readFile(trashed), "content of hydro cafe old.psd");
     EXPECT_TRUE(engine->snapshot()->canUndoTrash);

@@ -156,7 +156,8 @@ TEST_F(TrashTest, RestoreNeverReplacesAndKeepsTheInfoUntilItSucceeds) {
     writeFile(inbox / "a.png", "old");
     const TrashedItem trashed = trash.moveToTrash(inbox / "a.png");
     writeFile(inbox / "a.png", "new file with the same name");
-    EXPECT_EQ(testing::systemErrorOf([&] { trash.restore(trashed); }), EEXIST);
+    EXPECT_EQ(refusalOf([&] { trash.restore(trashed); }),
+              "Name conflict: a.png already exists in " + inbox.string() + ". It stays in the Trash; nothing was overwritten.");
     EXPECT_EQ(readFile(inbox / "a.png"), "new file with the same name");
     EXPECT_EQ(readFile(trashed.trashed), "old");
     EXPECT_TRUE(fs::exists(trashed.info));
