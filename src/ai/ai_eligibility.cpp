@@ -40,6 +40,10 @@ bool previewSupported(const FileRecord& file) {
     return false;
 }
 
+bool thumbnailFormat(const FileRecord& file) {
+    return listed(kThumbnailFormats, file.fileExtension());
+}
+
 bool automatic(const FileRecord& file, const AIState& state, Date now) {
     const double age = now.secondsSince(file.identity.modified);
     if (age < kMinimumQuietSeconds || age > kMaximumAutomaticAgeSeconds) return false;

@@ -27,6 +27,8 @@ bool allowed(const FileRecord& file, const AIConfiguration& configuration,
              const std::vector<std::filesystem::path>& approvedRoots);
 // A thumbnail format up to 2 GiB or a raster format up to 50 MiB.
 bool previewSupported(const FileRecord& file);
+// PSD or AI: previewed through the thumbnailer rather than decoded here.
+bool thumbnailFormat(const FileRecord& file);
 // Quiet for 30 seconds, at most a week old, previewable, and never sent before.
 bool automatic(const FileRecord& file, const AIState& state, Date now);
 

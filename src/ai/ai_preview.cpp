@@ -3,7 +3,6 @@
 #include <fcntl.h>
 
 #include <algorithm>
-#include <array>
 
 #include "access/path_safety.h"
 #include "model/kelo_error.h"
@@ -16,22 +15,6 @@ namespace {
 
 [[noreturn]] void fail(std::string_view text) {
     throw KeloError::unsafe(std::string(text));
-}
-
-constexpr std::array<std::string_view, 2> kDesignExtensions = {"psd", "ai"};
-constexpr std::array<std::string_view, 9> kRasterExtensions = {"png", "jpg",  "jpeg", "webp", "gif",
-                                                               "tif", "tiff", "heic", "bmp"};
-
-template <std::size_t N>
-bool listed(const std::array<std::string_view, N>& list, const std::string& extension) {
-    return std::find(list.begin(), list.end(), extension) != list.end();
-}
-
-// The preview lists and limits that eligibility also checks; PSB is in neither.
-bool previewSupported(const FileRecord& file) {
-    const std::string extension = file.fileExtension();
-    if (listed(kDesignExtensions, extension)) return file.identity.size <= kDesignLimit;
-    return listed(kRasterExtensions, extension) && file.identity.size <= kRasterLimit;
 }
 
 RasterImage designThumbnail(const FileRecord& file, const DesignThumbnails& design) {
@@ -54,8 +37,8 @@ bool isAttachmentType(const std::filesystem::path& file) {
 }  // namespace
 
 std::string make(const FileRecord& file, const DesignThumbnails& design) {
-    if (!previewSupported(file)) fail(kUnsupportedText);
-    if (listed(kDesignExtensions, file.fileExtension())) return jpeg(designThumbnail(file, design));
+    if (!AIEligibility::previewSupported(file)) fail(kUnsupportedText);
+    if (AIEligibility::thumbnailFormat(file)) return jpeg(designThumbnail(file, design));
     return jpeg(raster(file.url));
 }
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "ai/ai_eligibility.h"
 #include "ai/ai_thumbnail_job.h"
 #include "model/file_record.h"
 #include "preview/thumbnailer.h"
@@ -20,13 +21,10 @@ inline constexpr int kMaximumEdge = 2048;    // pixels, either side, before enco
 inline constexpr int kJpegQuality = 70;      // libvips Q for a quality of 0.7
 inline constexpr std::size_t kJpegLimit = 1'048'576;
 inline constexpr std::uint64_t kAttachmentLimit = 20'971'520;  // an attachment must be smaller
-inline constexpr std::uint64_t kRasterLimit = 52'428'800;
-inline constexpr std::uint64_t kDesignLimit = 2'147'483'648;
 inline constexpr std::chrono::seconds kDesignTimeout{25};
 
-inline constexpr std::string_view kUnsupportedText =
-    "AI previews support raster images up to 50 MB and thumbnailer thumbnails for PSD/AI up to 2 GB. For PSB, "
-    "oversized or unsupported files, attach an exported PNG/JPG.";
+// Refused for a file outside the formats and sizes that eligibility lists.
+inline constexpr std::string_view kUnsupportedText = AIEligibility::kPreviewSupportText;
 inline constexpr std::string_view kTimedOutText = "Preview timed out. Attach an exported PNG/JPG instead.";
 inline constexpr std::string_view kNoDesignPreviewText =
     "No design preview available. Export a PNG/JPG and attach it instead.";
