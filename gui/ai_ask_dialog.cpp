@@ -200,7 +200,8 @@ void AIAskDialog::prepare(std::optional<std::filesystem::path> attachment) {
     draft_.reset();
     message_->setText(utf8(text::kAskAIPreparing));
     setStage(Stage::preparing);
-    progress_->begin(utf8(text::kAskAIPreparing));
+    stop_ = std::stop_source();  // a design preview can take a while: it can be cancelled
+    progress_->begin(utf8(text::kAskAIPreparing), stop_);
     checking_ = worker->run([file = file_](Engine& engine) { checkAskable(engine, file); });
     poll_.start();
 }
@@ -208,12 +209,12 @@ void AIAskDialog::prepare(std::optional<std::filesystem::path> attachment) {
 void AIAskDialog::poll() {
     if (ready(checking_)) {
         const QString refusal = failureOf(checking_);
-        if (!refusal.isEmpty()) {
+        if (!refusal.isEmpty() || stop_.stop_requested()) {
             progress_->end();
-            showRefusal(refusal);
+            showRefusal(refusal.isEmpty() ? QString::fromUtf8(AIPreview::kPreviewStoppedText) : refusal);
         } else if (EngineWorker* worker = model_.worker()) {
             model_.beginBackgroundWork();
-            preparing_ = AIRequestTask::prepare(*worker, file_, attachment_);
+            preparing_ = AIRequestTask::prepare(*worker, file_, attachment_, stop_.get_token());
         }
     }
     if (ready(preparing_)) {
@@ -352,11 +353,10 @@ void AIAskDialog::retry() {
     if (stage_ != Stage::failed || !record_ || !worker) return;
     message_->setText(utf8(text::kAskAIPreparing));
     setStage(Stage::preparing);
-    progress_->begin(utf8(text::kAskAIPreparing));
+    stop_ = std::stop_source();
+    progress_->begin(utf8(text::kAskAIPreparing), stop_);
     model_.beginBackgroundWork();
-    preparing_ = worker->run([id = record_->id, attachment = attachment_](Engine& engine) {
-        return AICommands::retryAI(engine, id, attachment);
-    });
+    preparing_ = AIRequestTask::retry(*worker, record_->id, attachment_, stop_.get_token());
     poll_.start();
 }
 

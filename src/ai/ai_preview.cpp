@@ -18,10 +18,11 @@ namespace {
 }
 
 RasterImage designThumbnail(const FileRecord& file, const DesignThumbnails& design) {
-    auto result = AIThumbnailJob::run(file.url, kThumbnailEdge, design.timeout, design.thumbnailer);
+    auto result = AIThumbnailJob::run(file.url, kThumbnailEdge, design.timeout, design.thumbnailer, design.stop);
     switch (result.outcome) {
         case AIThumbnailJob::Outcome::arrived: return std::move(*result.image);
         case AIThumbnailJob::Outcome::timedOut: fail(kTimedOutText);
+        case AIThumbnailJob::Outcome::stopped: fail(kPreviewStoppedText);
         case AIThumbnailJob::Outcome::failed: break;
     }
     fail(kNoDesignPreviewText);

@@ -34,12 +34,15 @@ inline constexpr std::string_view kNoPixelsText = "Cannot prepare AI preview pix
 inline constexpr std::string_view kOverLimitText = "AI preview exceeds 1 MB. Attach a smaller export.";
 inline constexpr std::string_view kAttachmentText = "Choose a PNG/JPG under 20 MB.";
 inline constexpr std::string_view kAttachmentChangedText = "Export changed during preview generation.";
+inline constexpr std::string_view kPreviewStoppedText = "Preview cancelled. Nothing was sent.";
 
-// How design thumbnails are made and how long they may take; tests shorten the
-// wait and stand in a thumbnailer that never finishes.
+// How design thumbnails are made, how long they may take and what stops the wait
+// early (closing the dialog, quitting); tests shorten the wait and stand in a
+// thumbnailer that never finishes.
 struct DesignThumbnails {
     std::chrono::milliseconds timeout = kDesignTimeout;
     AIThumbnailJob::Thumbnailer thumbnailer = makeThumbnail;
+    std::stop_token stop;
 };
 
 // The JPEG for `file`: a 1024-px thumbnail of a PSD or AI file, or of a raster

@@ -12,7 +12,7 @@ namespace {
 // Shared by the waiter and the worker thread; `mutex` guards the other fields.
 struct JobState {
     std::mutex mutex;
-    std::condition_variable done;
+    std::condition_variable_any done;
     bool finished = false;
     AIThumbnailJob::Result result;
 };
@@ -20,7 +20,8 @@ struct JobState {
 }  // namespace
 
 AIThumbnailJob::Result AIThumbnailJob::run(const std::filesystem::path& file, int maxEdge,
-                                           std::chrono::milliseconds timeout, Thumbnailer thumbnailer) {
+                                           std::chrono::milliseconds timeout, Thumbnailer thumbnailer,
+                                           std::stop_token stop) {
     auto state = std::make_shared<JobState>();
     std::thread([state, file, maxEdge, thumbnailer = std::move(thumbnailer)] {
         std::optional<RasterImage> image;
@@ -37,10 +38,12 @@ AIThumbnailJob::Result AIThumbnailJob::run(const std::filesystem::path& file, in
         state->done.notify_all();
     }).detach();
 
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
     std::unique_lock lock(state->mutex);
-    if (!state->done.wait_for(lock, timeout, [&] { return state->finished; })) {
+    if (!state->done.wait_until(lock, stop, deadline, [&] { return state->finished; })) {
         state->finished = true;
-        return Result{Outcome::timedOut, std::nullopt};
+        const bool early = std::chrono::steady_clock::now() < deadline;  // the stop came before the time ran out
+        return Result{early ? Outcome::stopped : Outcome::timedOut, std::nullopt};
     }
     return std::move(state->result);
 }

@@ -144,9 +144,11 @@ AIPreparation beginPrepareAI(Engine& engine, const FileRecord& file,
     return preparation;
 }
 
-std::string makeAIPreview(const AIPreparation& preparation) {
+std::string makeAIPreview(const AIPreparation& preparation, std::stop_token stop) {
     if (preparation.attachment) return AIPreview::fromAttachment(AIPreview::readAttachment(*preparation.attachment));
-    return AIPreview::make(preparation.file);
+    AIPreview::DesignThumbnails design;
+    design.stop = std::move(stop);
+    return AIPreview::make(preparation.file, design);
 }
 
 AIDraft finishPrepareAI(Engine& engine, const AIPreparation& preparation, std::string jpeg) {
@@ -324,9 +326,9 @@ std::optional<AIPreparation> chooseAutomaticAI(Engine& engine) {
     return std::nullopt;
 }
 
-std::optional<std::string> makeAutomaticAIPreview(const AIPreparation& preparation) {
+std::optional<std::string> makeAutomaticAIPreview(const AIPreparation& preparation, std::stop_token stop) {
     try {
-        return makeAIPreview(preparation);
+        return makeAIPreview(preparation, std::move(stop));
     } catch (const std::exception&) {
         return std::nullopt;
     }
@@ -358,13 +360,18 @@ SnapshotPtr automaticAI(Engine& engine, std::stop_token stop) {
     return recordAI(engine, *request, sendReservedAI(*request, stop)).snapshot;
 }
 
-AIDraft retryAI(Engine& engine, const Uuid& record, const std::optional<std::filesystem::path>& attachment) {
+AIPreparation beginRetryAI(Engine& engine, const Uuid& record, const std::optional<std::filesystem::path>& attachment) {
     AIState copy = engine.ai();
     const AIRecord* failed = findRecord(copy, record);
     if (!failed) refuse(kAIRecordNotFound);
     if (!retryable(copy, record)) refuse(kAIRetryRefused);
     AIPreparation preparation = beginPrepareAI(engine, failed->file, attachment);
     preparation.retryOf = record;
+    return preparation;
+}
+
+AIDraft retryAI(Engine& engine, const Uuid& record, const std::optional<std::filesystem::path>& attachment) {
+    const AIPreparation preparation = beginRetryAI(engine, record, attachment);
     return finishPrepareAI(engine, preparation, makeAIPreview(preparation));
 }
 

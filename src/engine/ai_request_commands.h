@@ -55,8 +55,9 @@ struct AIPreparation {
 // the project the file already lies in, if any.
 AIPreparation beginPrepareAI(Engine& engine, const FileRecord& file,
                              const std::optional<std::filesystem::path>& attachment = std::nullopt);
-// Any thread: the JPEG of the attachment, or of the file itself.
-std::string makeAIPreview(const AIPreparation& preparation);
+// Any thread: the JPEG of the attachment, or of the file itself. `stop` ends the
+// wait for a design thumbnail early, refused with kPreviewStoppedText.
+std::string makeAIPreview(const AIPreparation& preparation, std::stop_token stop = {});
 // Engine thread: validates the file again, checks the settings did not change
 // meanwhile, and builds the context. Throws kAIDraftStale when they did.
 AIDraft finishPrepareAI(Engine& engine, const AIPreparation& preparation, std::string jpeg);
@@ -122,7 +123,7 @@ std::optional<ReservedAIRequest> beginAutomaticAI(Engine& engine);
 // prepared up to its preview, when a request is due.
 std::optional<AIPreparation> chooseAutomaticAI(Engine& engine);
 // Any thread: the chosen file's preview, or nothing when none could be made.
-std::optional<std::string> makeAutomaticAIPreview(const AIPreparation& preparation);
+std::optional<std::string> makeAutomaticAIPreview(const AIPreparation& preparation, std::stop_token stop = {});
 // Engine thread: the chosen file's request reserved. Nothing, and no record, when
 // a request is no longer due or the settings changed while the preview was made
 // (the file stays eligible); a file whose preview or request could not be made
@@ -138,6 +139,10 @@ SnapshotPtr automaticAI(Engine& engine, std::stop_token stop = {});
 // kAIRetryRefused unless the record failed and is the only one of its saved version.
 AIDraft retryAI(Engine& engine, const Uuid& record,
                 const std::optional<std::filesystem::path>& attachment = std::nullopt);
+// Engine thread: retryAI up to its preview, for a caller that makes the preview
+// off the engine thread and finishes with finishPrepareAI.
+AIPreparation beginRetryAI(Engine& engine, const Uuid& record,
+                           const std::optional<std::filesystem::path>& attachment = std::nullopt);
 
 }  // namespace AICommands
 

@@ -25,9 +25,15 @@ struct SentAIRequest {
     GeminiClient::Result result;
 };
 
-// prepareAIAt with the preview made off the engine thread.
+// prepareAIAt with the preview made off the engine thread. `stop` ends the wait
+// for a design thumbnail, refused with kPreviewStoppedText.
 std::future<AIDraft> prepare(EngineWorker& worker, std::filesystem::path file,
-                             std::optional<std::filesystem::path> attachment = std::nullopt);
+                             std::optional<std::filesystem::path> attachment = std::nullopt,
+                             std::stop_token stop = {});
+
+// retryAI with the preview made off the engine thread, stopped as prepare's is.
+std::future<AIDraft> retry(EngineWorker& worker, Uuid record, std::optional<std::filesystem::path> attachment,
+                           std::stop_token stop = {});
 
 // reserveAI on the engine thread, then the network call off it; not recorded.
 // `stop` cancels the request; its usage stays reserved.

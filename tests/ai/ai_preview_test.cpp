@@ -9,6 +9,7 @@
 
 #include <fstream>
 #include <future>
+#include <thread>
 #include <vips/vips8>
 
 #include "ai/local_vision_ocr.h"
@@ -126,7 +127,7 @@ TEST(AIPreviewTest, RefusesWhatItCannotPreview) {
         EXPECT_EQ(refusalOf([&] { AIPreview::make(file); }), refusal) << what;
 }
 
-TEST(AIPreviewTest, DesignThumbnailThatNeverArrivesTimesOut) {
+TEST(AIPreviewTest, DesignThumbnailThatNeverArrivesTimesOutOrIsStopped) {
     TempDir dir;
     testing::writeFile(dir / "slow.psd", "8BPS");
     std::promise<void> release;
@@ -138,7 +139,13 @@ TEST(AIPreviewTest, DesignThumbnailThatNeverArrivesTimesOut) {
         return rasterOf(flat(8, 8));
     };
     EXPECT_EQ(refusalOf([&] { AIPreview::make(recordOf(dir / "slow.psd"), stuck); }), AIPreview::kTimedOutText);
-    release.set_value();  // the late thumbnail is dropped by the job
+    // Closing or quitting stops the wait long before the time runs out.
+    std::stop_source closing;
+    stuck.timeout = AIPreview::kDesignTimeout;
+    stuck.stop = closing.get_token();
+    std::jthread closer([&] { std::this_thread::sleep_for(std::chrono::milliseconds(50)), closing.request_stop(); });
+    EXPECT_EQ(refusalOf([&] { AIPreview::make(recordOf(dir / "slow.psd"), stuck); }), AIPreview::kPreviewStoppedText);
+    release.set_value();  // the late thumbnails are dropped by the job
 
     AIPreview::DesignThumbnails quick;
     quick.thumbnailer = [](const std::filesystem::path&, int edge) -> std::optional<RasterImage> {
