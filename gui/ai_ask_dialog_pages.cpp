@@ -205,7 +205,7 @@ void AIAskDialog::showReview(AIDraft draft) {
     if (const SnapshotPtr& snapshot = model_.snapshot(); snapshot && snapshot->ai) {
         const AIState& ai = *snapshot->ai;
         usage_->setText(
-            utf8(text::kAskAIUsage).arg(ai.used(Date::now(), DayCalendar())).arg(ai.configuration.dailyLimit));
+            utf8(text::kAskAIUsage).arg(ai.used(model_.now(), DayCalendar())).arg(ai.configuration.dailyLimit));
     }
     draft_ = std::move(draft);
     setStage(Stage::review);

@@ -128,7 +128,7 @@ void AISettingsBox::render(const Snapshot* snapshot, bool canOperate) {
         }
     }
     if (ai) {
-        const Date now = Date::now();
+        const Date now = model_.now();
         QString usage = QString::fromUtf8(text::kAIUsedToday)
                             .arg(ai->used(now, DayCalendar()))
                             .arg(ai->configuration.dailyLimit);

@@ -34,6 +34,7 @@ void AppModel::start(const std::filesystem::path& dataDirectory) {
 void AppModel::start(const std::filesystem::path& dataDirectory, Clock clock) {
     const bool wasBusy = busy();
     startupFailure_.clear();
+    clock_ = clock;
     starting_ = std::async(std::launch::async, [dataDirectory, clock = std::move(clock)] {
         return std::make_unique<EngineWorker>(dataDirectory, clock);
     });

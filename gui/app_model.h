@@ -43,6 +43,9 @@ public:
     // null when it did not start.
     EngineWorker* worker() const { return worker_.get(); }
     const QString& startupFailure() const { return startupFailure_; }
+    // The time on the engine's clock, for what the window counts from it (today's
+    // online AI usage).
+    Date now() const { return clock_(); }
     // The last snapshot the engine handed back; null until the first arrives.
     const SnapshotPtr& snapshot() const { return snapshot_; }
     bool busy() const { return starting_.valid() || !pending_.empty(); }
@@ -88,6 +91,7 @@ private:
     std::future<std::unique_ptr<EngineWorker>> starting_;     // valid while the engine starts
     std::vector<std::pair<QString, EngineCommand>> waiting_;  // commands sent while it starts
     QString startupFailure_;
+    Clock clock_ = Date::now;
     SnapshotPtr snapshot_;
     QString refusal_;
     std::deque<Pending> pending_;  // in the order sent, which is the order the engine runs them

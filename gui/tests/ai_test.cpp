@@ -227,6 +227,9 @@ private Q_SLOTS:
         w.server.respond(kEndpoint, adviceAnswer(w.project()));
         dialog->findChild<QPushButton*>("aiAskRetry")->click();
         QVERIFY(reaches(dialog, Stage::review));
+        // The cancelled request's usage stays counted, on the window's own day.
+        QCOMPARE(dialog->findChild<QLabel*>("aiAskUsage")->text(),
+                 QStringLiteral("Hôm nay đã dùng 1 / 10 yêu cầu; gửi yêu cầu này sẽ dùng thêm 1."));
         dialog->send();
         QVERIFY(reaches(dialog, Stage::advice));
         QCOMPARE(w.server.requests().size(), std::size_t(2));
@@ -237,6 +240,7 @@ private Q_SLOTS:
         QVERIFY(reaches(dialog, Stage::done));
         QVERIFY(settle(w.model));
         QVERIFY(!fs::exists(w.file));
+        QCOMPARE(w.setting<QLabel>("aiUsage")->text(), QStringLiteral("Hôm nay đã dùng 2 / 10 yêu cầu."));
         dialog->close();
     }
 
